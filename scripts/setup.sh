@@ -1,0 +1,36 @@
+#!/usr/bin/env bash
+# Installs every package that building, testing and the gallery need on Debian 12, as root or through sudo.
+# Silent and quick when all are there.
+set -euo pipefail
+
+packages=(
+    # compilers and tools
+    ccache clang clang-format clang-tidy cmake git g++ ninja-build pkg-config python3 python3-glad
+    # libraries
+    libboost-regex-dev libeigen3-dev libgl-dev libglx-dev libpng-dev libsodium-dev libx11-dev libzstd-dev
+    zlib1g-dev
+    # tests and benchmarks
+    libbenchmark-dev libgtest-dev
+    # OpenGL without a screen
+    libgl1-mesa-dri libglx-mesa0 xauth xvfb
+    # the fonts that the library carries
+    fonts-dejavu-core fonts-dejavu-extra
+    # the gallery's volume
+    mricron-data
+)
+
+missing=()
+for package in "${packages[@]}"; do
+    status=$(dpkg-query --show --showformat='${db:Status-Status}' "$package" 2>/dev/null || true)
+    [ "$status" = installed ] || missing+=("$package")
+done
+[ ${#missing[@]} -eq 0 ] && exit 0
+
+as_root=()
+if [ "$(id -u)" -ne 0 ]; then
+    command -v sudo >/dev/null || { echo "setup.sh: run this as root, or install sudo" >&2; exit 1; }
+    as_root=(sudo)
+fi
+echo "Installing: ${missing[*]}"
+"${as_root[@]}" apt-get update -qq
+"${as_root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get install -y -qq --no-install-recommends "${missing[@]}"

@@ -1,0 +1,26 @@
+// SPDX-License-Identifier: BSD-3-Clause
+#pragma once
+
+#include <chrono>
+#include <utility>
+
+namespace Veltrand {
+
+/// A stopwatch on the steady clock; it runs from its construction on.
+class Timer {
+public:
+    /// Starts anew from zero; returns the time until now.
+    std::chrono::nanoseconds restart() {
+        const auto now = Clock::now();
+        return now - std::exchange(m_start, now);
+    }
+
+    [[nodiscard]] std::chrono::nanoseconds elapsed() const { return Clock::now() - m_start; }
+    [[nodiscard]] double elapsedSeconds() const { return std::chrono::duration<double>(elapsed()).count(); }
+
+private:
+    using Clock = std::chrono::steady_clock;
+    Clock::time_point m_start = Clock::now();
+};
+
+} // namespace Veltrand

@@ -1,0 +1,587 @@
+// SPDX-License-Identifier: BSD-3-Clause
+#include <Veltrand/GL/ContextGLX.h>
+
+#include <Veltrand/GL/ContextManager.h>
+#include <Veltrand/GL/Functions.h>
+#include <Veltrand/GL/detail/EntryPoints.h>
+#include <Veltrand/GL/detail/LogMessage.h>
+
+// glad has to come before any header that includes the system's OpenGL header.
+#include <glad/gl.h>
+
+#include <GL/glx.h>
+#include <GL/glxext.h>
+#include <X11/Xlib.h>
+#include <X11/Xutil.h>
+#include <algorithm>
+#include <array>
+#include <atomic>
+#include <charconv>
+#include <cstring>
+#include <mutex>
+#include <optional>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+#include <unistd.h>
+#include <unordered_map>
+#include <utility>
+#include <vector>
+
+namespace Veltrand::GL {
+
+namespace {
+
+constexpr std::string_view category = "GL.ContextGLX";
+
+struct XFreeDeleter {
+    void operator()(void* data) const { XFree(data); }
+};
+template<class T>
+using XPointer = std::unique_ptr<T, XFreeDeleter>;
+
+// The display connections of contexts that share objects. They are closed together, when the last context is
+// gone; a connection whose context is gone serves the group's next context, so that threads that come and go
+// do not use up the server's connections.
+class ShareGroup {
+public:
+    ShareGroup() = default;
+    ShareGroup(const ShareGroup&) = delete;
+    ShareGroup& operator=(const ShareGroup&) = delete;
+    ~ShareGroup() {
+        if (m_process != getpid())
+            return;
+        for (Display* display : m_idle)
+            XCloseDisplay(display);
+    }
+
+    [[nodiscard]] Display* takeConnection() {
+        {
+            const std::lock_guard lock(m_mutex);
+            if (!m_idle.empty()) {
+                Display* const display = m_idle.back();
+                m_idle.pop_back();
+                return display;
+            }
+        }
+        return XOpenDisplay(nullptr);
+    }
+
+    // Waits for the server, so that no late error reaches the connection's next context.
+    void returnConnection(Display* display) {
+        XSync(display, False);
+        const std::lock_guard lock(m_mutex);
+        m_idle.push_back(display);
+    }
+
+private:
+    std::mutex m_mutex;
+    std::vector<Display*> m_idle;
+    pid_t m_process = getpid();
+};
+
+// What is known of every living context of ours, by handle.
+struct ContextRecord {
+    std::shared_ptr<ShareGroup> group;
+    bool current = false;
+};
+
+struct ContextTable {
+    std::mutex mutex;
+    std::unordered_map<GLXContext, ContextRecord> records;
+    // The groups of contexts that share with a context made elsewhere, by that one's handle.
+    std::unordered_map<GLXContext, std::weak_ptr<ShareGroup>> foreign;
+};
+
+// Never destroyed, since contexts may be destroyed by static objects.
+ContextTable& contextTable() {
+    static ContextTable* const instance = new ContextTable;
+    return *instance;
+}
+
+std::shared_ptr<ShareGroup> shareGroupOf(GLXContext context) {
+    if (!context)
+        return std::make_shared<ShareGroup>();
+    ContextTable& table = contextTable();
+    const std::lock_guard lock(table.mutex);
+    if (const auto found = table.records.find(context); found != table.records.end())
+        return found->second.group;
+    std::weak_ptr<ShareGroup>& foreign = table.foreign[context];
+    auto group = foreign.lock();
+    if (!group)
+        foreign = group = std::make_shared<ShareGroup>();
+    return group;
+}
+
+void setCurrent(GLXContext context, bool current) {
+    ContextTable& table = contextTable();
+    const std::lock_guard lock(table.mutex);
+    if (const auto found = table.records.find(context); found != table.records.end())
+        found->second.current = current;
+}
+
+// X errors are reported process-wide, asynchronously. While contexts are created, the errors of the display
+// that creates are noted, and those of other displays go where they went before.
+std::atomic<bool> ctxErrorOccurred{false};
+std::atomic<Display*> g_creatingDisplay{nullptr};
+std::atomic<XErrorHandler> g_previousErrorHandler{nullptr};
+
+int ctxErrorHandler(Display* display, XErrorEvent* event) {
+    if (display != g_creatingDisplay) {
+        const XErrorHandler previous = g_previousErrorHandler;
+        return previous ? previous(display, event) : 0;
+    }
+    ctxErrorOccurred = true;
+    return 0;
+}
+
+class ErrorTrap {
+public:
+    explicit ErrorTrap(Display* display)
+        : m_display(display) {
+        g_creatingDisplay = display;
+        ctxErrorOccurred = false;
+        g_previousErrorHandler = XSetErrorHandler(&ctxErrorHandler);
+    }
+    ~ErrorTrap() {
+        XSync(m_display, False);
+        // A handler that someone has installed meanwhile stays.
+        const XErrorHandler current = XSetErrorHandler(g_previousErrorHandler);
+        if (current != &ctxErrorHandler)
+            XSetErrorHandler(current);
+        g_creatingDisplay = nullptr;
+    }
+    ErrorTrap(const ErrorTrap&) = delete;
+    ErrorTrap& operator=(const ErrorTrap&) = delete;
+
+    // Waits for the server; whether an error has arrived since the flag was cleared.
+    [[nodiscard]] bool sync() const {
+        XSync(m_display, False);
+        return ctxErrorOccurred;
+    }
+
+private:
+    Display* m_display;
+};
+
+// Puts back what was current on the thread, unless the new context is to stay.
+class PreviousCurrent {
+public:
+    PreviousCurrent() = default;
+    ~PreviousCurrent() {
+        if (m_context)
+            glXMakeContextCurrent(m_display, m_draw, m_read, m_context);
+    }
+    PreviousCurrent(const PreviousCurrent&) = delete;
+    PreviousCurrent& operator=(const PreviousCurrent&) = delete;
+
+    void forget() { setCurrent(std::exchange(m_context, nullptr), false); }
+
+private:
+    Display* m_display = glXGetCurrentDisplay();
+    GLXDrawable m_draw = glXGetCurrentDrawable();
+    GLXDrawable m_read = glXGetCurrentReadDrawable();
+    GLXContext m_context = glXGetCurrentContext();
+};
+
+} // namespace
+
+struct ContextGLX::Private {
+    Display* display = nullptr;
+    Window window = 0;
+    GLXContext context = nullptr;
+    Colormap colormap = 0;
+    CreateInfo info;
+
+    std::shared_ptr<ShareGroup> group;
+    GLXFBConfig config = nullptr;
+    pid_t process = getpid();
+
+    Private() = default;
+    Private(const Private&) = delete;
+    Private& operator=(const Private&) = delete;
+    ~Private() { destroy(); }
+    void destroy();
+
+    bool connect();
+    bool chooseConfig();
+    bool createWindow(const ErrorTrap& trap);
+    bool createContext(const ErrorTrap& trap);
+
+    GLXContext attempt(const CreateInfo& wanted) const;
+    GLXContext requestContext(const std::vector<int>& attributes) const;
+    GLXContext requestWithOptionalReset(std::vector<int> attributes, const CreateInfo& wanted) const;
+    GLXContext preferCompatibility(GLXContext context, std::vector<int> attributes,
+                                   const CreateInfo& wanted) const;
+    void discard(GLXContext candidate) const;
+    bool isCoreProfile(GLXContext candidate) const;
+    bool reachesVersion(GLXContext candidate, const CreateInfo& wanted) const;
+};
+
+// In a forked child the connection, the window and the context are still the parent's.
+void ContextGLX::Private::destroy() {
+    if (!display || process != getpid())
+        return;
+    if (context) {
+        ContextTable& table = contextTable();
+        const std::lock_guard lock(table.mutex);
+        table.records.erase(context);
+        glXDestroyContext(display, std::exchange(context, nullptr));
+    }
+    if (window)
+        XDestroyWindow(display, std::exchange(window, 0));
+    if (colormap)
+        XFreeColormap(display, std::exchange(colormap, 0));
+    group->returnConnection(std::exchange(display, nullptr));
+}
+
+bool ContextGLX::Private::connect() {
+    group = shareGroupOf(static_cast<GLXContext>(info.sharedContext));
+    display = group->takeConnection();
+    if (!display) {
+        logMessage(Log::Error, category, "Failed to open X display");
+        return false;
+    }
+    int major = 0;
+    int minor = 0;
+    if (!glXQueryVersion(display, &major, &minor) || major < 1 || (major == 1 && minor <= 2)) {
+        logMessage(Log::Error, category, "Invalid GLX version");
+        return false;
+    }
+    return true;
+}
+
+bool ContextGLX::Private::chooseConfig() {
+    static constexpr int visual_attribs[] = {GLX_X_RENDERABLE,
+                                             True,
+                                             GLX_DRAWABLE_TYPE,
+                                             GLX_WINDOW_BIT,
+                                             GLX_RENDER_TYPE,
+                                             GLX_RGBA_BIT,
+                                             GLX_RED_SIZE,
+                                             8,
+                                             GLX_GREEN_SIZE,
+                                             8,
+                                             GLX_BLUE_SIZE,
+                                             8,
+                                             GLX_ALPHA_SIZE,
+                                             8,
+                                             None};
+    logMessage(Log::Debug, category, "Getting matching framebuffer configs");
+    int count = 0;
+    const XPointer<GLXFBConfig> configs(
+        glXChooseFBConfig(display, DefaultScreen(display), visual_attribs, &count));
+    if (!configs) {
+        logMessage(Log::Error, category, "Failed to retrieve a framebuffer config");
+        return false;
+    }
+    logMessage(Log::Debug, category,
+               [count] { return "Found " + std::to_string(count) + " matching FB configs."; });
+
+    int bestSamples = 0;
+    for (int i = 0; i < count; ++i) {
+        const GLXFBConfig candidate = configs.get()[i];
+        if (!XPointer<XVisualInfo>(glXGetVisualFromFBConfig(display, candidate)))
+            continue;
+        int sampleBuffers = 0;
+        int samples = 0;
+        glXGetFBConfigAttrib(display, candidate, GLX_SAMPLE_BUFFERS, &sampleBuffers);
+        glXGetFBConfigAttrib(display, candidate, GLX_SAMPLES, &samples);
+        if (!config || (sampleBuffers > 0 && samples > bestSamples)) {
+            config = candidate;
+            bestSamples = samples;
+        }
+    }
+    if (!config)
+        logMessage(Log::Error, category, "Failed to retrieve a framebuffer config");
+    return config != nullptr;
+}
+
+bool ContextGLX::Private::createWindow(const ErrorTrap& trap) {
+    const XPointer<XVisualInfo> visual(glXGetVisualFromFBConfig(display, config));
+    if (!visual) {
+        logMessage(Log::Error, category, "Failed to create window");
+        return false;
+    }
+    logMessage(Log::Debug, category, [&visual] {
+        std::array<char, 16> digits{};
+        const auto end =
+            std::to_chars(digits.data(), digits.data() + digits.size(), visual->visualid, 16).ptr;
+        return "Chosen visual ID = 0x" + std::string(digits.data(), end);
+    });
+
+    const Window root = RootWindow(display, visual->screen);
+    colormap = XCreateColormap(display, root, visual->visual, AllocNone);
+    XSetWindowAttributes attributes{};
+    attributes.colormap = colormap;
+    attributes.background_pixmap = None;
+    attributes.border_pixel = 0;
+    attributes.event_mask = StructureNotifyMask;
+    window = XCreateWindow(display, root, 0, 0, 100, 100, 0, visual->depth, InputOutput, visual->visual,
+                           CWBorderPixel | CWColormap | CWEventMask, &attributes);
+    if (trap.sync()) {
+        logMessage(Log::Error, category, "Failed to create window");
+        return false;
+    }
+    XStoreName(display, window, "OpenGL Context");
+    return true;
+}
+
+GLXContext ContextGLX::Private::requestContext(const std::vector<int>& attributes) const {
+    static const auto create =
+        reinterpret_cast<PFNGLXCREATECONTEXTATTRIBSARBPROC>(lookupEntryPoint("glXCreateContextAttribsARB"));
+    return create(display, config, static_cast<GLXContext>(info.sharedContext), True, attributes.data());
+}
+
+GLXContext ContextGLX::Private::requestWithOptionalReset(std::vector<int> attributes,
+                                                         const CreateInfo& wanted) const {
+    const std::size_t sizeWithoutReset = attributes.size();
+    if (wanted.resetNotification) {
+        attributes.push_back(GLX_CONTEXT_RESET_NOTIFICATION_STRATEGY_ARB);
+        attributes.push_back(GLX_LOSE_CONTEXT_ON_RESET_ARB);
+    }
+    attributes.push_back(None);
+    GLXContext candidate = requestContext(attributes);
+    if (candidate || !wanted.resetNotification || !wanted.sharedContext)
+        return candidate;
+
+    attributes.resize(sizeWithoutReset);
+    attributes.push_back(None);
+    XSync(display, False);
+    ctxErrorOccurred = false;
+    candidate = requestContext(attributes);
+    if (candidate)
+        logMessage(Log::Warning, category,
+                   "Shared context could only be created without RESET_NOTIFICATION support.");
+    return candidate;
+}
+
+// An error that the server has for it arrives before the next attempt.
+void ContextGLX::Private::discard(GLXContext candidate) const {
+    glXDestroyContext(display, candidate);
+    XSync(display, False);
+}
+
+bool ContextGLX::Private::isCoreProfile(GLXContext candidate) const {
+    if (!glXMakeCurrent(display, window, candidate))
+        return false;
+    const EarlyEntryPoint integer(glGetIntegerv, "glGetIntegerv");
+    const bool core = (getInt(GL_CONTEXT_PROFILE_MASK) & GL_CONTEXT_CORE_PROFILE_BIT) != 0;
+    glXMakeCurrent(display, None, nullptr);
+    return core;
+}
+
+// Some drivers answer a request without a profile with a core context. Then the profile is asked for by name;
+// a driver that has no such profile leaves the first answer standing.
+GLXContext ContextGLX::Private::preferCompatibility(GLXContext context_, std::vector<int> attributes,
+                                                    const CreateInfo& wanted) const {
+    attributes.push_back(GLX_CONTEXT_PROFILE_MASK_ARB);
+    attributes.push_back(GLX_CONTEXT_COMPATIBILITY_PROFILE_BIT_ARB);
+    XSync(display, False);
+    const bool errorBefore = ctxErrorOccurred;
+    const GLXContext compatible = requestWithOptionalReset(std::move(attributes), wanted);
+    XSync(display, False);
+    ctxErrorOccurred = errorBefore;
+    if (!compatible)
+        return context_;
+    if (!reachesVersion(compatible, wanted) || isCoreProfile(compatible)) {
+        discard(compatible);
+        return context_;
+    }
+    discard(context_);
+    return compatible;
+}
+
+bool ContextGLX::Private::reachesVersion(GLXContext candidate, const CreateInfo& wanted) const {
+    if (!glXMakeCurrent(display, window, candidate))
+        return false;
+    const EarlyEntryPoint string(glGetString, "glGetString");
+    bool reached = false;
+    try {
+        reached = versionInfo() >= wanted.version;
+    } catch (const std::logic_error&) {
+        logMessage(Log::Error, category,
+                   [] { return "Unreadable OpenGL version \"" + getString(GL_VERSION) + "\""; });
+    }
+    glXMakeCurrent(display, None, nullptr);
+    return reached;
+}
+
+GLXContext ContextGLX::Private::attempt(const CreateInfo& wanted) const {
+    std::vector<int> attributes;
+    if (wanted.version.major >= 1)
+        attributes = {GLX_CONTEXT_MAJOR_VERSION_ARB, wanted.version.major, GLX_CONTEXT_MINOR_VERSION_ARB,
+                      wanted.version.minor};
+    attributes.push_back(GLX_CONTEXT_FLAGS_ARB);
+    attributes.push_back(wanted.debug ? GLX_CONTEXT_DEBUG_BIT_ARB : 0);
+    if (!wanted.compatibility) {
+        attributes.push_back(GLX_CONTEXT_PROFILE_MASK_ARB);
+        attributes.push_back(GLX_CONTEXT_CORE_PROFILE_BIT_ARB);
+    }
+    const GLXContext candidate = requestWithOptionalReset(attributes, wanted);
+    if (!candidate)
+        return nullptr;
+    if (!reachesVersion(candidate, wanted)) {
+        discard(candidate);
+        return nullptr;
+    }
+    if (wanted.compatibility && isCoreProfile(candidate))
+        return preferCompatibility(candidate, std::move(attributes), wanted);
+    return candidate;
+}
+
+bool ContextGLX::Private::createContext(const ErrorTrap& trap) {
+    const char* const extensions = glXQueryExtensionsString(display, DefaultScreen(display));
+    const bool hasCreateContext = extensions && isExtensionSupported(extensions, "GLX_ARB_create_context") &&
+                                  lookupEntryPoint("glXCreateContextAttribsARB");
+    if (!hasCreateContext) {
+        logMessage(Log::Warning, "GL::ContextGLX",
+                   "glXCreateContextAttribsARB() not available, falling back to using old-style GLX context");
+        context = glXCreateNewContext(display, config, GLX_RGBA_TYPE,
+                                      static_cast<GLXContext>(info.sharedContext), True);
+    } else if (info.version.major >= 1) {
+        context = attempt(info);
+    } else {
+        static constexpr std::pair<int, int> versions[] = {{4, 6}, {4, 5}, {4, 3}, {4, 2},
+                                                           {4, 1}, {4, 0}, {3, 3}};
+        for (const auto& [major, minor] : versions) {
+            CreateInfo wanted = info;
+            wanted.version.major = major;
+            wanted.version.minor = minor;
+            ctxErrorOccurred = false;
+            context = attempt(wanted);
+            const bool failed = trap.sync();
+            if (context && !failed)
+                break;
+            if (context)
+                discard(std::exchange(context, nullptr));
+        }
+    }
+    if (trap.sync() || !context) {
+        logMessage(Log::Error, category, "Failed to create an OpenGL context");
+        return false;
+    }
+    return true;
+}
+
+std::unique_ptr<Context> ContextGLX::create(CreateInfo info) {
+    // Needed with older Xlib, where each thread has a connection of its own but the library shares tables.
+    static const bool threads = XInitThreads() != 0;
+    static_cast<void>(threads);
+
+    const std::lock_guard lock(entryPointMutex());
+    PreviousCurrent previous;
+    auto data = std::make_unique<Private>();
+    data->info = std::move(info);
+    if (!data->connect() || !data->chooseConfig())
+        return nullptr;
+    {
+        ErrorTrap trap(data->display);
+        if (!data->createWindow(trap) || !data->createContext(trap)) {
+            data->destroy(); // while the trap catches the errors of what was never made
+            return nullptr;
+        }
+    }
+    logMessage(Log::Info, category,
+               glXIsDirect(data->display, data->context) ? "Direct GLX rendering context obtained"
+                                                         : "Indirect GLX rendering context obtained");
+    {
+        ContextTable& table = contextTable();
+        const std::lock_guard tableLock(table.mutex);
+        table.records.emplace(data->context, ContextRecord{data->group, false});
+    }
+    std::unique_ptr<ContextGLX> context(new ContextGLX(std::move(data)));
+    if (!context->makeCurrent()) {
+        logMessage(Log::Error, category, "Failed to create an OpenGL context");
+        return nullptr;
+    }
+    previous.forget();
+    if (context->m_data->info.debug)
+        installDefaultDebugMessageHandler();
+    return context;
+}
+
+ContextGLX::ContextGLX(std::unique_ptr<Private> data)
+    : m_data(std::move(data)) {}
+
+ContextGLX::~ContextGLX() {
+    cleanup();
+}
+
+void ContextGLX::cleanup() {
+    if (m_data->process != getpid())
+        return;
+    deinitialize();
+    glXMakeCurrent(m_data->display, None, nullptr);
+    m_data.reset();
+}
+
+bool ContextGLX::makeCurrent() const {
+    const GLXContext previous = glXGetCurrentContext();
+    if (!glXMakeCurrent(m_data->display, m_data->window, m_data->context))
+        return false;
+    if (previous && previous != m_data->context)
+        setCurrent(previous, false);
+    setCurrent(m_data->context, true);
+    return true;
+}
+
+bool ContextGLX::doneCurrent() const {
+    const GLXContext previous = glXGetCurrentContext();
+    if (!glXMakeCurrent(m_data->display, None, nullptr))
+        return false;
+    setCurrent(previous, false);
+    return true;
+}
+
+void* ContextGLX::internalHandle() const {
+    return m_data->context;
+}
+
+std::unique_ptr<Context> ContextGLX::clone() {
+    CreateInfo info = m_data->info;
+    info.sharedContext = m_data->context;
+    auto context = create(std::move(info));
+    if (!context || !context->makeCurrent())
+        throw std::runtime_error("Could not enable background OpenGL context.");
+    return context;
+}
+
+bool ContextGLX::hasCurrent() {
+    return glXGetCurrentContext() != nullptr;
+}
+
+std::uintptr_t ContextGLX::current() {
+    return reinterpret_cast<std::uintptr_t>(glXGetCurrentContext());
+}
+
+bool ContextGLX::isExtensionSupported(const char* extensionList, const char* extension) {
+    const std::string_view list(extensionList);
+    const std::string_view name(extension);
+    if (name.empty() || name.find(' ') != std::string_view::npos)
+        return false;
+    for (std::size_t hit = list.find(name); hit != std::string_view::npos; hit = list.find(name, hit + 1)) {
+        const std::size_t end = hit + name.size();
+        if ((hit == 0 || list[hit - 1] == ' ') && (end == list.size() || list[end] == ' '))
+            return true;
+    }
+    return false;
+}
+
+bool ContextGLX::isCurrentOnSomeThread() const {
+    ContextTable& table = contextTable();
+    const std::lock_guard lock(table.mutex);
+    const auto found = table.records.find(m_data->context);
+    return found != table.records.end() && found->second.current;
+}
+
+std::mutex& entryPointMutex() {
+    static std::mutex mutex;
+    return mutex;
+}
+
+EntryPoint lookupEntryPoint(const char* name) {
+    return glXGetProcAddressARB(reinterpret_cast<const GLubyte*>(name));
+}
+
+} // namespace Veltrand::GL

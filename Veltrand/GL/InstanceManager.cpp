@@ -1,0 +1,162 @@
+// SPDX-License-Identifier: BSD-3-Clause
+#include <Veltrand/GL/InstanceManager.h>
+
+#include <Veltrand/GL/ContextManager.h>
+
+#include <cstdint>
+#include <cstdlib>
+#include <cxxabi.h>
+#include <iterator>
+#include <memory>
+#include <mutex>
+#include <stdexcept>
+#include <string>
+#include <unistd.h>
+#include <unordered_map>
+#include <utility>
+#include <vector>
+
+namespace Veltrand::GL {
+
+namespace {
+
+struct Key {
+    std::uintptr_t context;
+    std::type_index type;
+    friend bool operator==(const Key&, const Key&) = default;
+};
+
+struct KeyHash {
+    std::size_t operator()(const Key& key) const { return key.type.hash_code() ^ key.context; }
+};
+
+// The type whose constructor or destructor runs on this thread with the registry locked.
+thread_local const std::type_index* t_insideType = nullptr;
+
+class InsideInstance {
+public:
+    explicit InsideInstance(const std::type_index& type)
+        : m_previous(std::exchange(t_insideType, &type)) {}
+    ~InsideInstance() { t_insideType = m_previous; }
+    InsideInstance(const InsideInstance&) = delete;
+    InsideInstance& operator=(const InsideInstance&) = delete;
+
+private:
+    const std::type_index* m_previous;
+};
+
+using Instances = std::unordered_map<Key, std::unique_ptr<InstanceManagerBase>, KeyHash>;
+
+void destroy(Instances&& instances) {
+    for (auto& [key, instance] : instances) {
+        const InsideInstance inside(key.type);
+        instance.reset();
+    }
+}
+
+class Registry {
+public:
+    Registry() = default;
+    Registry(const Registry&) = delete;
+    Registry& operator=(const Registry&) = delete;
+    ~Registry() {
+        leaveToParentProcess();
+        destroyAll();
+    }
+
+    // Locked, unless this thread is inside an instance and holds the lock already: an instance may own a
+    // context, whose end is the end of that context's instances.
+    [[nodiscard]] std::unique_lock<std::mutex> lock() {
+        std::unique_lock lock(m_mutex, std::defer_lock);
+        if (!t_insideType)
+            lock.lock();
+        leaveToParentProcess();
+        return lock;
+    }
+
+    [[nodiscard]] Instances& instances() { return m_instances; }
+
+    // Taken out first, so that what destructors do to the registry does not disturb the walk.
+    [[nodiscard]] Instances takeContext(std::uintptr_t context) {
+        Instances taken;
+        for (auto entry = m_instances.begin(); entry != m_instances.end();) {
+            const auto next = std::next(entry);
+            if (entry->first.context == context)
+                taken.insert(m_instances.extract(entry));
+            entry = next;
+        }
+        return taken;
+    }
+    void setAside(std::uintptr_t context) { m_aside.push_back(takeContext(context)); }
+
+    void destroyAll() {
+        destroy(std::exchange(m_instances, {}));
+        for (Instances& aside : std::exchange(m_aside, {}))
+            destroy(std::move(aside));
+    }
+
+private:
+    // In a forked child the instances name objects of contexts that the parent still uses; they are kept
+    // where nothing destroys them.
+    void leaveToParentProcess() {
+        if (m_process == getpid())
+            return;
+        m_process = getpid();
+        static auto* const kept = new std::vector<Instances>;
+        kept->push_back(std::exchange(m_instances, {}));
+        for (Instances& aside : std::exchange(m_aside, {}))
+            kept->push_back(std::move(aside));
+    }
+
+    std::mutex m_mutex;
+    Instances m_instances;
+    std::vector<Instances> m_aside;
+    pid_t m_process = getpid();
+};
+
+Registry g_registry;
+
+std::string typeName(const std::type_index& type) {
+    int status = 0;
+    const std::unique_ptr<char, void (*)(void*)> name(
+        abi::__cxa_demangle(type.name(), nullptr, nullptr, &status), std::free);
+    return name ? name.get() : type.name();
+}
+
+} // namespace
+
+InstanceManagerBase* InstanceManagerBase::lookup(const std::type_index& type,
+                                                 InstanceManagerBase* (*createFunc)()) {
+    if (t_insideType)
+        throw std::logic_error("Per-context instance of " + typeName(type) +
+                               " requested inside the constructor or destructor of " +
+                               typeName(*t_insideType) + '.');
+    const auto lock = g_registry.lock();
+    const Key key{ContextManager::currentContextId(), type};
+    if (const auto found = g_registry.instances().find(key); found != g_registry.instances().end())
+        return found->second.get();
+    const InsideInstance inside(type);
+    std::unique_ptr<InstanceManagerBase> instance(createFunc());
+    return g_registry.instances().emplace(key, std::move(instance)).first->second.get();
+}
+
+void InstanceManagerBase::deinitCurrent() {
+    const auto lock = g_registry.lock();
+    destroy(g_registry.takeContext(ContextManager::currentContextId()));
+}
+
+void InstanceManagerBase::setAside(std::uintptr_t context) {
+    const auto lock = g_registry.lock();
+    g_registry.setAside(context);
+}
+
+void InstanceManagerBase::deinitAll() {
+    const auto lock = g_registry.lock();
+    g_registry.destroyAll();
+}
+
+bool InstanceManagerBase::isInsideInstance() {
+    return t_insideType != nullptr;
+}
+
+} // namespace Veltrand::GL

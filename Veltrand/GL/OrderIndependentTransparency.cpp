@@ -1,0 +1,281 @@
+// SPDX-License-Identifier: BSD-3-Clause
+#include <Veltrand/GL/OrderIndependentTransparency.h>
+
+#include <Veltrand/Core/Log.h>
+#include <Veltrand/GL/AtomicCounterBuffer.h>
+#include <Veltrand/GL/FullscreenSquare.h>
+#include <Veltrand/GL/Functions.h>
+#include <Veltrand/GL/InstanceManager.h>
+#include <Veltrand/GL/Program.h>
+#include <Veltrand/GL/Sampler.h>
+#include <Veltrand/GL/ShaderStorageBuffer.h>
+#include <Veltrand/GL/StateGuard.h>
+#include <Veltrand/GL/Texture.h>
+#include <Veltrand/GL/detail/LogMessage.h>
+#include <Veltrand/GL/detail/NodeBudget.h>
+
+#include <Eigen/Core>
+#include <algorithm>
+#include <exception>
+#include <glad/gl.h>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+#include <type_traits>
+#include <vector>
+
+namespace Veltrand::GL {
+
+static_assert(std::is_nothrow_move_constructible_v<OrderIndependentTransparency> &&
+              std::is_nothrow_move_assignable_v<OrderIndependentTransparency> &&
+              !std::is_copy_constructible_v<OrderIndependentTransparency>);
+
+namespace {
+
+constexpr std::string_view category = "GL.OrderIndependentTransparency";
+constexpr GLuint counterBinding = 6;
+constexpr GLuint endOfList = 0xFFFFFFFF;
+
+class SharedSquare : public InstanceManager<SharedSquare>, public FullscreenSquare {};
+
+/// Lets what a fragment shader writes reach the first draw buffer, and nothing else, unchanged; then puts
+/// back what the caller had set.
+class PlainOutput {
+public:
+    PlainOutput()
+        : m_vertexArray(static_cast<GLuint>(getInt(GL_VERTEX_ARRAY_BINDING)))
+        , m_activeTexture(static_cast<GLenum>(getInt(GL_ACTIVE_TEXTURE)))
+        , m_blend(glIsEnabledi(GL_BLEND, 0) == GL_TRUE)
+        , m_scissor(glIsEnabledi(GL_SCISSOR_TEST, 0) == GL_TRUE)
+        , m_colorMasks(static_cast<std::size_t>(getInt(GL_MAX_DRAW_BUFFERS))) {
+        for (std::size_t i = 0; i < capabilities.size(); ++i) {
+            m_enabled[i] = glIsEnabled(capabilities[i]) == GL_TRUE;
+            glDisable(capabilities[i]);
+        }
+        glDisablei(GL_BLEND, 0);
+        glDisablei(GL_SCISSOR_TEST, 0);
+        glGetIntegerv(GL_POLYGON_MODE, m_polygonMode.data());
+        glPolygonMode(GL_FRONT_AND_BACK, GL_FILL);
+        for (std::size_t i = 0; i < m_colorMasks.size(); ++i) {
+            const auto buffer = static_cast<GLuint>(i);
+            glGetBooleani_v(GL_COLOR_WRITEMASK, buffer, m_colorMasks[i].data());
+            const GLboolean written = i == 0 ? GL_TRUE : GL_FALSE;
+            glColorMaski(buffer, written, written, written, written);
+        }
+    }
+    ~PlainOutput() {
+        for (std::size_t i = 0; i < capabilities.size(); ++i)
+            if (m_enabled[i])
+                glEnable(capabilities[i]);
+        if (m_blend)
+            glEnablei(GL_BLEND, 0);
+        if (m_scissor)
+            glEnablei(GL_SCISSOR_TEST, 0);
+        restorePolygonMode();
+        for (std::size_t i = 0; i < m_colorMasks.size(); ++i) {
+            const ColorMask& mask = m_colorMasks[i];
+            glColorMaski(static_cast<GLuint>(i), mask[0], mask[1], mask[2], mask[3]);
+        }
+        glActiveTexture(m_activeTexture);
+        glBindVertexArray(m_vertexArray);
+    }
+    PlainOutput(const PlainOutput&) = delete;
+    PlainOutput& operator=(const PlainOutput&) = delete;
+
+private:
+    using ColorMask = std::array<GLboolean, 4>;
+
+    // Clipping would read distances that the vertex shader does not write; eight are the fewest there are.
+    static constexpr std::array capabilities = {GLenum{GL_DEPTH_TEST},
+                                                GLenum{GL_STENCIL_TEST},
+                                                GLenum{GL_CULL_FACE},
+                                                GLenum{GL_COLOR_LOGIC_OP},
+                                                GLenum{GL_POLYGON_SMOOTH},
+                                                GLenum{GL_RASTERIZER_DISCARD},
+                                                GLenum{GL_DITHER},
+                                                GLenum{GL_SAMPLE_ALPHA_TO_COVERAGE},
+                                                GLenum{GL_SAMPLE_ALPHA_TO_ONE},
+                                                GLenum{GL_SAMPLE_COVERAGE},
+                                                GLenum{GL_SAMPLE_MASK},
+                                                GLenum{GL_CLIP_DISTANCE0},
+                                                GLenum{GL_CLIP_DISTANCE1},
+                                                GLenum{GL_CLIP_DISTANCE2},
+                                                GLenum{GL_CLIP_DISTANCE3},
+                                                GLenum{GL_CLIP_DISTANCE4},
+                                                GLenum{GL_CLIP_DISTANCE5},
+                                                GLenum{GL_CLIP_DISTANCE6},
+                                                GLenum{GL_CLIP_DISTANCE7}};
+
+    void restorePolygonMode() const {
+        const auto front = static_cast<GLenum>(m_polygonMode[0]);
+        const auto back = static_cast<GLenum>(m_polygonMode[1]);
+        // A core context has one mode for both sides, and may answer with one number.
+        if (back == 0 || back == front) {
+            glPolygonMode(GL_FRONT_AND_BACK, front);
+        } else {
+            glPolygonMode(GL_FRONT, front);
+            glPolygonMode(GL_BACK, back);
+        }
+    }
+
+    GLuint m_vertexArray;
+    GLenum m_activeTexture;
+    bool m_blend;
+    bool m_scissor;
+    std::array<bool, capabilities.size()> m_enabled{};
+    std::array<GLint, 2> m_polygonMode{};
+    std::vector<ColorMask> m_colorMasks;
+};
+
+std::int64_t maxStorageBlockSize() {
+    GLint64 bytes = 0;
+    glGetInteger64v(GL_MAX_SHADER_STORAGE_BLOCK_SIZE, &bytes);
+    return bytes;
+}
+
+} // namespace
+
+bool OrderIndependentTransparency::m_enabled = true;
+
+bool OrderIndependentTransparency::isSupported() {
+    return m_enabled && GLAD_GL_VERSION_4_4;
+}
+
+OrderIndependentTransparency::OrderIndependentTransparency() {
+    if (!isSupported())
+        throw std::runtime_error("GL::OrderIndependentTransparency requires OpenGL 4.4");
+    try {
+        m_blendProgram = Program::createVertexFragment("VeltrandGL/FixedFunctionPipeline.vert",
+                                                       "VeltrandGL/OrderIndependentTransparencyBlend.frag",
+                                                       "", Program::Compilation::ImmediateThrow);
+    } catch (const std::exception& exception) {
+        m_enabled = false;
+        logMessage(Log::Warning, category, [&exception] {
+            return std::string("The blend program could not be built: ") + exception.what();
+        });
+        throw std::runtime_error(
+            "Order-independent transparency functionality disabled due to driver issues.");
+    }
+    for (auto& counter : m_nodeCounters)
+        counter = std::make_unique<AtomicCounterBuffer>(1, Buffer::Usage::DynamicRead);
+    AtomicCounterBuffer::unbind();
+    m_nodeBuffer = std::make_unique<ShaderStorageBuffer>(Buffer::Usage::DynamicCopy);
+    ShaderStorageBuffer::unbind();
+    m_sampler = std::make_unique<Sampler>();
+    m_sampler->setFiltering(Sampler::MinFilter::Nearest, Sampler::MagFilter::Nearest);
+    m_maxNodes = NodeBudget::fromBlockSize(maxStorageBlockSize()).maxNodes;
+}
+
+OrderIndependentTransparency::~OrderIndependentTransparency() = default;
+OrderIndependentTransparency::OrderIndependentTransparency(OrderIndependentTransparency&&) noexcept = default;
+OrderIndependentTransparency&
+OrderIndependentTransparency::operator=(OrderIndependentTransparency&&) noexcept = default;
+
+std::int64_t OrderIndependentTransparency::numImagePixels() const {
+    if (!m_nodeIndexImage)
+        return 0;
+    return std::int64_t{m_nodeIndexImage->width()} * m_nodeIndexImage->height();
+}
+
+unsigned OrderIndependentTransparency::numNodesTotal() const {
+    return NodeBudget{m_maxNodes}.capacity(numImagePixels(), m_nodesPerPixel);
+}
+
+// Whether the image was created anew.
+bool OrderIndependentTransparency::resize(int width, int height, bool forceRecreate) {
+    m_width = width;
+    m_height = height;
+    if (width == 0 || height == 0)
+        return false;
+    const bool fits =
+        m_nodeIndexImage && m_nodeIndexImage->width() >= width && m_nodeIndexImage->height() >= height;
+    if (fits && !forceRecreate)
+        return false;
+    m_nodeIndexImage = std::make_unique<Texture>(Texture::Target::Texture2D,
+                                                 Eigen::Vector3i(width, height, 1), InternalFormat::R32UI);
+    return true;
+}
+
+// Whether there are more nodes per pixel than before.
+bool OrderIndependentTransparency::grow(unsigned demand, std::int64_t framePixels) {
+    if (demand <= numNodesTotal())
+        return false;
+    const int before = m_nodesPerPixel;
+    m_nodesPerPixel =
+        NodeBudget{m_maxNodes}.grownNodesPerPixel(demand, framePixels, numImagePixels(), before);
+    if (m_nodesPerPixel > before)
+        logMessage(Log::Debug, category, [this] {
+            return "Increasing node buffer size to " + std::to_string(m_nodesPerPixel) + " nodes/pixel";
+        });
+    if (demand > numNodesTotal() && framePixels > 0 && !m_hasWarned) {
+        m_hasWarned = true;
+        logMessage(Log::Warning, category, [&] {
+            return "A frame of " + std::to_string(framePixels) + " pixels has " + std::to_string(demand) +
+                   " transparent fragments, but only " + std::to_string(numNodesTotal()) +
+                   " can be stored; the others are dropped.";
+        });
+    }
+    return m_nodesPerPixel > before;
+}
+
+void OrderIndependentTransparency::reset(const Eigen::Vector2i& viewportSize, bool forceRecreate) {
+    const int width = std::max(viewportSize.x(), 0);
+    const int height = std::max(viewportSize.y(), 0);
+    const bool resized = width != m_width || height != m_height;
+    const bool recreated = resized && resize(width, height, forceRecreate);
+    memoryBarrier(Barrier::ShaderImageAccess | Barrier::TextureUpdate | Barrier::BufferUpdate |
+                  Barrier::AtomicCounter);
+
+    AtomicCounterBuffer& previous = *m_nodeCounters[m_counterIndex];
+    const std::int64_t previousPixels = m_numPixels[m_counterIndex];
+    m_counterIndex = (m_counterIndex + 1) % m_nodeCounters.size();
+    previous.bind();
+    const unsigned demand = previous.getData().at(0);
+
+    const bool grown = grow(demand, previousPixels);
+    if (resized)
+        m_hasWarned = false;
+    if (grown || recreated) {
+        m_nodeBuffer->bind();
+        m_nodeBuffer->allocateBuffer(std::int64_t{numNodesTotal()} * NodeBudget::bytesPerNode);
+        ShaderStorageBuffer::unbind();
+    }
+
+    m_nodeCounters[m_counterIndex]->reset(0);
+    AtomicCounterBuffer::unbind();
+    m_numPixels[m_counterIndex] = std::int64_t{width} * height;
+    if (m_nodeIndexImage)
+        m_nodeIndexImage->clearImpl(PixelFormat::RedInteger, PixelType::UInt, &endOfList);
+}
+
+void OrderIndependentTransparency::setListArguments(Program& program, bool write) const {
+    memoryBarrier(Barrier::ShaderImageAccess | Barrier::ShaderStorage);
+    if (write)
+        m_nodeCounters[m_counterIndex]->bindBase(counterBinding);
+    program.bindBuffer("oit_nodeBuffer", *m_nodeBuffer);
+    // Without an image there are no nodes either, and the shaders leave the lists alone.
+    if (m_nodeIndexImage)
+        program.bindImage("oit_nodeIndexImg", *m_nodeIndexImage,
+                          write ? Program::ImageAccess::ReadWrite : Program::ImageAccess::ReadOnly);
+    program.setArgument("oit_numNodesAllocated", numNodesTotal());
+}
+
+void OrderIndependentTransparency::setIncludeArguments(Program& program) const {
+    setListArguments(program, true);
+}
+
+void OrderIndependentTransparency::renderBlendedFragments(const Texture& backgroundColor,
+                                                          const Texture& backgroundDepth) {
+    const StateGuard guard(StateGuard::SaveFlags::Program);
+    const PlainOutput output;
+    m_blendProgram->enable();
+    setListArguments(*m_blendProgram, false);
+    m_blendProgram->setArgument("u_backgroundColor", backgroundColor, *m_sampler);
+    m_blendProgram->setArgument("u_backgroundDepth", backgroundDepth, *m_sampler);
+    SharedSquare::get()->drawFilled();
+    m_blendProgram->unbindImages(true);
+    m_blendProgram->unbindBuffers();
+    m_blendProgram->disable();
+}
+
+} // namespace Veltrand::GL

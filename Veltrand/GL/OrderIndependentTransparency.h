@@ -1,0 +1,100 @@
+// SPDX-License-Identifier: BSD-3-Clause
+#pragma once
+
+#include <Veltrand/Core/NotCopyable.h>
+#include <Veltrand/GL/EigenForward.h>
+#include <Veltrand/GL/Export.h>
+#include <Veltrand/GL/GL.h>
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+
+namespace Veltrand::GL {
+
+/// Composites transparent geometry that is drawn in any order.
+///
+///     transparency.reset(viewportSize, false);
+///     program.enable(); // its fragment shader calls oit_addFragment(color)
+///     transparency.setIncludeArguments(program);
+///     ... // draw
+///     transparency.renderBlendedFragments(opaqueColor, opaqueDepth);
+///
+/// Fragment shaders that include "VeltrandGL/OrderIndependentTransparency.glh" put their fragments into one
+/// list per pixel instead of writing a colour; the last call sorts each list by depth and blends it over the
+/// opaque picture. Fragments of equal depth are ordered by colour, so that the picture does not depend on the
+/// drawing order. Depth writes should be off meanwhile. Renderers take a pointer to such an object and define
+/// WITH_OIT when it is given.
+///
+/// The lists have room for four fragments per pixel on average at first. When a frame needs more, fragments
+/// are missing from that one, and the next has room, up to the size of the driver's storage blocks.
+///
+/// Use one object per context and render target, on the thread on which the context is current. Needs OpenGL
+/// 4.4.
+class VELTRAND_GL_API OrderIndependentTransparency : private Utils::NotCopyable {
+public:
+    /// Whether the current context has OpenGL 4.4, and no driver has failed to build the shaders. Otherwise
+    /// callers fall back to ordinary blending.
+    [[nodiscard]] static bool isSupported();
+
+    /// Throws `std::runtime_error`: "GL::OrderIndependentTransparency requires OpenGL 4.4" where it is not
+    /// supported, and "Order-independent transparency functionality disabled due to driver issues." where the
+    /// shaders do not build, which is logged and disables it for the life of the process. GL: 4.4
+    OrderIndependentTransparency();
+    ~OrderIndependentTransparency();
+    /// The source may only be destroyed or assigned to.
+    OrderIndependentTransparency(OrderIndependentTransparency&&) noexcept;
+    OrderIndependentTransparency& operator=(OrderIndependentTransparency&&) noexcept;
+
+    /// Starts a frame with empty lists. Waits for the drawing of the one before.
+    ///
+    /// Lists are kept for pixels from the window's lower left corner up to @p viewportSize; memory grows to
+    /// the largest size seen. Where a frame needs more nodes than the driver's storage blocks can hold, a
+    /// warning is logged, once per size. A size without pixels takes no fragments.
+    /// @param forceRecreate allocate anew when the size has changed, even if the memory would do
+    /// GL: glClearTexImage, 4.4; glGetBufferSubData, glMemoryBarrier
+    void reset(const Eigen::Vector2i& viewportSize, bool forceRecreate);
+
+    /// Gives an enabled program what the include needs: atomic counter binding 6, an image unit and a storage
+    /// block of the program. Call it once per frame and program, after `reset`.
+    /// GL: glMemoryBarrier, glBindBufferBase, glBindImageTexture, 4.3
+    void setIncludeArguments(Program& program) const;
+
+    /// Ends a frame: draws over the whole viewport the opaque picture with those fragments that lie in front
+    /// of @p backgroundDepth, into the first draw buffer. It may be called more than once.
+    ///
+    /// The two 2D textures are read at the window position of each pixel, so they have at least the size of
+    /// the viewport, and must not be attached to the framebuffer that is drawn to. Alpha is composited too.
+    /// Nothing but the viewport and the framebuffer influences the pass, which writes no depth and leaves the
+    /// state of the pipeline as it was.
+    /// GL: glMemoryBarrier, glBindImageTexture, glDrawArrays, 4.3
+    void renderBlendedFragments(const Texture& backgroundColor, const Texture& backgroundDepth);
+
+    /// How many fragments a frame can hold: pixels of the largest size so far times nodes per pixel, limited
+    /// by the size of the driver's storage blocks.
+    [[nodiscard]] unsigned numNodesTotal() const;
+
+private:
+    [[nodiscard]] std::int64_t numImagePixels() const;
+    [[nodiscard]] bool resize(int width, int height, bool forceRecreate);
+    [[nodiscard]] bool grow(unsigned demand, std::int64_t framePixels);
+    void setListArguments(Program& program, bool write) const;
+
+    static bool m_enabled;
+
+    std::unique_ptr<Program> m_blendProgram;
+    std::array<std::unique_ptr<AtomicCounterBuffer>, 2> m_nodeCounters; ///< used in turn
+    std::unique_ptr<ShaderStorageBuffer> m_nodeBuffer;
+    std::unique_ptr<Texture> m_nodeIndexImage; ///< the head of each pixel's list
+    int m_width = 0;
+    int m_height = 0;
+    int m_nodesPerPixel = 4;
+    std::size_t m_counterIndex = 0;
+    std::array<std::int64_t, 2> m_numPixels{}; ///< of the frame that used each counter
+    std::unique_ptr<Sampler> m_sampler;        ///< reads textures as they are, whatever their settings
+    std::int64_t m_maxNodes = 0;
+    bool m_hasWarned = false;
+};
+
+} // namespace Veltrand::GL

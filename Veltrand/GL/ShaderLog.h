@@ -1,0 +1,40 @@
+// SPDX-License-Identifier: BSD-3-Clause
+#pragma once
+
+#include <Veltrand/GL/Export.h>
+
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+/// Maps what a driver says about assembled shader text back to the GLSL files that the text was made from.
+///
+/// `Program::loadShaderSource` frames each expanded file with marker comments; these functions read them.
+/// They make no OpenGL call and may be called from any thread.
+namespace Veltrand::GL {
+
+struct ShaderLocation {
+    std::string file; ///< as named by the directive that inserted it, or the name of the shader itself
+    int line = 0;     ///< from 1
+    friend bool operator==(const ShaderLocation&, const ShaderLocation&) = default;
+};
+
+/// The file and line that line @p line of @p source comes from. Nothing for a line outside the text or
+/// before the first marker (the version line, extensions and defines).
+/// @param line counted from 1 over the assembled text, as drivers count
+[[nodiscard]] VELTRAND_GL_API std::optional<ShaderLocation> locateShaderLine(std::string_view source,
+                                                                             int line);
+
+/// Rewrites a compiler log of the forms `0(12) : error C1008: text` and `0:12: error(#132) text`: each such
+/// message comes out as `[file:line] error C1008: text` and the source line in question below it. Messages on
+/// lines that @p source does not have are left out; lines of any other form are kept as they are.
+[[nodiscard]] VELTRAND_GL_API std::string reformatShaderErrorLog(std::string_view log,
+                                                                 std::string_view source);
+
+/// The messages of @p log of the form `0:12(5): error: text` that can be placed, each as the driver's line
+/// with `[file:line] ` in front.
+[[nodiscard]] VELTRAND_GL_API std::vector<std::string> placeShaderMessages(std::string_view log,
+                                                                           std::string_view source);
+
+} // namespace Veltrand::GL

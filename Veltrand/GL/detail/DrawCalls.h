@@ -1,0 +1,62 @@
+// SPDX-License-Identifier: BSD-3-Clause
+#pragma once
+
+#include <Veltrand/Core/Log.h>
+#include <Veltrand/GL/detail/LogMessage.h>
+
+#include <cstdint>
+#include <glad/gl.h>
+#include <limits>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace Veltrand::GL {
+
+class VertexArrayObject;
+
+/// The current context's vertex array object that draw calls set up anew each time.
+VertexArrayObject& sharedVertexArray();
+
+/// A vertex or index count as OpenGL takes it; nothing, and an error logged, when it does not fit.
+inline std::optional<GLsizei> drawCount(std::uint64_t count, std::string_view category) {
+    if (count <= static_cast<std::uint64_t>(std::numeric_limits<GLsizei>::max()))
+        return static_cast<GLsizei>(count);
+    logMessage(Log::Error, category, [count] {
+        return "Refusing to draw " + std::to_string(count) + " vertices, more than one draw call can count.";
+    });
+    return std::nullopt;
+}
+
+/// Primitive restart for the length of a draw call; index 0 leaves it alone.
+class PrimitiveRestart {
+public:
+    explicit PrimitiveRestart(GLuint index)
+        : m_active(index != 0) {
+        if (m_active) {
+            glEnable(GL_PRIMITIVE_RESTART);
+            glPrimitiveRestartIndex(index);
+        }
+    }
+    ~PrimitiveRestart() {
+        if (m_active)
+            glDisable(GL_PRIMITIVE_RESTART);
+    }
+    PrimitiveRestart(const PrimitiveRestart&) = delete;
+    PrimitiveRestart& operator=(const PrimitiveRestart&) = delete;
+
+private:
+    bool m_active;
+};
+
+/// Runs of consecutive vertices, as glMultiDrawArrays takes them.
+struct VertexRuns {
+    std::vector<GLint> firsts;
+    std::vector<GLsizei> counts;
+};
+
+/// Cuts @p numVertices vertices at each restart position that lies beyond the one before it.
+VertexRuns planVertexRuns(GLsizei numVertices, const std::vector<unsigned long>& restarts);
+
+} // namespace Veltrand::GL

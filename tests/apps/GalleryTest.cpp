@@ -1,0 +1,183 @@
+// SPDX-License-Identifier: BSD-3-Clause
+#include "apps/GalleryRun.h"
+#include "apps/NiftiFile.h"
+
+#include "gallery/Options.h"
+#include "gallery/ShaderRepository.h"
+#include "gallery/SliceLayout.h"
+#include "support/Png.h"
+
+#include <algorithm>
+#include <gtest/gtest.h>
+
+namespace Veltrand {
+namespace {
+
+using Testing::NiftiFile;
+using Testing::runGalleryProgram;
+using Testing::RunResult;
+using Testing::TemporaryDirectory;
+
+TEST(Gallery, ReportsBadInputInOneSentenceAndLeavesNoPicture) {
+    const TemporaryDirectory directory;
+    const auto path = [&directory](const char* name) { return (directory.path() / name).string(); };
+    const std::string whole = directory.write("whole.nii", NiftiFile().plain());
+    const std::string packed = NiftiFile().gzip();
+    const std::string cut = directory.write("cut.nii.gz", packed.substr(0, packed.size() - 9));
+    const std::string text = directory.write("text.nii", std::string(500, 'x'));
+    NiftiFile huge;
+    huge.dimensions = {3, 32767, 32767, 32767, 1, 1, 1, 1};
+    const std::string tooLarge = directory.write("huge.nii", huge.plain());
+    NiftiFile complex;
+    complex.dataType = 32;
+    const std::string unsupported = directory.write("complex.nii", complex.plain());
+    const std::string out = path("pictures");
+
+    const struct {
+        std::vector<std::string> arguments;
+        std::string sentence;
+        std::vector<std::string> environment{};
+    } cases[]{
+        {{"--volume", path("absent.nii")}, "cannot read " + path("absent.nii") + ": there is no such file."},
+        {{"--volume", cut}, "cannot read " + cut + ": its compressed data ends too early."},
+        {{"--volume", text}, "cannot read " + text + ": it is not a NIfTI-1 file."},
+        {{"--volume", tooLarge},
+         "cannot read " + tooLarge + ": its header asks for more voxels than the file can hold."},
+        {{"--volume", unsupported},
+         "cannot read " + unsupported +
+             ": its voxels are complex numbers (data type 32), which are not read."},
+        {{"--volume", whole, "--point", "0,900,0"},
+         "cannot show " + whole + " there: the point given lies outside the volume."},
+        {{"--volume", whole, "--out", whole}, "cannot write to " + whole + ": Not a directory."},
+        {{"--volume", whole, "--out", whole + "/below"},
+         "cannot write to " + whole + "/below: Not a directory."},
+        {{"--volume", whole, "slices", "mona-lisa"}, "there is no picture 'mona-lisa', see --list."},
+        {{"--volume", whole},
+         "OpenGL is switched off by VELTRAND_DISABLE_OPENGL.",
+         {"VELTRAND_DISABLE_OPENGL="}},
+    };
+    for (const auto& refused : cases) {
+        std::vector<std::string> arguments{"--out", out};
+        arguments.insert(arguments.end(), refused.arguments.begin(), refused.arguments.end());
+        const RunResult result = runGalleryProgram(arguments, directory.path(), refused.environment);
+        EXPECT_EQ(result.status, 1) << refused.sentence;
+        EXPECT_EQ(result.errors, "veltrandgl-gallery: " + refused.sentence + "\n");
+        EXPECT_EQ(result.output, "");
+        EXPECT_TRUE(!std::filesystem::exists(out) || std::filesystem::is_empty(out)) << refused.sentence;
+    }
+}
+
+TEST(Gallery, WithoutADisplaySaysSoInOneSentence) {
+    const TemporaryDirectory directory;
+    const std::string volume = directory.write("whole.nii", NiftiFile().plain());
+    const std::filesystem::path out = directory.path() / "pictures";
+    const RunResult result =
+        runGalleryProgram({"--volume", volume, "--out", out.string()}, directory.path(), {"-u", "DISPLAY"});
+    EXPECT_EQ(result.status, 1);
+    EXPECT_EQ(result.errors, "veltrandgl-gallery: there is no usable OpenGL: Failed to open X display.\n");
+    EXPECT_TRUE(std::filesystem::is_empty(out));
+}
+
+TEST(Gallery, AnswersAWrongCommandLineWithTheUsage) {
+    const TemporaryDirectory directory;
+    const std::pair<std::vector<std::string>, std::string> cases[]{
+        {{"--colour"}, "There is no option '--colour'."},
+        {{"--listen"}, "There is no option '--listen'."},
+        {{"slices", "-v"}, "There is no option '-v'."},
+        {{"--volume"}, "--volume needs a value."},
+        {{"--out="}, "--out needs a value."},
+        {{"--size", "640"}, "--size takes WIDTHxHEIGHT with both from 160 to 8192, not '640'."},
+        {{"--size=640x480x"}, "--size takes WIDTHxHEIGHT with both from 160 to 8192, not '640x480x'."},
+        {{"--size", "0x480"}, "--size takes WIDTHxHEIGHT with both from 160 to 8192, not '0x480'."},
+        {{"--size", "99999999999x480"},
+         "--size takes WIDTHxHEIGHT with both from 160 to 8192, not '99999999999x480'."},
+        {{"--point", "1,2"}, "--point takes X,Y,Z in millimetres, not '1,2'."},
+        {{"--point", "1,2,inf"}, "--point takes X,Y,Z in millimetres, not '1,2,inf'."},
+    };
+    for (const auto& [arguments, sentence] : cases) {
+        const RunResult result = runGalleryProgram(arguments, directory.path());
+        EXPECT_EQ(result.status, 2) << sentence;
+        EXPECT_EQ(result.errors,
+                  "veltrandgl-gallery: " + sentence + "\n" + std::string(Apps::usage()) + "\n");
+        EXPECT_EQ(result.output, "");
+    }
+}
+
+TEST(Gallery, UnderstandsItsOptions) {
+    const std::vector<const char*> line{"--volume=a.nii", "--out",  "dir",    "--size", "640x480", "--point",
+                                        "-1.5,2,3e1",     "slices", "--list", "--",     "--odd"};
+    const Apps::GalleryOptions options = Apps::parseOptions(line);
+    EXPECT_EQ(options.volume, "a.nii");
+    EXPECT_EQ(options.directory, "dir");
+    EXPECT_EQ(options.size, Eigen::Vector2i(640, 480));
+    EXPECT_EQ(options.point, Eigen::Vector3d(-1.5, 2, 30));
+    EXPECT_TRUE(options.list);
+    EXPECT_EQ(options.pictures, (std::vector<std::string>{"slices", "--odd"}));
+}
+
+TEST(Gallery, ListsPicturesWithoutReadingOrWriting) {
+    const TemporaryDirectory directory;
+    const std::filesystem::path out = directory.path() / "pictures";
+    const RunResult result = runGalleryProgram({"--list", "--out", out.string(), "--volume", "absent.nii"},
+                                               directory.path(), {"-u", "DISPLAY"});
+    EXPECT_EQ(result.status, 0);
+    EXPECT_EQ(result.errors, "");
+    EXPECT_EQ(result.output.rfind("slices  ", 0), 0U) << result.output;
+    EXPECT_FALSE(std::filesystem::exists(out));
+}
+
+TEST(Gallery, EmbedsItsShadersByteForByte) {
+    const Apps::ShaderRepository repository;
+    int files = 0;
+    for (const auto& entry : std::filesystem::directory_iterator(VELTRAND_GALLERY_SHADERS)) {
+        const std::string name = entry.path().filename().string();
+        const std::optional<ByteBuffer> content = Resource::query("VeltrandGallery", name);
+        ASSERT_TRUE(content) << name;
+        EXPECT_EQ(content->view().toString(), Testing::readFile(entry.path())) << name;
+        ++files;
+    }
+    EXPECT_GT(files, 0);
+    EXPECT_FALSE(repository.contains("slice.frag"));
+    EXPECT_FALSE(repository.query("slice.frag"));
+}
+
+TEST(Gallery, APictureThatCannotBeWrittenLeavesNothingBehind) {
+    const TemporaryDirectory directory;
+    const std::vector<std::uint8_t> pixels(16, 255);
+    // The picture is written whole, but a directory that is not empty cannot give way to it.
+    const std::filesystem::path blocked = directory.path() / "slices.png";
+    std::filesystem::create_directories(blocked / "inside");
+    EXPECT_THROW(Apps::writePng(blocked, 2, 2, pixels), std::runtime_error);
+    EXPECT_THROW(Apps::writePng(directory.path() / "absent" / "a.png", 2, 2, pixels), std::runtime_error);
+    EXPECT_THROW(Apps::writePng(directory.path() / "a.png", 3, 2, pixels), std::runtime_error);
+    const auto left = std::filesystem::directory_iterator(directory.path());
+    EXPECT_EQ(std::distance(begin(left), end(left)), 1);
+}
+
+TEST(SliceLayout, FitsThePictureWithSquareMillimetres) {
+    const Eigen::Vector2i sizes[]{{1600, 720}, {161, 160}, {160, 8192}, {8192, 160}, {801, 777}};
+    const Eigen::Vector3d extents[]{{150, 185, 158}, {1, 1, 1}, {4000, 3, 500}, {10, 900, 20}};
+    for (const Eigen::Vector2i& size : sizes)
+        for (const Eigen::Vector3d& extent : extents) {
+            SCOPED_TRACE(testing::Message() << size.transpose() << " shows " << extent.transpose());
+            const Eigen::Vector3d point = 0.25 * extent;
+            const Apps::SliceLayout layout =
+                Apps::layoutSlices(size, {Eigen::Vector3d::Zero(), extent}, point);
+            int end = 0;
+            for (const Apps::SlicePanel& panel : layout.panels) {
+                EXPECT_GE(panel.rect.x - layout.margin, end);
+                EXPECT_GE(panel.rect.y - layout.margin, 0);
+                EXPECT_LE(panel.rect.y + panel.rect.height + layout.margin, size.y());
+                end = panel.rect.x + panel.rect.width + layout.margin;
+                EXPECT_LE(end, size.x());
+                const Eigen::Matrix3d linear = panel.panelToPatient.linear();
+                EXPECT_NEAR(linear.col(0).norm() / panel.rect.width, linear.col(1).norm() / panel.rect.height,
+                            1e-9 * linear.col(0).norm());
+                EXPECT_EQ((panel.panelToPatient * Eigen::Vector3d(0.3, 0.6, 0))[panel.normal],
+                          point[panel.normal]);
+            }
+        }
+}
+
+} // namespace
+} // namespace Veltrand

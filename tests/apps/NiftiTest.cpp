@@ -1,0 +1,277 @@
+// SPDX-License-Identifier: BSD-3-Clause
+#include "apps/NiftiFile.h"
+
+#include "support/Nifti.h"
+
+#include <cmath>
+#include <gtest/gtest.h>
+#include <limits>
+#include <numeric>
+#include <stdexcept>
+
+namespace Veltrand {
+namespace {
+
+using Apps::readNifti;
+using Apps::Volume;
+using Testing::NiftiFile;
+using Testing::TemporaryDirectory;
+
+Volume readBytes(const std::string& bytes) {
+    const TemporaryDirectory directory;
+    return readNifti(directory.write("volume.nii", bytes));
+}
+
+std::vector<double> valuesOf(const Volume& volume) {
+    std::vector<double> values(volume.voxelCount());
+    for (std::size_t i = 0; i < values.size(); ++i)
+        values[i] = volume.value(i);
+    return values;
+}
+
+template<class T>
+void expectReads(int dataType, Volume::Storage storage, const std::vector<T>& ends) {
+    for (const bool swapped : {false, true})
+        for (const bool compressed : {false, true}) {
+            SCOPED_TRACE(testing::Message()
+                         << "type " << dataType << " swapped " << swapped << " compressed " << compressed);
+            std::vector<T> stored(24, T(7));
+            std::iota(stored.begin(), stored.end(), T(1));
+            std::copy(ends.begin(), ends.end(), stored.begin());
+            NiftiFile file;
+            file.swapped = swapped;
+            file.dataType = dataType;
+            file.slope = 0.5F;
+            file.intercept = -3;
+            file.setVoxels(stored);
+            const Volume volume = readBytes(compressed ? file.gzip() : file.plain());
+            EXPECT_EQ(volume.storage, storage);
+            EXPECT_EQ(volume.size, Eigen::Vector3i(2, 3, 4));
+            for (std::size_t i = 0; i < stored.size(); ++i) {
+                const double expected = static_cast<double>(stored[i]) * 0.5 - 3;
+                EXPECT_NEAR(volume.value(i), expected, std::abs(expected) * 1e-7) << "voxel " << i;
+            }
+            EXPECT_EQ(volume.value(1, 2, 3), volume.value(23));
+        }
+}
+
+template<class T>
+std::vector<T> endsOf() {
+    return {std::numeric_limits<T>::lowest(), std::numeric_limits<T>::max()};
+}
+
+TEST(Nifti, ReadsEveryTypeInBothByteOrdersPlainAndCompressed) {
+    using enum Volume::Storage;
+    expectReads<std::uint8_t>(2, UInt8, endsOf<std::uint8_t>());
+    expectReads<std::int8_t>(256, UInt8, endsOf<std::int8_t>());
+    expectReads<std::uint16_t>(512, UInt16, endsOf<std::uint16_t>());
+    expectReads<std::int16_t>(4, UInt16, endsOf<std::int16_t>());
+    expectReads<std::uint32_t>(768, Float32, endsOf<std::uint32_t>());
+    expectReads<std::int32_t>(8, Float32, endsOf<std::int32_t>());
+    expectReads<float>(16, Float32, {-1e30F, 0.125F});
+    expectReads<double>(64, Float32, {-1e30, 1.0 / 3});
+}
+
+TEST(Nifti, ScalesOnlyByASlopeThatIsNotZero) {
+    NiftiFile file;
+    file.voxels.assign(24, 10);
+    file.intercept = 100;
+    for (const auto& [slope, expected] : {std::pair(0.0F, 10.0), {std::nanf(""), 10.0}, {-2.0F, 80.0}}) {
+        file.slope = slope;
+        EXPECT_EQ(readBytes(file.plain()).value(0), expected) << slope;
+    }
+}
+
+TEST(Nifti, VoxelsThatAreNotFiniteTakeTheLowestValue) {
+    NiftiFile file;
+    file.dataType = 64;
+    std::vector<double> stored(24, 5);
+    stored[3] = -2;
+    stored[7] = std::nan("");
+    stored[8] = std::numeric_limits<double>::infinity();
+    stored[9] = 1e300; // beyond the range of a float
+    file.setVoxels(stored);
+    for (const std::size_t i : {7U, 8U, 9U})
+        stored[i] = -2;
+    EXPECT_EQ(valuesOf(readBytes(file.plain())), stored);
+}
+
+TEST(Nifti, ReadsTheFirstVolumeOfASeriesAndSkipsExtensions) {
+    NiftiFile file;
+    file.dimensions = {4, 2, 3, 4, 2, 1, 1, 1};
+    file.voxelOffset = 368;
+    file.voxels = std::string(16, 'e') + std::string(24, 1) + std::string(24, 2);
+    for (const std::string& bytes : {file.plain(), file.gzip()}) {
+        const Volume volume = readBytes(bytes);
+        EXPECT_EQ(volume.size, Eigen::Vector3i(2, 3, 4));
+        EXPECT_EQ(valuesOf(volume), std::vector<double>(24, 1));
+    }
+}
+
+TEST(Nifti, PlacesVoxelsByTheSformThenTheQformThenTheSpacing) {
+    NiftiFile file;
+    file.pixdim = {-1, 2, 3, 4};
+    file.qform = {0, 0, 1, 10, 20, 30}; // half a turn about z
+    file.sform = {0, 0, 5, -1, 6, 0, 0, -2, 0, 7, 0, -3};
+    const struct {
+        int sformCode;
+        int qformCode;
+        int units;
+        Eigen::Vector3d image; ///< of voxel (1, 1, 1)
+        bool known;
+    } cases[]{
+        {1, 1, 2, {4, 4, 4}, true},
+        {0, 1, 2, {8, 17, 26}, true}, // the third axis is mirrored by pixdim[0]
+        {0, 1, 1, {8000, 17000, 26000}, true},
+        {0, 1, 3, {0.008, 0.017, 0.026}, true},
+        {0, 0, 2, {2, 3, 4}, false},
+    };
+    for (const auto& expected : cases) {
+        file.sformCode = expected.sformCode;
+        file.qformCode = expected.qformCode;
+        file.units = expected.units;
+        const Volume volume = readBytes(file.plain());
+        EXPECT_TRUE((volume.voxelToPatient * Eigen::Vector3d(1, 1, 1)).isApprox(expected.image, 1e-6))
+            << volume.voxelToPatient.matrix();
+        EXPECT_EQ(volume.orientationKnown, expected.known);
+    }
+}
+
+TEST(Nifti, BoundsHoldEveryVoxelWhole) {
+    NiftiFile file;
+    file.sformCode = 1;
+    file.sform = {-2, 0, 0, 10, 0, 3, 0, 0, 0, 0, 4, 0};
+    const Volume volume = readBytes(file.plain());
+    EXPECT_TRUE(volume.bounds().min().isApprox(Eigen::Vector3d(7, -1.5, -2)));
+    EXPECT_TRUE(volume.bounds().max().isApprox(Eigen::Vector3d(11, 7.5, 14)));
+    EXPECT_TRUE(volume.spacing().isApprox(Eigen::Vector3d(2, 3, 4)));
+}
+
+TEST(Nifti, RefusesWhatItCannotReadWithOneSentence) {
+    const auto changed = [](auto change) {
+        NiftiFile file;
+        change(file);
+        return file.plain();
+    };
+    const NiftiFile whole;
+    NiftiFile incompressible;
+    incompressible.dimensions = {3, 64, 64, 1, 1, 1, 1, 1};
+    incompressible.voxels.resize(4096);
+    unsigned state = 1;
+    for (char& byte : incompressible.voxels)
+        byte = static_cast<char>((state = state * 1664525U + 1013904223U) >> 24U);
+    const std::string packed = incompressible.gzip();
+    std::string damaged = packed;
+    damaged[damaged.size() / 2] = static_cast<char>(~damaged[damaged.size() / 2]);
+    std::string wrongSum = packed;
+    wrongSum[wrongSum.size() - 8] = static_cast<char>(~wrongSum[wrongSum.size() - 8]);
+
+    const std::string magic = "it is not a NIfTI-1 file";
+    const std::string tooMany = "its header asks for more voxels than the file can hold";
+    const std::string nowhere = "its header puts the voxels at an impossible place";
+    const std::string early = "its compressed data ends too early";
+    const struct {
+        std::string name;
+        std::string bytes;
+        std::string reason;
+    } cases[]{
+        {"empty", "", "it is too short for a NIfTI-1 file"},
+        {"short", whole.plain().substr(0, 347), "it is too short for a NIfTI-1 file"},
+        {"text", std::string(1000, 'x'), magic},
+        {"magic", changed([](NiftiFile& f) { f.magic = std::string("n+2\0", 4); }), magic},
+        {"pair", changed([](NiftiFile& f) { f.magic = std::string("ni1\0", 4); }),
+         "it is the header of a .hdr/.img pair, which is not read"},
+        {"version 2", changed([](NiftiFile& f) { f.headerSize = 540; }),
+         "it is a NIfTI-2 file, only NIfTI-1 is read"},
+        {"no dimensions", changed([](NiftiFile& f) { f.dimensions[0] = 0; }),
+         "its header asks for 0 dimensions"},
+        {"8 dimensions", changed([](NiftiFile& f) { f.dimensions[0] = 8; }),
+         "its header asks for 8 dimensions"},
+        {"negative", changed([](NiftiFile& f) { f.dimensions[2] = -3; }),
+         "its header gives dimension 2 a length of -3"},
+        {"empty series", changed([](NiftiFile& f) { f.dimensions = {4, 2, 3, 4, 0, 1, 1, 1}; }),
+         "its header gives dimension 4 a length of 0"},
+        {"huge", changed([](NiftiFile& f) { f.dimensions = {3, 32767, 32767, 32767, 1, 1, 1, 1}; }), tooMany},
+        {"huge compressed",
+         NiftiFile::gzip(changed([](NiftiFile& f) { f.dimensions = {3, 32767, 32767, 32767, 1, 1, 1, 1}; })),
+         tooMany},
+        {"cut", whole.plain().substr(0, 375), tooMany},
+        {"cut before packing", NiftiFile::gzip(whole.plain().substr(0, 375)),
+         "it ends before its last voxel"},
+        {"complex", changed([](NiftiFile& f) { f.dataType = 32; }),
+         "its voxels are complex numbers (data type 32), which are not read"},
+        {"unknown type", changed([](NiftiFile& f) { f.dataType = -5; }),
+         "its voxels are a type that the format does not know (data type -5), which are not read"},
+        {"in the header", changed([](NiftiFile& f) { f.voxelOffset = 348; }), nowhere},
+        {"negative offset", changed([](NiftiFile& f) { f.voxelOffset = -1e30F; }), nowhere},
+        {"offset that is no number", changed([](NiftiFile& f) { f.voxelOffset = std::nanf(""); }), nowhere},
+        {"far offset", changed([](NiftiFile& f) { f.voxelOffset = 8e15F; }), tooMany},
+        {"flat", changed([](NiftiFile& f) {
+             f.sformCode = 1;
+             f.sform = {1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 0, 0};
+         }),
+         "its sform does not place the voxels in space"},
+        {"rotation that is no number", changed([](NiftiFile& f) {
+             f.qformCode = 1;
+             f.qform[1] = std::nanf("");
+         }),
+         "its qform does not place the voxels in space"},
+        {"no number", changed([](NiftiFile& f) {
+             f.dataType = 16;
+             f.setVoxels(std::vector<float>(24, std::nanf("")));
+         }),
+         "none of its voxels has a finite value"},
+        {"cut in the header", packed.substr(0, 30), early},
+        {"cut in the voxels", packed.substr(0, packed.size() - 100), early},
+        {"cut in the check sum", packed.substr(0, packed.size() - 3), early},
+        {"damaged", damaged, "its compressed data is damaged"},
+        {"wrong check sum", wrongSum, "its compressed data is damaged"},
+    };
+    const TemporaryDirectory directory;
+    for (const auto& refused : cases) {
+        SCOPED_TRACE(refused.name);
+        const std::filesystem::path file = directory.write("volume.nii", refused.bytes);
+        try {
+            (void)readNifti(file);
+            ADD_FAILURE() << "was read";
+        } catch (const std::runtime_error& error) {
+            const std::string text = error.what();
+            EXPECT_EQ(text.rfind("cannot read " + file.string() + ": " + refused.reason, 0), 0U) << text;
+            EXPECT_EQ(text.back(), '.');
+        }
+    }
+    for (const auto& [path, reason] : {std::pair(directory.path() / "absent.nii", "there is no such file"),
+                                       {directory.path(), "it is not a regular file"}})
+        try {
+            (void)readNifti(path);
+            ADD_FAILURE() << path << " was read";
+        } catch (const std::runtime_error& error) {
+            EXPECT_EQ(error.what(), "cannot read " + path.string() + ": " + reason + ".");
+        }
+}
+
+TEST(Nifti, WindowLiesBetweenPercentilesOfTheForeground) {
+    NiftiFile file;
+    file.dimensions = {3, 50, 4, 1, 1, 1, 1, 1};
+    std::vector<std::uint8_t> stored(200, 0);
+    std::iota(stored.begin() + 99, stored.end(), std::uint8_t(100)); // 100 to 200, the rest background
+    file.setVoxels(stored);
+    const Apps::Window window = percentileWindow(readBytes(file.plain()), 1, 99);
+    EXPECT_EQ(window.low, 101);
+    EXPECT_EQ(window.high, 199);
+
+    file.setVoxels(std::vector<std::uint8_t>(200, 9));
+    const Apps::Window flat = percentileWindow(readBytes(file.plain()), 1, 99);
+    EXPECT_EQ(flat.low, 9);
+    EXPECT_GT(flat.high, 9);
+
+    stored.assign(200, 0);
+    stored[5] = 30;
+    file.setVoxels(stored);
+    const Apps::Window single = percentileWindow(readBytes(file.plain()), 1, 99);
+    EXPECT_EQ(single.low, 0);
+    EXPECT_EQ(single.high, 30);
+}
+
+} // namespace
+} // namespace Veltrand

@@ -1,0 +1,257 @@
+// SPDX-License-Identifier: BSD-3-Clause
+#include <Veltrand/GL/ContextManager.h>
+#include <Veltrand/GL/Debug.h>
+#include <Veltrand/GL/Functions.h>
+#include <Veltrand/GL/InstanceManager.h>
+
+#include "support/GLFixture.h"
+
+#include <algorithm>
+#include <glad/gl.h>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace Veltrand::GL::Debug {
+
+using DebugGL = Testing::GLFixture;
+using Testing::LogLine;
+
+namespace {
+
+GLenum g_status = 0;
+
+void message(MessageType type, MessageSeverity severity, unsigned int id = 7,
+             MessageSource source = MessageSource::API) {
+    defaultMessageCallback(source, type, id, severity, "text");
+}
+
+} // namespace
+
+TEST_F(DebugGL, ErrorsAreReadOneAtATimeWithTheirTexts) {
+    const auto previous = glad_glGetError;
+    glad_glGetError = [] { return std::exchange(g_status, GLenum{GL_NO_ERROR}); };
+    const std::pair<GLenum, const char*> cases[] = {
+        {GL_INVALID_ENUM, "Invalid enum"},
+        {GL_INVALID_VALUE, "Invalid value"},
+        {GL_INVALID_OPERATION, "Invalid operation"},
+        {GL_STACK_OVERFLOW, "Stack overflow"},
+        {GL_STACK_UNDERFLOW, "Stack underflow"},
+        {GL_OUT_OF_MEMORY, "Out of memory"},
+        {GL_INVALID_FRAMEBUFFER_OPERATION, "Invalid framebuffer operation"},
+        {0x0507, "Unknown error 0x507"},
+        {0xABC, "Unknown error 0xabc"},
+    };
+    for (const auto& [code, text] : cases) {
+        g_status = code;
+        EXPECT_EQ(static_cast<GLenum>(check(true, nullptr, 0)), code);
+        EXPECT_TRUE(log().takeLine({Log::Error, "GL.Debug", std::string("OpenGL error: ") + text})) << text;
+    }
+    g_status = GL_INVALID_ENUM;
+    check(true, "scan.cpp", 7);
+    EXPECT_TRUE(log().takeLine({Log::Error, "GL.Debug", "scan.cpp line 7, OpenGL error: Invalid enum"}));
+    g_status = GL_INVALID_ENUM;
+    check(false);
+    EXPECT_EQ(check(true), Error::NoError);
+    EXPECT_TRUE(log().take("GL.Debug").empty());
+
+    g_status = GL_OUT_OF_MEMORY;
+    try {
+        checkAndThrow(false, "scan.cpp", 7);
+        ADD_FAILURE() << "nothing thrown";
+    } catch (const OpenGlException& exception) {
+        EXPECT_STREQ(exception.what(), "scan.cpp line 7, OpenGL error: Out of memory");
+        EXPECT_TRUE(exception.isFatal());
+        EXPECT_FALSE(exception.isCritical());
+    }
+    EXPECT_NO_THROW(checkAndThrow(true));
+    glad_glGetError = previous;
+    EXPECT_TRUE(OpenGlException("", Error::StackUnderflow).isCritical());
+    EXPECT_FALSE(OpenGlException("", Error::InvalidOperation).isCritical());
+    EXPECT_FALSE(OpenGlException("", Error::InvalidOperation).isFatal());
+}
+
+TEST_F(DebugGL, FramebufferStatesHaveTexts) {
+    const auto previous = glad_glCheckFramebufferStatus;
+    glad_glCheckFramebufferStatus = [](GLenum) { return g_status; };
+    const std::pair<GLenum, const char*> cases[] = {
+        {GL_FRAMEBUFFER_UNDEFINED, "Framebuffer undefined"},
+        {GL_FRAMEBUFFER_INCOMPLETE_ATTACHMENT, "Incomplete attachment"},
+        {GL_FRAMEBUFFER_INCOMPLETE_MISSING_ATTACHMENT, "Missing attachment"},
+        {GL_FRAMEBUFFER_INCOMPLETE_DRAW_BUFFER, "Incomplete draw buffer"},
+        {GL_FRAMEBUFFER_INCOMPLETE_READ_BUFFER, "Incomplete read buffer"},
+        {GL_FRAMEBUFFER_UNSUPPORTED, "Framebuffer unsupported"},
+        {GL_FRAMEBUFFER_INCOMPLETE_MULTISAMPLE, "Incomplete multisample"},
+        {GL_FRAMEBUFFER_INCOMPLETE_LAYER_TARGETS, "Incomplete layer targets"},
+        {0xBEEF, "Unknown error 0xbeef"},
+    };
+    for (const auto& [status, text] : cases) {
+        g_status = status;
+        EXPECT_EQ(checkFramebufferStatus(true), status);
+        EXPECT_TRUE(
+            log().takeLine({Log::Error, "GL.Debug", std::string("OpenGL framebuffer error: ") + text}))
+            << text;
+    }
+    EXPECT_EQ(checkFramebufferStatus(false), GLenum{0xBEEF});
+    glad_glCheckFramebufferStatus = previous;
+    EXPECT_EQ(checkFramebufferStatus(true), GLenum{GL_FRAMEBUFFER_COMPLETE});
+}
+
+TEST_F(DebugGL, DefaultCallbackChoosesLevelPrefixAndCategory) {
+    using Type = MessageType;
+    using Severity = MessageSeverity;
+    struct Case {
+        Type type;
+        Severity severity;
+        int level;
+        const char* prefix;
+    };
+    const Case cases[] = {
+        {Type::Performance, Severity::Medium, Log::Debug, "Performance: "},
+        {Type::Performance, Severity::High, Log::Warning, "Performance: "},
+        {Type::DeprecatedBehavior, Severity::Medium, Log::Info, "Deprecated Behavior: "},
+        {Type::UndefinedBehavior, Severity::High, Log::Warning, "Undefined Behavior: "},
+        {Type::Portability, Severity::Medium, Log::Info, "Portability: "},
+        {Type::Other, Severity::Medium, Log::Info, "Other: "},
+    };
+    for (const Case& c : cases) {
+        message(c.type, c.severity);
+        EXPECT_TRUE(log().takeLine({c.level, "OpenGL Driver (API)", std::string(c.prefix) + "text"}))
+            << c.prefix;
+    }
+    const std::pair<MessageSource, const char*> sources[] = {
+        {MessageSource::WindowSystem, " (Windowing System)"},
+        {MessageSource::ShaderCompiler, " (Shader Compiler)"},
+        {MessageSource::ThirdParty, " (3rd Party)"},
+        {MessageSource::Application, " (Application)"},
+        {MessageSource::Other, " (Other)"},
+    };
+    for (const auto& [source, suffix] : sources) {
+        message(Type::Other, Severity::Medium, 7, source);
+        EXPECT_TRUE(log().takeLine({Log::Info, std::string("OpenGL Driver") + suffix, "Other: text"}))
+            << suffix;
+    }
+
+    message(Type::Error, Severity::Medium);
+    const auto errors = log().take("OpenGL Driver (API)");
+    ASSERT_EQ(errors.size(), 1u);
+    EXPECT_EQ(errors[0].level, Log::Error);
+    EXPECT_EQ(errors[0].text.substr(0, 12), "Error: text\n");
+    EXPECT_NE(errors[0].text.find("DebugGLTest.cpp"), std::string::npos) << errors[0].text;
+
+    for (const auto& [type, severity] : {std::pair{Type::Error, Severity::Low},
+                                         {Type::Error, Severity::Notification},
+                                         {Type::Marker, Severity::High},
+                                         {Type::PushGroup, Severity::High},
+                                         {Type::PopGroup, Severity::High}})
+        message(type, severity);
+    EXPECT_TRUE(log().take("OpenGL Driver (API)").empty());
+}
+
+// Run for several vendors, as far as the environment can make this driver another.
+TEST_F(DebugGL, KnownNoiseIsDropped) {
+    std::vector<unsigned int> noise;
+    switch (platformInfo().vendor) {
+    case GpuVendor::Nvidia:
+        noise = {131186, 131218, 131154};
+        break;
+    case GpuVendor::Amd:
+        noise = {2, 100};
+        break;
+    case GpuVendor::Intel:
+        noise = {1, 2, 3};
+        break;
+    case GpuVendor::Mesa:
+    case GpuVendor::Microsoft:
+        noise = {1};
+        break;
+    default:
+        break;
+    }
+    std::vector<unsigned int> dropped;
+    for (unsigned int id : {1U, 2U, 3U, 7U, 100U, 131154U, 131186U, 131218U}) {
+        message(MessageType::Other, MessageSeverity::High, id);
+        if (log().take("OpenGL Driver (API)").empty())
+            dropped.push_back(id);
+    }
+    std::sort(noise.begin(), noise.end());
+    EXPECT_EQ(dropped, noise);
+}
+
+TEST_F(DebugGL, CallbackReceivesMessagesUntilItIsRemoved) {
+    if (!glDebugMessageCallback)
+        GTEST_SKIP() << "no KHR_debug";
+    std::vector<std::string> received;
+    setMessageCallback(
+        [&received](auto, auto, auto, auto, const std::string& text) { received.push_back(text); }, true);
+    insertMessage("first");
+    setMessageCallback({}, true);
+    insertMessage("second");
+    EXPECT_EQ(received, std::vector<std::string>{"first"});
+}
+
+TEST_F(DebugGL, CallbackMayReplaceItself) {
+    if (!glDebugMessageCallback)
+        GTEST_SKIP() << "no KHR_debug";
+    std::string received;
+    setMessageCallback(
+        [&received](auto, auto, auto, auto, const std::string& text) {
+            setMessageCallback({}, true);
+            received += text;
+        },
+        true);
+    insertMessage("once ");
+    insertMessage("twice");
+    EXPECT_EQ(received, "once ");
+}
+
+// The holder of the main context's callback may be destroyed while another context is current, as at
+// shut-down; the driver then still has its pointer.
+TEST_F(DebugGL, DriverMayCallAfterTheHolderIsGone) {
+    if (!glDebugMessageCallback)
+        GTEST_SKIP() << "no KHR_debug";
+    int calls = 0;
+    setMessageCallback([&calls](auto, auto, auto, auto, const std::string&) { ++calls; }, true);
+    ContextManager::get().runWithOpenGL([] { InstanceManagerBase::deinitAll(); }, true);
+    insertMessage("late");
+    EXPECT_EQ(calls, 0);
+    setMessageCallback({}, true);
+}
+
+TEST_F(DebugGL, MissingEntryPointsWarnAndDoNothing) {
+    const auto callback = std::exchange(glad_glDebugMessageCallback, nullptr);
+    const auto insert = std::exchange(glad_glDebugMessageInsert, nullptr);
+    const auto push = std::exchange(glad_glPushDebugGroup, nullptr);
+    const auto pop = std::exchange(glad_glPopDebugGroup, nullptr);
+    for (int call = 0; call < 2; ++call) {
+        setMessageCallback([](auto, auto, auto, auto, const std::string&) {}, true);
+        EXPECT_TRUE(log().takeLine({Log::Warning, "GL.Debug",
+                                    "Can not set debug message callback due to missing OpenGL extension"}));
+    }
+    insertMessage("nobody hears");
+    { const Group group("nobody sees"); }
+    EXPECT_EQ(
+        log().take("GL.Debug"),
+        (std::vector<LogLine>{{Log::Warning, "GL.Debug", "OpenGL KHR_debug functions are not available"}}));
+    glad_glDebugMessageCallback = callback;
+    glad_glDebugMessageInsert = insert;
+    glad_glPushDebugGroup = push;
+    glad_glPopDebugGroup = pop;
+}
+
+TEST_F(DebugGL, GroupsNest) {
+    if (!glPushDebugGroup)
+        GTEST_SKIP() << "no KHR_debug";
+    {
+        const Group outer("outer");
+        const Group inner("inner");
+        GLint depth = 0;
+        glGetIntegerv(GL_DEBUG_GROUP_STACK_DEPTH, &depth);
+        EXPECT_EQ(depth, 3);
+    }
+    GLint depth = 0;
+    glGetIntegerv(GL_DEBUG_GROUP_STACK_DEPTH, &depth);
+    EXPECT_EQ(depth, 1);
+}
+
+} // namespace Veltrand::GL::Debug

@@ -1,0 +1,105 @@
+// SPDX-License-Identifier: BSD-3-Clause
+#include <Veltrand/GL/Context.h>
+#include <Veltrand/GL/ContextManager.h>
+#include <Veltrand/GL/InstanceManager.h>
+
+#include "support/GLFixture.h"
+
+#include <optional>
+#include <stdexcept>
+#include <string>
+
+namespace Veltrand::GL {
+
+namespace {
+
+struct Counted : InstanceManager<Counted> {
+    Counted() { ++alive; }
+    ~Counted() override { --alive; }
+    static inline int alive = 0;
+};
+
+struct NestedInConstructor : InstanceManager<NestedInConstructor> {
+    NestedInConstructor() {
+        insideConstructor = isInsideInstance();
+        static_cast<void>(Counted::get());
+    }
+    static inline bool insideConstructor = false;
+};
+
+struct NestedInDestructor : InstanceManager<NestedInDestructor> {
+    ~NestedInDestructor() override {
+        try {
+            static_cast<void>(Counted::get());
+        } catch (const std::logic_error& error) {
+            text = error.what();
+        }
+    }
+    static inline std::string text;
+};
+
+class InstanceManagerGL : public Testing::GLFixture {
+protected:
+    void TearDown() override {
+        InstanceManagerBase::deinitAll();
+        GLFixture::TearDown();
+    }
+};
+
+} // namespace
+
+TEST_F(InstanceManagerGL, OneInstancePerContext) {
+    Counted* const here = Counted::get();
+    EXPECT_EQ(Counted::get(), here);
+    Counted* there = nullptr;
+    ContextManager::get().runWithOpenGL([&there] { there = Counted::get(); }, true);
+    EXPECT_NE(there, here);
+    EXPECT_EQ(Counted::alive, 2);
+
+    ContextManager::get().runWithOpenGL([] { InstanceManagerBase::deinitCurrent(); }, true);
+    EXPECT_EQ(Counted::alive, 1);
+    EXPECT_EQ(Counted::get(), here);
+    InstanceManagerBase::deinitAll();
+    EXPECT_EQ(Counted::alive, 0);
+    InstanceManagerBase::deinitAll();
+}
+
+TEST_F(InstanceManagerGL, InstancesDieWithTheirContext) {
+    auto context = ContextManager::get().mainContext()->clone();
+    static_cast<void>(Counted::get());
+    EXPECT_EQ(Counted::alive, 1);
+    context.reset();
+    EXPECT_EQ(Counted::alive, 0);
+    ContextManager::makeCurrent();
+}
+
+TEST_F(InstanceManagerGL, WithoutContextOnlyTheEndOfAllDestroys) {
+    ContextManager::doneCurrent();
+    EXPECT_EQ(Counted::get(), Counted::get());
+    ContextManager::makeCurrent();
+    InstanceManagerBase::deinitCurrent();
+    EXPECT_EQ(Counted::alive, 1);
+    InstanceManagerBase::deinitAll();
+    EXPECT_EQ(Counted::alive, 0);
+}
+
+TEST_F(InstanceManagerGL, NestingIsRefusedInsteadOfDeadlocking) {
+    std::string text;
+    try {
+        static_cast<void>(NestedInConstructor::get());
+    } catch (const std::logic_error& error) {
+        text = error.what();
+    }
+    EXPECT_NE(text.find("NestedInConstructor"), std::string::npos) << text;
+    EXPECT_NE(text.find("Counted"), std::string::npos) << text;
+    EXPECT_TRUE(NestedInConstructor::insideConstructor);
+    EXPECT_FALSE(InstanceManagerBase::isInsideInstance());
+
+    static_cast<void>(NestedInDestructor::get());
+    InstanceManagerBase::deinitAll();
+    EXPECT_NE(NestedInDestructor::text.find("NestedInDestructor"), std::string::npos);
+    // The registry is usable afterwards.
+    EXPECT_NE(Counted::get(), nullptr);
+}
+
+} // namespace Veltrand::GL

@@ -1,0 +1,406 @@
+// SPDX-License-Identifier: BSD-3-Clause
+#include "support/CallCounter.h"
+#include "support/GLFixture.h"
+#include "support/MapRepository.h"
+#include "support/ScopedEntryPoint.h"
+
+#include <Veltrand/GL/Functions.h>
+#include <Veltrand/GL/Program.h>
+#include <Veltrand/GL/ProgramDecorator.h>
+
+#include <algorithm>
+#include <cstring>
+#include <glad/gl.h>
+#include <gtest/gtest.h>
+#include <stdexcept>
+
+namespace Veltrand::GL {
+
+namespace {
+
+using Testing::CallCounter;
+using Testing::LogLine;
+using Testing::ScopedEntryPoint;
+using Compilation = Program::Compilation;
+using Stage = Program::Stage;
+
+class ProgramGL : public Testing::GLFixture {
+protected:
+    ProgramGL()
+        : m_files("T", {{"a.vert", "#version 330\nin vec4 p;\nvoid main() { gl_Position = p; }\n"},
+                        {"a.frag", "#version 330\n"
+                                   "#pragma include \"T/color.glh\"\n"
+                                   "out vec4 c;\n"
+                                   "void main() { c = color(); }\n"},
+                        {"color.glh", "vec4 color() {\n    return vec4(VALUE);\n}\n"}}) {}
+
+    [[nodiscard]] static std::unique_ptr<Program> make(Compilation compilation,
+                                                       const std::string& defines = "#define VALUE 1.0\n") {
+        return Program::createVertexFragment("T/a.vert", "T/a.frag", defines, compilation);
+    }
+
+    // The messages of the programs of a test, without those of the preprocessor's lookups.
+    std::vector<LogLine> takeLog() { return log().take("GL.Program"); }
+
+    [[nodiscard]] static LogLine line(int level, const std::string& text) {
+        return {level, "GL.Program", text};
+    }
+    const LogLine initialized = line(1, "Initialized GLSL program (T/a.vert, T/a.frag)");
+
+    Testing::MapRepository m_files;
+};
+
+std::vector<GLuint> shadersOf(const Program& program) {
+    std::vector<GLuint> shaders(8);
+    GLsizei count = 0;
+    glGetAttachedShaders(program.id(), 8, &count, shaders.data());
+    shaders.resize(static_cast<std::size_t>(count));
+    return shaders;
+}
+
+// The text that the driver was given for a stage.
+std::string sourceOf(const Program& program, Stage stage) {
+    for (const GLuint shader : shadersOf(program)) {
+        GLint type = 0;
+        glGetShaderiv(shader, GL_SHADER_TYPE, &type);
+        if (static_cast<GLenum>(type) != static_cast<GLenum>(stage))
+            continue;
+        GLint length = 0;
+        glGetShaderiv(shader, GL_SHADER_SOURCE_LENGTH, &length);
+        std::string text(static_cast<std::size_t>(length), '\0');
+        glGetShaderSource(shader, length, nullptr, text.data());
+        return text.c_str();
+    }
+    return {};
+}
+
+struct CountingDecorator final : ProgramDecorator {
+    std::vector<Program*> calls;
+    void decorate(Program& program) override { calls.push_back(&program); }
+};
+
+// What every OpenGL name of a program costs and gives back.
+struct NameCounter {
+    CallCounter<glad_glCreateProgram> programs;
+    CallCounter<glad_glCreateShader> shaders;
+    CallCounter<glad_glDeleteProgram> deletedPrograms;
+    CallCounter<glad_glDeleteShader> deletedShaders;
+
+    void expectBalance(int programCount, int shaderCount) {
+        EXPECT_EQ(programs.take(), programCount);
+        EXPECT_EQ(shaders.take(), shaderCount);
+        EXPECT_EQ(deletedPrograms.take(), programCount);
+        EXPECT_EQ(deletedShaders.take(), shaderCount);
+    }
+};
+
+} // namespace
+
+TEST_F(ProgramGL, CompilesWhenAskedTo) {
+    const auto program = make(Compilation::Deferred);
+    EXPECT_FALSE(program->isCompiled());
+    EXPECT_TRUE(program->compile(Compilation::Deferred));
+    EXPECT_FALSE(program->isCompiled());
+    EXPECT_EQ(takeLog(), std::vector<LogLine>{});
+
+    EXPECT_TRUE(program->compile(Compilation::Immediate));
+    EXPECT_TRUE(program->isCompiled());
+    EXPECT_EQ(takeLog(), std::vector<LogLine>{initialized});
+    EXPECT_TRUE(glIsProgram(program->id()));
+    EXPECT_EQ(sourceOf(*program, Stage::Fragment), "#version 330\n"
+                                                   "#define VELTRAND_FRAGMENT_SHADER\n"
+                                                   "#define VALUE 1.0\n"
+                                                   "// START: File \"T/a.frag\"\n"
+                                                   "\n"
+                                                   "// START: #pragma include \"T/color.glh\"\n"
+                                                   "vec4 color() {\n"
+                                                   "    return vec4(VALUE);\n"
+                                                   "}\n"
+                                                   "\n"
+                                                   "// END: #pragma include \"T/color.glh\"\n"
+                                                   "out vec4 c;\n"
+                                                   "void main() { c = color(); }\n"
+                                                   "\n");
+}
+
+TEST_F(ProgramGL, RecompilesOnlyWhatChanged) {
+    const auto program = make(Compilation::ImmediateThrow);
+    CallCounter<glad_glCompileShader> compiled;
+    CallCounter<glad_glLinkProgram> linked;
+    const auto expectCompilations = [&](int count) {
+        EXPECT_EQ(compiled.take(), 2 * count);
+        EXPECT_EQ(linked.take(), count);
+    };
+    EXPECT_TRUE(program->compile(Compilation::Immediate));
+    EXPECT_TRUE(program->setDefines("#define VALUE 1.0\n", Compilation::Immediate));
+    EXPECT_TRUE(program->setDefines("#define VALUE 1.0\n", Compilation::Deferred));
+    expectCompilations(0);
+    EXPECT_TRUE(program->isCompiled());
+
+    EXPECT_TRUE(program->setDefines("#define VALUE 2.0\n", Compilation::Deferred));
+    EXPECT_EQ(program->defines(), "#define VALUE 2.0\n");
+    EXPECT_FALSE(program->isCompiled());
+    expectCompilations(0);
+    EXPECT_TRUE(program->setDefines("#define VALUE 2.0\n", Compilation::Immediate));
+    expectCompilations(1);
+
+    EXPECT_TRUE(program->setExpandDefines(true, Compilation::Immediate));
+    EXPECT_TRUE(program->expandsDefines());
+    EXPECT_TRUE(program->addRequiredExtension("GL_ARB_shading_language_420pack", Compilation::Immediate));
+    expectCompilations(2);
+    EXPECT_TRUE(sourceOf(*program, Stage::Vertex)
+                    .starts_with("#version 330\n#extension GL_ARB_shading_language_420pack : require\n"));
+    (void)takeLog();
+}
+
+TEST_F(ProgramGL, OverriddenSourcesAreTakenAsTheyAre) {
+    const auto program = make(Compilation::Deferred);
+    const std::string source = "#version 330\nout vec4 c;\n#pragma include \"T/none\"\nvoid main() { c = "
+                               "vec4(0); }\n";
+    EXPECT_TRUE(program->overrideShaderSource(Stage::Fragment, source, Compilation::Immediate));
+    EXPECT_EQ(sourceOf(*program, Stage::Fragment), source);
+    EXPECT_TRUE(program->overrideShaderSource(Stage::Fragment, "", Compilation::Immediate));
+    EXPECT_NE(sourceOf(*program, Stage::Fragment).find("vec4 color()"), std::string::npos);
+    (void)takeLog();
+}
+
+TEST_F(ProgramGL, FailuresSayWhereTheyAre) {
+    const std::string driver = getString(GL_VENDOR);
+    if (driver.find("Mesa") == std::string::npos)
+        GTEST_SKIP() << "the expected log is that of Mesa, not of " << driver;
+    const auto program = make(Compilation::Immediate, "#define VALUE missing\n");
+    EXPECT_FALSE(program->isCompiled());
+    EXPECT_EQ(
+        takeLog(),
+        (std::vector<LogLine>{
+            line(4, "Error compiling shader T/a.frag"),
+            line(2, "0:8(14): error: `missing' undeclared\n"
+                    "0:8(9): error: cannot construct `vec4' from a non-numeric data type\n"
+                    "0:8(2): error: `return' with wrong type error, in function `color' returning vec4\n"),
+            line(2, "[T/color.glh:2] 0:8(14): error: `missing' undeclared"),
+            line(2, "[T/color.glh:2] 0:8(9): error: cannot construct `vec4' from a non-numeric data type"),
+            line(2, "[T/color.glh:2] 0:8(2): error: `return' with wrong type error, in function `color' "
+                    "returning vec4"),
+            line(4, "Error linking GLSL program! (T/a.vert, T/a.frag)"),
+            line(2, "Program Info Log: error: linking with uncompiled/unspecialized shader"),
+            line(4, "Error creating shader program"),
+            line(3, "Requested shader compilation during GL::Program construction failed."),
+        }));
+
+    EXPECT_TRUE(program->setDefines("#define VALUE 1\n", Compilation::Immediate));
+    // This driver repeats the old log of a shader that it finds in its cache.
+    EXPECT_EQ(takeLog().back(), initialized);
+}
+
+TEST_F(ProgramGL, ALinkThatFailsIsReportedWithTheDriversText) {
+    m_files.set("a.frag", "#version 330\nvec4 other();\nout vec4 c;\nvoid main() { c = other(); }\n");
+    EXPECT_THROW((void)make(Compilation::ImmediateThrow), std::runtime_error);
+    const auto lines = takeLog();
+    ASSERT_EQ(lines.size(), 2u);
+    EXPECT_EQ(lines[0], line(4, "Error linking GLSL program! (T/a.vert, T/a.frag)"));
+    EXPECT_EQ(lines[1].level, 2);
+    EXPECT_TRUE(lines[1].text.starts_with("Program Info Log: ")) << lines[1];
+    EXPECT_NE(lines[1].text.find("other"), std::string::npos) << lines[1];
+}
+
+// What other drivers say, handed to the program in place of this one's log.
+TEST_F(ProgramGL, RewritesCompilerLogsAndDropsChatter) {
+    static std::string driverLog;
+    const auto program = make(Compilation::Deferred);
+    const ScopedEntryPoint getParameter(glad_glGetShaderiv, [](GLuint, GLenum name, GLint* value) {
+        *value = name == GL_INFO_LOG_LENGTH ? static_cast<GLint>(driverLog.size()) + 1 : GL_TRUE;
+    });
+    const ScopedEntryPoint getLog(glad_glGetShaderInfoLog, [](GLuint, GLsizei size, GLsizei*, GLchar* text) {
+        std::memcpy(text, driverLog.c_str(), static_cast<std::size_t>(size));
+    });
+    const struct {
+        const char* log;
+        std::vector<std::string> lines; // of the fragment stage, the second one
+    } cases[] = {
+        {"", {}},
+        {"No errors.", {}},
+        {"No errors.\n", {}},
+        {"Vertex shader was successfully compiled to run on hardware.\n", {}},
+        {"Fragment shader was successfully compiled to run on hardware.\n", {}},
+        {"No errors. ", {"No errors. \n"}},
+        {"0(8) : warning C7050: x\n", {"[T/color.glh:2] warning C7050: x\n> return vec4(VALUE);\n"}},
+        {"0:8(1): warning: a\nnote\n0:3(1): warning: b\n0:14(2): warning: c\n",
+         {"0:8(1): warning: a\nnote\n0:3(1): warning: b\n0:14(2): warning: c\n",
+          "[T/color.glh:2] 0:8(1): warning: a", "[T/a.frag:5] 0:14(2): warning: c"}},
+    };
+    for (const auto& [driverText, expected] : cases) {
+        driverLog = driverText;
+        EXPECT_TRUE(program->setExpandDefines(false, Compilation::Immediate));
+        std::vector<std::string> lines;
+        for (const LogLine& logged : takeLog())
+            if (logged.level == 2)
+                lines.push_back(logged.text);
+        ASSERT_GE(lines.size(), expected.size());
+        EXPECT_TRUE(std::equal(expected.rbegin(), expected.rend(), lines.rbegin())) << driverText;
+        EXPECT_EQ(lines.empty(), expected.empty()) << driverText;
+    }
+}
+
+TEST_F(ProgramGL, AMissingStageLeavesTheProgramUsable) {
+    const auto program = make(Compilation::ImmediateThrow);
+    m_files.remove("a.frag");
+    EXPECT_FALSE(program->setExpandDefines(true, Compilation::Immediate));
+    EXPECT_THROW(program->compile(Compilation::ImmediateThrow), std::runtime_error);
+    EXPECT_FALSE(program->isCompiled());
+    EXPECT_EQ(shadersOf(*program).size(), 1u);
+    EXPECT_EQ(takeLog(), (std::vector<LogLine>{
+                             initialized,
+                             line(1, "Could not query shader source for 'T/a.frag'"),
+                             line(4, "OpenGL shader T/a.frag not found!"),
+                             line(4, "Missing shader"),
+                             line(1, "Could not query shader source for 'T/a.frag'"),
+                             line(4, "OpenGL shader T/a.frag not found!"),
+                         }));
+    m_files.set("a.frag", "#version 330\nout vec4 c;\nvoid main() { c = vec4(1); }\n");
+    EXPECT_TRUE(program->compile(Compilation::Immediate));
+    EXPECT_EQ(shadersOf(*program).size(), 2u);
+    (void)takeLog();
+}
+
+TEST_F(ProgramGL, ATextThatTheMatcherRefusesFailsLikeAnyOther) {
+    m_files.set("color.glh", "#version 330" + std::string(100000, '\n') + "int x;\n");
+    const auto program = make(Compilation::Immediate);
+    EXPECT_FALSE(program->isCompiled());
+    const auto lines = takeLog();
+    ASSERT_EQ(lines.size(), 2u);
+    EXPECT_EQ(lines[0].level, 4);
+    EXPECT_EQ(lines[1], line(3, "Requested shader compilation during GL::Program construction failed."));
+    EXPECT_THROW(program->compile(Compilation::ImmediateThrow), std::runtime_error);
+}
+
+TEST_F(ProgramGL, ConstructorsThatThrowGiveEveryNameBack) {
+    NameCounter names;
+    const auto expectThrow = [](const char* message) {
+        try {
+            (void)make(Compilation::ImmediateThrow, "#define VALUE missing\n");
+            ADD_FAILURE() << "did not throw: " << message;
+        } catch (const std::runtime_error& error) {
+            EXPECT_STREQ(error.what(), message);
+        }
+    };
+    expectThrow("Error creating shader program");
+    names.expectBalance(1, 2);
+    m_files.remove("a.vert");
+    expectThrow("Missing shader");
+    names.expectBalance(1, 2);
+    {
+        const ScopedEntryPoint noProgram(glad_glCreateProgram, []() -> GLuint { return 0; });
+        expectThrow("Could not create OpenGL Program object.");
+    }
+    names.expectBalance(0, 0);
+    {
+        static PFNGLCREATESHADERPROC create = glad_glCreateShader;
+        const ScopedEntryPoint noFragment(glad_glCreateShader, [](GLenum stage) {
+            return stage == GL_FRAGMENT_SHADER ? 0 : create(stage);
+        });
+        expectThrow("Could not create OpenGL Shader object.");
+    }
+    EXPECT_EQ(names.deletedPrograms.take(), 1);
+    EXPECT_EQ(names.shaders.take(), 1);
+    (void)takeLog();
+}
+
+TEST_F(ProgramGL, ClonesTakeWhatTheyAreAskedTo) {
+    const auto program = make(Compilation::Deferred);
+    CountingDecorator decorator;
+    program->addDecorator(&decorator);
+    EXPECT_TRUE(program->setExpandDefines(true, Compilation::Deferred));
+    EXPECT_TRUE(program->addRequiredExtension("GL_ARB_shading_language_420pack", Compilation::Deferred));
+    EXPECT_TRUE(program->overrideShaderSource(Stage::Vertex, "no GLSL", Compilation::Deferred));
+
+    const auto full = program->clone({}, Compilation::Immediate);
+    ASSERT_TRUE(full);
+    EXPECT_TRUE(full->isCompiled());
+    EXPECT_FALSE(program->isCompiled());
+    EXPECT_NE(full->id(), program->id());
+    EXPECT_EQ(full->defines(), program->defines());
+    EXPECT_TRUE(full->expandsDefines());
+    EXPECT_NE(sourceOf(*full, Stage::Fragment).find(" : require\n"), std::string::npos);
+    full->enable();
+    EXPECT_EQ(decorator.calls, std::vector<Program*>{full.get()});
+
+    const auto bare = program->clone(
+        Program::Cloning::SkipDecorators | Program::Cloning::SkipAbstractIncludes, Compilation::Immediate);
+    ASSERT_TRUE(bare);
+    bare->enable();
+    EXPECT_EQ(decorator.calls.size(), 1u);
+    bare->disable();
+    (void)takeLog();
+}
+
+TEST_F(ProgramGL, ClonesThatFailAreNull) {
+    const auto program = make(Compilation::ImmediateThrow);
+    m_files.remove("a.frag");
+    EXPECT_FALSE(program->clone({}, Compilation::Immediate));
+    EXPECT_THROW((void)program->clone({}, Compilation::ImmediateThrow), std::runtime_error);
+    EXPECT_TRUE(program->clone({}, Compilation::Deferred));
+    (void)takeLog();
+    {
+        const ScopedEntryPoint noProgram(glad_glCreateProgram, []() -> GLuint { return 0; });
+        EXPECT_FALSE(program->clone({}, Compilation::Deferred));
+        EXPECT_THROW((void)program->clone({}, Compilation::ImmediateThrow), std::runtime_error);
+    }
+    EXPECT_EQ(takeLog(), std::vector<LogLine>{
+                             line(4, "Could not clone shader: Could not create OpenGL Program object.")});
+}
+
+TEST_F(ProgramGL, ASubclassClonesItself) {
+    struct Derived final : Program {
+        using Program::Program;
+        [[nodiscard]] std::unique_ptr<Program> cloneImpl() const override { return nullptr; }
+    };
+    const Derived derived({{Stage::Vertex, "T/a.vert"}}, "", Compilation::Deferred);
+    EXPECT_FALSE(derived.clone({}, Compilation::ImmediateThrow));
+}
+
+TEST_F(ProgramGL, EnablingRunsTheDecoratorsInOrder) {
+    auto program = make(Compilation::Deferred);
+    CountingDecorator first;
+    CountingDecorator second;
+    program->addDecorator(&first);
+    program->addDecorator(&second);
+    program->addDecorator(&first);
+    EXPECT_TRUE(program->compile(Compilation::Immediate));
+    program->enable();
+    EXPECT_EQ(getInt(GL_CURRENT_PROGRAM), static_cast<int>(program->id()));
+    program->removeDecorator(&first);
+    program->enable();
+    program->disable();
+    EXPECT_EQ(getInt(GL_CURRENT_PROGRAM), 0);
+    EXPECT_EQ(first.calls.size(), 1u);
+    EXPECT_EQ(second.calls.size(), 2u);
+    (void)takeLog();
+
+    EXPECT_TRUE(program->setExpandDefines(true, Compilation::Deferred));
+    program->enable();
+    EXPECT_EQ(getInt(GL_CURRENT_PROGRAM), static_cast<int>(program->id()));
+    EXPECT_EQ(takeLog(), std::vector<LogLine>{line(3, "Enabled program was marked as 'needs compilation' and "
+                                                      "may be out of date/unavailable.")});
+    // Taken out of use by its destructor, which the fixture would see.
+    program.reset();
+}
+
+TEST_F(ProgramGL, MovesHandTheNamesOver) {
+    NameCounter names;
+    {
+        auto first = make(Compilation::ImmediateThrow);
+        const GLuint id = first->id();
+        Program moved(std::move(*first));
+        EXPECT_EQ(moved.id(), id);
+        EXPECT_EQ(first->id(), 0u);
+        EXPECT_TRUE(moved.isCompiled());
+        auto second = make(Compilation::ImmediateThrow);
+        moved = std::move(*second);
+        EXPECT_FALSE(glIsProgram(id));
+        EXPECT_TRUE(glIsProgram(moved.id()));
+    }
+    names.expectBalance(2, 4);
+    (void)takeLog();
+}
+
+} // namespace Veltrand::GL

@@ -1,0 +1,108 @@
+// SPDX-License-Identifier: BSD-3-Clause
+#include <Veltrand/GL/ShaderLog.h>
+
+#include <gtest/gtest.h>
+#include <string>
+
+namespace Veltrand::GL {
+
+namespace {
+
+// Line numbers of the text stand in front of the lines.
+const std::string source = "#version 330\n"                                           //  1
+                           "#define VELTRAND_FRAGMENT_SHADER\n"                       //  2
+                           "// START: File \"T/main.frag\"\n"                         //  3
+                           "\n"                                                       //  4
+                           "// START: #pragma include \"T/one.glh\"\n"                //  5
+                           "int one;\n"                                               //  6
+                           "// START: #pragma abstract_include \"HOLE\"\n"            //  7
+                           "int hole;\n"                                              //  8
+                           "int hole2;\n"                                             //  9
+                           "// END: #pragma abstract_include \"HOLE\"\n"              // 10
+                           "\tfloat broken = \"text\"; \r\n"                          // 11
+                           "// END: #pragma include \"T/one.glh\"\n"                  // 12
+                           "// START: #pragma conditional_include IF \"T/two.glh\"\n" // 13
+                           " // END: #pragma conditional_include IF \"T/two.glh\"\n"  // 14
+                           "void main() {}";                                          // 15
+
+} // namespace
+
+TEST(ShaderLog, LocatesLinesPastWhatWasInsertedBeforeThem) {
+    const struct {
+        int line;
+        std::optional<ShaderLocation> location;
+    } cases[] = {
+        {-1, {}},
+        {0, {}},
+        {1, {}},
+        {2, {}},
+        {4, {{"T/main.frag", 1}}},
+        {6, {{"T/one.glh", 1}}},
+        {8, {{"HOLE", 1}}},
+        {9, {{"HOLE", 2}}},
+        {11, {{"T/one.glh", 3}}},
+        {15, {{"T/main.frag", 4}}},
+        {16, {}},
+        {2147483647, {}},
+    };
+    for (const auto& [line, location] : cases)
+        EXPECT_EQ(locateShaderLine(source, line), location) << line;
+    EXPECT_EQ(locateShaderLine("#define A// START: File \"T/x\"\nint a;", 2), (ShaderLocation{"T/x", 1}));
+    EXPECT_EQ(locateShaderLine("int a;\n// END: #pragma include \"x\"\nint b;", 3), std::nullopt);
+    EXPECT_EQ(locateShaderLine("", 1), std::nullopt);
+}
+
+TEST(ShaderLog, RewritesTheMessagesOfDrivers) {
+    const struct {
+        const char* log;
+        const char* rewritten;
+    } cases[] = {
+        // NVIDIA
+        {"0(8) : error C1008: undefined variable \"hole\"\n",
+         "[HOLE:1] error C1008: undefined variable \"hole\"\n> int hole;\n"},
+        {"0(11) : warning C7050: \"a\" might be used before being initialized\n0(4) : error C0000: syntax "
+         "error, unexpected '}'\n",
+         "[T/one.glh:3] warning C7050: \"a\" might be used before being initialized\n"
+         "> float broken = \"text\";\n"
+         "[T/main.frag:1] error C0000: syntax error, unexpected '}'\n> \n"},
+        {"0(1) : error C0202: bad version", "0(1) : error C0202: bad version\n> #version 330\n"},
+        // AMD
+        {"Fragment shader failed to compile with the following errors:\n"
+         "ERROR: 0:11: error(#162) Wrong operand types: no operation \"=\" exists\n"
+         "ERROR: error(#273) 1 compilation errors.  No code generated\n\n",
+         "Fragment shader failed to compile with the following errors:\n"
+         "[T/one.glh:3] error Wrong operand types: no operation \"=\" exists:\n"
+         "> float broken = \"text\";\n"
+         "ERROR: error(#273) 1 compilation errors.  No code generated\n\n"},
+        {"WARNING: 0:15: warning(#402) unused", "[T/main.frag:4] warning unused:\n> void main() {}\n"},
+        // Mesa: left as it is
+        {"0:6(1): error: `x' undeclared\n", "0:6(1): error: `x' undeclared\n"},
+        // Numbers beyond the text
+        {"0(16) : error C1: x", "0(16) : error C1: x\n"},
+        {"0(16) : error C1008: x\nkept\n", "kept\n"},
+        {"0(0) : error C1008: x\n", ""},
+        {"0(99999999999999999999999999) : error C1008: x\n", ""},
+        {"ERROR: 0:18446744073709551616: error(#1) x\n", ""},
+        {"", ""},
+        {"\n", "\n"},
+    };
+    for (const auto& [log, rewritten] : cases)
+        EXPECT_EQ(reformatShaderErrorLog(log, source), rewritten) << log;
+}
+
+TEST(ShaderLog, PlacesTheMessagesOfMesa) {
+    const std::string log = "0:6(5): error: syntax error, unexpected ','\n"
+                            "0:8(1): warning: `hole' used uninitialized\n"
+                            "0:15(3): preprocessor error: #endif without #if\n"
+                            "0:1(10): error: GLSL 3.40 is not supported\n"
+                            "0:99(1): error: beyond\n"
+                            "0:99999999999999999999(1): error: far beyond\n"
+                            "0(8) : error C1008: of another driver\n"
+                            "error: 0:6(5): error: not at the start\n";
+    EXPECT_EQ(placeShaderMessages(log, source),
+              (std::vector<std::string>{"[T/one.glh:1] 0:6(5): error: syntax error, unexpected ','",
+                                        "[HOLE:1] 0:8(1): warning: `hole' used uninitialized",
+                                        "[T/main.frag:4] 0:15(3): preprocessor error: #endif without #if"}));
+}
+
+} // namespace Veltrand::GL

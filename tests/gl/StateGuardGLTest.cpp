@@ -1,0 +1,222 @@
+// SPDX-License-Identifier: BSD-3-Clause
+#include <Veltrand/GL/Blending.h>
+#include <Veltrand/GL/Framebuffer.h>
+#include <Veltrand/GL/Functions.h>
+#include <Veltrand/GL/StateGuard.h>
+
+#include "support/Canvas.h"
+#include "support/GLFixture.h"
+
+#include <Eigen/Core>
+#include <glad/gl.h>
+#include <optional>
+#include <utility>
+#include <vector>
+
+namespace Veltrand::GL {
+
+using BlendingGL = Testing::GLFixture;
+using StateGuardGL = Testing::GLFixture;
+using Testing::Canvas;
+using Flag = StateGuard::SaveFlags;
+
+namespace {
+
+const std::vector<GLenum> integers = {GL_BLEND,
+                                      GL_BLEND_SRC_RGB,
+                                      GL_BLEND_SRC_ALPHA,
+                                      GL_BLEND_DST_RGB,
+                                      GL_BLEND_DST_ALPHA,
+                                      GL_DEPTH_TEST,
+                                      GL_DEPTH_FUNC,
+                                      GL_DEPTH_WRITEMASK,
+                                      GL_SCISSOR_TEST,
+                                      GL_LINE_SMOOTH,
+                                      GL_POLYGON_SMOOTH,
+                                      GL_STENCIL_TEST,
+                                      GL_STENCIL_WRITEMASK,
+                                      GL_FRAMEBUFFER_BINDING,
+                                      GL_CURRENT_PROGRAM,
+                                      GL_BLEND_EQUATION_RGB,
+                                      GL_BLEND_EQUATION_ALPHA};
+
+/// Of 64 bits, since 32 do not hold a mask of all ones.
+GLint64 getWide(GLenum name) {
+    GLint64 value = 0;
+    glGetInteger64v(name, &value);
+    return value;
+}
+
+std::vector<GLint64> snapshot() {
+    std::vector<GLint64> values;
+    values.reserve(integers.size() + 4);
+    for (const GLenum name : integers)
+        values.push_back(getWide(name));
+    GLint64 viewport[4];
+    glGetInteger64v(GL_VIEWPORT, viewport);
+    values.insert(values.end(), viewport, viewport + 4);
+    return values;
+}
+
+void setState(bool on) {
+    static constexpr GLenum capabilities[] = {GL_BLEND,       GL_DEPTH_TEST,     GL_SCISSOR_TEST,
+                                              GL_LINE_SMOOTH, GL_POLYGON_SMOOTH, GL_STENCIL_TEST};
+    for (const GLenum capability : capabilities) {
+        if (on)
+            glEnable(capability);
+        else
+            glDisable(capability);
+    }
+    glBlendFuncSeparate(on ? GL_SRC_COLOR : GL_ONE, on ? GL_DST_COLOR : GL_ZERO, on ? GL_SRC_ALPHA : GL_ONE,
+                        on ? GL_DST_ALPHA : GL_ZERO);
+    glDepthFunc(on ? GL_GEQUAL : GL_LESS);
+    glDepthMask(on ? GL_FALSE : GL_TRUE);
+    glStencilMask(on ? 0x5A : 0xFFFFFFFF);
+}
+
+} // namespace
+
+TEST_F(StateGuardGL, EveryPieceComesBackAfterTwoChanges) {
+    Viewport outer;
+    outer.retrieve();
+    Canvas canvas(4, 4); // a framebuffer, a program and a viewport that differ from the outer ones
+    setState(true);
+    const auto before = snapshot();
+    {
+        const StateGuard guard(Flag::All);
+        Framebuffer::unbind();
+        glUseProgram(0);
+        outer.set();
+        setState(false);
+        EXPECT_NE(snapshot(), before);
+        Framebuffer other;
+        other.bind();
+        glDepthFunc(GL_NEVER);
+    }
+    EXPECT_EQ(snapshot(), before);
+    setState(false);
+}
+
+TEST_F(StateGuardGL, StencilIsSavedByTheScissorBitAndRestoredByItsOwn) {
+    const auto after = [](Flags<Flag> flags, GLuint mask) {
+        setState(true);
+        glStencilMask(mask);
+        {
+            const StateGuard guard(flags);
+            glDisable(GL_SCISSOR_TEST);
+            glEnable(GL_STENCIL_TEST);
+            glStencilMask(3);
+        }
+        std::vector<GLint64> state{getWide(GL_SCISSOR_TEST), getWide(GL_STENCIL_TEST),
+                                   getWide(GL_STENCIL_WRITEMASK)};
+        setState(false);
+        return state;
+    };
+    EXPECT_EQ(after(Flag::Scissor, 0x5A), (std::vector<GLint64>{1, 1, 3}));
+    EXPECT_EQ(after(Flag::Scissor | Flag::Stencil, 0x5A), (std::vector<GLint64>{1, 1, 0x5A}));
+    EXPECT_EQ(after(Flag::Scissor | Flag::Stencil, 0xFFFFFFFF), (std::vector<GLint64>{1, 1, 0xFFFFFFFF}));
+    EXPECT_EQ(after(Flag::Stencil, 0x5A), (std::vector<GLint64>{0, 0, 0xFFFFFFFF}));
+}
+
+TEST_F(StateGuardGL, ReleasedPiecesAndMovedGuardsRestoreNothing) {
+    glEnable(GL_BLEND);
+    {
+        StateGuard guard(Flag::Blending | Flag::Depth);
+        glDisable(GL_BLEND);
+        glEnable(GL_DEPTH_TEST);
+        guard.restoreState(Flag::Depth | Flag::Program);
+        EXPECT_FALSE(glIsEnabled(GL_DEPTH_TEST));
+        EXPECT_FALSE(glIsEnabled(GL_BLEND));
+        glEnable(GL_DEPTH_TEST);
+        guard.release(Flag::Blending);
+    }
+    EXPECT_FALSE(glIsEnabled(GL_BLEND));
+    EXPECT_FALSE(glIsEnabled(GL_DEPTH_TEST));
+
+    std::optional<StateGuard> outer(Flag::Depth);
+    {
+        const StateGuard inner(std::move(*outer));
+        glEnable(GL_DEPTH_TEST);
+    }
+    EXPECT_FALSE(glIsEnabled(GL_DEPTH_TEST));
+    glEnable(GL_DEPTH_TEST);
+    outer->restoreState(Flag::All);
+    EXPECT_TRUE(glIsEnabled(GL_DEPTH_TEST));
+    glDisable(GL_DEPTH_TEST);
+}
+
+TEST_F(BlendingGL, FactorsReachOpenGLInTheirPlaces) {
+    using F = Blending::Function;
+    const auto factors = [] {
+        return std::vector<int>{getInt(GL_BLEND_SRC_RGB), getInt(GL_BLEND_DST_RGB),
+                                getInt(GL_BLEND_SRC_ALPHA), getInt(GL_BLEND_DST_ALPHA)};
+    };
+    glBlendFuncSeparate(GL_DST_COLOR, GL_SRC_COLOR, GL_DST_ALPHA, GL_SRC_ALPHA);
+    {
+        Blending blending(F::One, F::SrcColor, F::Zero, F::OneMinusDstAlpha);
+        EXPECT_TRUE(glIsEnabled(GL_BLEND));
+        EXPECT_EQ(factors(), (std::vector<int>{GL_ONE, GL_SRC_COLOR, GL_ZERO, GL_ONE_MINUS_DST_ALPHA}));
+        blending.setFunction(F::ConstantAlpha, F::Src1Color);
+        EXPECT_EQ(factors(),
+                  (std::vector<int>{GL_CONSTANT_ALPHA, GL_SRC1_COLOR, GL_CONSTANT_ALPHA, GL_SRC1_COLOR}));
+    }
+    EXPECT_FALSE(glIsEnabled(GL_BLEND));
+    EXPECT_EQ(factors(), (std::vector<int>{GL_DST_COLOR, GL_SRC_COLOR, GL_DST_ALPHA, GL_SRC_ALPHA}));
+    glBlendFunc(GL_ONE, GL_ZERO);
+}
+
+TEST_F(BlendingGL, PresetsRestoreOnlyWhatTheyChanged) {
+    glBlendEquationSeparate(GL_MIN, GL_MAX);
+    const auto before = snapshot();
+    {
+        Blending blending(Blending::Preset::Alpha);
+        EXPECT_EQ(getInt(GL_BLEND_EQUATION_RGB), GL_FUNC_ADD);
+        EXPECT_EQ(getInt(GL_BLEND_SRC_RGB), GL_SRC_ALPHA);
+        EXPECT_EQ(getInt(GL_BLEND_DST_RGB), GL_ONE_MINUS_SRC_ALPHA);
+        EXPECT_EQ(getInt(GL_BLEND_SRC_ALPHA), GL_ONE);
+        EXPECT_EQ(getInt(GL_BLEND_DST_ALPHA), GL_ONE_MINUS_SRC_ALPHA);
+        // The second change must not overwrite what the first one saved.
+        blending.setEquation(Blending::Equation::FuncSubtract, Blending::Equation::FuncReverseSubtract);
+        blending.setPreset(static_cast<Blending::Preset>(7));
+        EXPECT_TRUE(glIsEnabled(GL_BLEND));
+    }
+    EXPECT_EQ(snapshot(), before);
+    {
+        // An equation set by other means is none of this scope's business.
+        const Blending blending(Blending::Preset::Off);
+        glBlendEquation(GL_MAX);
+    }
+    EXPECT_EQ(getInt(GL_BLEND_EQUATION_RGB), GL_MAX);
+    glBlendEquation(GL_FUNC_ADD);
+}
+
+TEST_F(BlendingGL, TheConstantColourIsSavedOnceAndMoves) {
+    const auto blue = [] {
+        float color[4];
+        glGetFloatv(GL_BLEND_COLOR, color);
+        return color[2];
+    };
+    {
+        Blending first(Blending::Preset::Alpha);
+        first.setBlendColor({0.1F, 0.2F, 0.25F, 0.4F});
+        first.setBlendColor({0.1F, 0.2F, 0.5F, 0.4F});
+        {
+            const Blending second(std::move(first));
+            EXPECT_EQ(blue(), 0.5F);
+        }
+        EXPECT_EQ(blue(), 0.0F);
+        EXPECT_FALSE(glIsEnabled(GL_BLEND));
+        glEnable(GL_BLEND);
+    }
+    EXPECT_TRUE(glIsEnabled(GL_BLEND)) << "a moved-from object restored";
+    glDisable(GL_BLEND);
+    {
+        // The target keeps the colour that it saved itself: the source has none.
+        Blending target(Blending::Preset::Off);
+        target.setBlendColor({0, 0, 0.75F, 0});
+        target = Blending(Blending::Preset::Alpha);
+    }
+    EXPECT_EQ(blue(), 0.0F);
+}
+
+} // namespace Veltrand::GL

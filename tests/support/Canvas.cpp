@@ -1,0 +1,87 @@
+// SPDX-License-Identifier: BSD-3-Clause
+#include "support/Canvas.h"
+
+#include <Eigen/Core>
+#include <glad/gl.h>
+#include <gtest/gtest.h>
+
+namespace Veltrand::Testing {
+
+namespace {
+
+constexpr const char* vertexSource = R"(#version 330
+layout(location = 0) in vec2 position;
+layout(location = 1) in vec4 color;
+uniform vec4 transform;
+out vec4 vertexColor;
+void main() {
+    vertexColor = color;
+    gl_Position = vec4(position * transform.xy + transform.zw, 0.0, 1.0);
+})";
+constexpr const char* fragmentSource = R"(#version 330
+in vec4 vertexColor;
+out vec4 color;
+void main() { color = vertexColor; })";
+
+GLuint makeProgram() {
+    const GLuint program = glCreateProgram();
+    for (const auto& [stage, source] : {std::pair{GLenum{GL_VERTEX_SHADER}, vertexSource},
+                                        std::pair{GLenum{GL_FRAGMENT_SHADER}, fragmentSource}}) {
+        const GLuint shader = glCreateShader(stage);
+        glShaderSource(shader, 1, &source, nullptr);
+        glCompileShader(shader);
+        glAttachShader(program, shader);
+        glDeleteShader(shader);
+    }
+    glLinkProgram(program);
+    GLint linked = 0;
+    glGetProgramiv(program, GL_LINK_STATUS, &linked);
+    EXPECT_EQ(linked, GL_TRUE);
+    glUseProgram(program);
+    return program;
+}
+
+} // namespace
+
+Canvas::Canvas(int width, int height)
+    : m_guard(GL::StateGuard::SaveFlags::Framebuffer | GL::StateGuard::SaveFlags::Viewport |
+              GL::StateGuard::SaveFlags::Program)
+    , m_texture(GL::Texture::Target::Texture2D, {width, height, 1}, GL::InternalFormat::RGBA8)
+    , m_program(makeProgram()) {
+    m_framebuffer.bind();
+    m_framebuffer.attach(m_texture, 0);
+    glViewport(0, 0, width, height);
+    setTransform(2.0F / static_cast<float>(width), 2.0F / static_cast<float>(height), -1.0F);
+    glVertexAttrib4f(1, 1.0F, 1.0F, 1.0F, 1.0F);
+    clear();
+}
+
+Canvas::~Canvas() {
+    glDeleteProgram(m_program);
+}
+
+void Canvas::takeClipCoordinates() {
+    setTransform(1.0F, 1.0F, 0.0F);
+}
+
+void Canvas::setTransform(float x, float y, float offset) {
+    glUniform4f(glGetUniformLocation(m_program, "transform"), x, y, offset, offset);
+}
+
+void Canvas::clear() {
+    glClearColor(0.0F, 0.0F, 0.0F, 0.0F);
+    glClear(GL_COLOR_BUFFER_BIT);
+}
+
+std::string Canvas::row(int y) const {
+    const auto texels = m_texture.download<Eigen::Vector<unsigned char, 4>>();
+    std::string digits;
+    for (int x = 0; x < m_texture.width(); ++x) {
+        const auto& texel = texels[static_cast<std::size_t>(y) * static_cast<std::size_t>(m_texture.width()) +
+                                   static_cast<std::size_t>(x)];
+        digits += static_cast<char>('0' + (texel[0] > 127) + 2 * (texel[1] > 127) + 4 * (texel[2] > 127));
+    }
+    return digits;
+}
+
+} // namespace Veltrand::Testing

@@ -1,0 +1,37 @@
+// SPDX-License-Identifier: BSD-3-Clause
+#pragma once
+
+#include <Veltrand/GL/Framebuffer.h>
+#include <Veltrand/GL/StateGuard.h>
+#include <Veltrand/GL/Texture.h>
+
+#include <string>
+
+namespace Veltrand::Testing {
+
+/// A small black image to draw on with a program that takes pixel positions (attribute 0) and colours
+/// (attribute 1, white where the array is off). Bound while it lives.
+class Canvas {
+public:
+    Canvas(int width, int height);
+    ~Canvas();
+    Canvas(const Canvas&) = delete;
+    Canvas& operator=(const Canvas&) = delete;
+
+    /// Positions are clip coordinates from now on.
+    void takeClipCoordinates();
+    void clear();
+    /// One row, a digit per pixel: 1 red + 2 green + 4 blue, each when above one half.
+    [[nodiscard]] std::string row(int y) const;
+    [[nodiscard]] GL::Texture& texture() { return m_texture; }
+
+private:
+    void setTransform(float x, float y, float offset);
+
+    GL::StateGuard m_guard;
+    GL::Texture m_texture;
+    GL::Framebuffer m_framebuffer;
+    unsigned int m_program;
+};
+
+} // namespace Veltrand::Testing

@@ -1,0 +1,92 @@
+// SPDX-License-Identifier: BSD-3-Clause
+#include "gallery/Canvas.h"
+#include "gallery/LabelPainter.h"
+#include "gallery/VolumeTexture.h"
+
+#include <Veltrand/GL/ImageProgram.h>
+#include <Veltrand/GL/Texture.h>
+
+#include <algorithm>
+#include <cmath>
+#include <string_view>
+
+namespace Veltrand::Apps {
+
+namespace {
+
+const Eigen::Vector3f TextColor(0.92F, 0.92F, 0.92F);
+constexpr double Detail = 60;   // edge of what is shown, in millimetres
+constexpr double ScaleBar = 10; // in millimetres
+
+/// Runs an image program over every voxel.
+GL::Texture filter(const Scene& scene, const char* shader) {
+    GL::Texture result(GL::Texture::Target::Texture3D, scene.volume.size, GL::InternalFormat::R32F);
+    GL::ImageProgram program(shader, "", true, GL::ImageProgram::TexCoordMode::Output,
+                             GL::Program::Compilation::ImmediateThrow);
+    program.enable();
+    program.setArgument("volume", scene.texture);
+    program.setArgument("spacing", scene.volume.spacing());
+    program.compute(result, {});
+    program.disable();
+    return result;
+}
+
+} // namespace
+
+void drawFiltered(const Scene& scene, const Canvas& canvas) {
+    const SliceLayout layout = layoutSlices(canvas.size(), scene.volume.bounds(), scene.point);
+    const int scale = layout.letterScale;
+    const int margin = layout.margin;
+    const int edge =
+        std::max(1, std::min(canvas.size().x() / 3 - 2 * margin, canvas.size().y() - 5 * margin));
+    const int bottom = (canvas.size().y() - edge) / 2 + margin;
+
+    // An axial square around the point, seen as the axial slice is.
+    SlicePanel panel = layout.panels.front();
+    Eigen::Affine3d& panelToPatient = panel.panelToPatient;
+    panelToPatient.linear().col(0) = panelToPatient.linear().col(0).normalized() * Detail;
+    panelToPatient.linear().col(1) = panelToPatient.linear().col(1).normalized() * Detail;
+    panelToPatient.translation() =
+        scene.point - (panelToPatient.linear().col(0) + panelToPatient.linear().col(1)) / 2;
+    const Eigen::Affine3d panelToTexture = patientToTexture(scene.volume) * panelToPatient;
+
+    const auto show =
+        GL::Program::createVertexFragment("VeltrandGallery/Panel.vert", "VeltrandGallery/Slice.frag", "",
+                                          GL::Program::Compilation::ImmediateThrow);
+    const auto square = GL::VertexBuffer::createFullscreenSquare();
+    const LabelPainter labels;
+    const Window grey = textureWindow(scene.volume, scene.window);
+    // A step over all of the window within four millimetres shows white.
+    const Window slope{0, std::abs(grey.high - grey.low) / 4};
+    const GL::Texture mean = filter(scene, "VeltrandGallery/Mean.frag");
+    const GL::Texture gradient = filter(scene, "VeltrandGallery/Gradient.frag");
+
+    int left = (canvas.size().x() - 3 * (edge + 2 * margin)) / 2 + margin;
+    const auto drawPanel = [&](const GL::Texture& texture, const Window& window, std::string_view caption) {
+        panel.rect = {left, bottom, edge, edge};
+        setViewport(panel.rect);
+        show->enable();
+        show->setArgument("volume", texture);
+        show->setArgument("panelToTexture", panelToTexture.matrix());
+        show->setArgument("window", Eigen::Vector2d(window.low, window.high));
+        // No lines of other planes.
+        show->setArgument("gap", 1e9);
+        square->draw(GL::Primitive::TriangleFan);
+        show->disable();
+        show->unbindSamplers("volume");
+        labels.drawLetters(scene, panel, layout);
+        labels.drawText(caption, left + edge / 2, bottom - 2 * margin, scale, TextColor);
+        left += edge + 2 * margin;
+    };
+    drawPanel(scene.texture, grey, "RAW");
+    drawPanel(mean, grey, "MEAN");
+    drawPanel(gradient, slope, "GRADIENT");
+
+    // Below the last panel's lower right corner.
+    const int bar = static_cast<int>(ScaleBar * edge / Detail);
+    const PixelRect& last = panel.rect;
+    labels.fill({last.x + last.width - bar, bottom - margin, bar, scale}, TextColor);
+    labels.drawText("10 mm", last.x + last.width - bar / 2, bottom - 2 * margin, scale, TextColor);
+}
+
+} // namespace Veltrand::Apps

@@ -1,0 +1,149 @@
+// SPDX-License-Identifier: BSD-3-Clause
+#include "gallery/Gallery.h"
+
+#include "gallery/Canvas.h"
+#include "gallery/Pictures.h"
+#include "gallery/ShaderRepository.h"
+#include "gallery/VolumeTexture.h"
+#include "support/Nifti.h"
+#include "support/Png.h"
+
+#include <Veltrand/Core/Log.h>
+#include <Veltrand/GL/ContextManager.h>
+#include <Veltrand/GL/Debug.h>
+#include <Veltrand/GL/Functions.h>
+
+#include <algorithm>
+#include <chrono>
+#include <cstdio>
+#include <iostream>
+#include <system_error>
+
+#include <unistd.h>
+
+namespace Veltrand::Apps {
+
+namespace {
+
+/// OpenGL for a scope.
+class OpenGL : private Utils::NotCopyable {
+public:
+    /// @param verbose shows what the library logs while it starts; otherwise only the last error is of
+    /// interest,
+    ///        as the reason of a failure
+    explicit OpenGL(bool verbose) {
+        if (GL::ContextManager::openGlDisabled())
+            throw std::runtime_error("OpenGL is switched off by VELTRAND_DISABLE_OPENGL.");
+        std::string reason;
+        const Log::SinkId sink = Log::addSink([&reason](const Log::Message& message) {
+            if (message.level >= Log::Error)
+                reason = message.text;
+        });
+        Log::setDefaultSinkEnabled(verbose);
+        try {
+            GL::init();
+        } catch (const GL::OpenGLNotFoundException& error) {
+            Log::removeSink(sink);
+            throw std::runtime_error(
+                "there is no usable OpenGL: " + (reason.empty() ? error.what() : reason) + ".");
+        }
+        Log::removeSink(sink);
+        Log::setDefaultSinkEnabled(true);
+    }
+    ~OpenGL() { GL::deinit(); }
+};
+
+std::vector<const Picture*> choosePictures(const std::vector<std::string>& names) {
+    std::vector<const Picture*> chosen;
+    for (const std::string& name : names) {
+        const auto found = std::find_if(allPictures().begin(), allPictures().end(),
+                                        [&name](const Picture& picture) { return picture.name == name; });
+        if (found == allPictures().end())
+            throw std::runtime_error("there is no picture '" + name + "', see --list.");
+        chosen.push_back(&*found);
+    }
+    if (names.empty())
+        for (const Picture& picture : allPictures())
+            chosen.push_back(&picture);
+    return chosen;
+}
+
+void listPictures() {
+    for (const Picture& picture : allPictures())
+        std::cout << picture.name << "  " << picture.description << '\n';
+}
+
+/// Fails early, before anything is read or drawn, when no picture could be written.
+void prepareDirectory(const std::filesystem::path& directory) {
+    std::error_code error;
+    std::filesystem::create_directories(directory, error);
+    if (!error && !std::filesystem::is_directory(directory, error) && !error)
+        error = std::make_error_code(std::errc::not_a_directory);
+    if (!error && ::access(directory.c_str(), W_OK | X_OK) != 0)
+        error = std::error_code(errno, std::generic_category());
+    if (error)
+        throw std::runtime_error("cannot write to " + directory.string() + ": " + error.message() + ".");
+}
+
+Eigen::Vector3d choosePoint(const GalleryOptions& options, const Volume& volume) {
+    const Eigen::AlignedBox3d bounds = volume.bounds();
+    if (!options.point)
+        return bounds.center();
+    if (!bounds.contains(*options.point))
+        throw std::runtime_error("cannot show " + options.volume.string() +
+                                 " there: the point given lies outside the volume.");
+    return *options.point;
+}
+
+/// Reads all pending OpenGL errors; each is logged. A lost context may report errors without end.
+int takeErrors() {
+    int count = 0;
+    while (count < 100 && GL::Debug::check() != GL::Debug::Error::NoError)
+        ++count;
+    return count;
+}
+
+/// Makes one picture and prints its line.
+void makePicture(const Picture& picture, const Scene& scene, const GalleryOptions& options) {
+    const auto start = std::chrono::steady_clock::now();
+    const std::filesystem::path file = options.directory / (std::string(picture.name) + ".png");
+    Canvas canvas(options.size);
+    canvas.begin();
+    picture.draw(scene, canvas);
+    writePng(file, options.size.x(), options.size.y(), canvas.read());
+    const std::chrono::duration<double> seconds = std::chrono::steady_clock::now() - start;
+    std::printf("%-12s %6.2f s  %s\n", std::string(picture.name).c_str(), seconds.count(), file.c_str());
+    std::fflush(stdout);
+}
+
+} // namespace
+
+int runGallery(const GalleryOptions& options) {
+    Log::setGlobalLevel(options.verbose ? Log::Debug : Log::Warning);
+    const std::vector<const Picture*> pictures = choosePictures(options.pictures);
+    if (options.list) {
+        listPictures();
+        return 0;
+    }
+    prepareDirectory(options.directory);
+    const Volume volume = readNifti(options.volume);
+    const Eigen::Vector3d point = choosePoint(options, volume);
+
+    const ShaderRepository shaders;
+    const OpenGL openGl(options.verbose);
+    const GL::Texture texture = uploadVolume(volume);
+    const Scene scene{volume, texture, point, percentileWindow(volume, 1, 99.5)};
+    if (!volume.orientationKnown && Log::isAccepted(Log::Warning, "Gallery"))
+        Log::log(Log::Warning, "Gallery", options.volume.string() + " does not say which side is left.");
+    int errors = takeErrors();
+    for (const Picture* picture : pictures) {
+        makePicture(*picture, scene, options);
+        errors += takeErrors();
+    }
+    const GL::PlatformInfo driver = GL::platformInfo();
+    std::cout << "driver: " << driver.rendererString << ", OpenGL " << driver.versionString
+              << "\nOpenGL errors: " << errors << std::endl;
+    return errors;
+}
+
+} // namespace Veltrand::Apps

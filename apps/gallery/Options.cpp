@@ -1,0 +1,138 @@
+// SPDX-License-Identifier: BSD-3-Clause
+#include "gallery/Options.h"
+
+#include <algorithm>
+#include <array>
+#include <charconv>
+#include <cmath>
+
+namespace Veltrand::Apps {
+
+namespace {
+
+constexpr int MinSize = 160;
+constexpr int MaxSize = 8192;
+
+/// Reads the whole of @p text as @p N numbers with @p separator between them.
+template<class T, std::size_t N>
+bool parseNumbers(std::string_view text, char separator, std::array<T, N>& numbers) {
+    const char* position = text.data();
+    const char* const end = text.data() + text.size();
+    for (std::size_t i = 0; i < N; ++i) {
+        if (i > 0 && (position == end || *position++ != separator))
+            return false;
+        const auto [next, error] = std::from_chars(position, end, numbers[i]);
+        if (error != std::errc())
+            return false;
+        position = next;
+    }
+    return position == end;
+}
+
+Eigen::Vector2i parseSize(std::string_view text) {
+    std::array<int, 2> size{};
+    if (!parseNumbers(text, 'x', size) || std::min(size[0], size[1]) < MinSize ||
+        std::max(size[0], size[1]) > MaxSize)
+        throw UsageError("--size takes WIDTHxHEIGHT with both from " + std::to_string(MinSize) + " to " +
+                         std::to_string(MaxSize) + ", not '" + std::string(text) + "'.");
+    return {size[0], size[1]};
+}
+
+Eigen::Vector3d parsePoint(std::string_view text) {
+    std::array<double, 3> point{};
+    if (!parseNumbers(text, ',', point) || !std::isfinite(point[0] + point[1] + point[2]))
+        throw UsageError("--point takes X,Y,Z in millimetres, not '" + std::string(text) + "'.");
+    return {point[0], point[1], point[2]};
+}
+
+/// Walks along the arguments and hands out options and their values.
+class Arguments {
+public:
+    explicit Arguments(Utils::Span<const char* const> arguments)
+        : m_arguments(arguments) {}
+
+    [[nodiscard]] bool atEnd() const { return m_next == m_arguments.size(); }
+    std::string_view take() { return m_arguments[m_next++]; }
+
+    /// Whether @p argument is the option @p name; if so, @p value is what follows it, after '=' or as the
+    /// next argument.
+    bool takeValue(std::string_view argument, std::string_view name, std::string_view& value) {
+        if (argument.substr(0, name.size()) != name)
+            return false;
+        const std::string_view rest = argument.substr(name.size());
+        if (!rest.empty() && rest.front() != '=')
+            return false;
+        if (rest.empty() && atEnd())
+            throw UsageError(std::string(name) + " needs a value.");
+        value = rest.empty() ? take() : rest.substr(1);
+        if (value.empty())
+            throw UsageError(std::string(name) + " needs a value.");
+        return true;
+    }
+
+private:
+    Utils::Span<const char* const> m_arguments;
+    std::size_t m_next = 0;
+};
+
+} // namespace
+
+GalleryOptions parseOptions(Utils::Span<const char* const> arguments) {
+    GalleryOptions options;
+    Arguments line(arguments);
+    bool onlyPictures = false;
+    while (!line.atEnd()) {
+        const std::string_view argument = line.take();
+        std::string_view value;
+        if (onlyPictures || argument.empty() || argument.front() != '-')
+            options.pictures.emplace_back(argument);
+        else if (argument == "--")
+            onlyPictures = true;
+        else if (line.takeValue(argument, "--volume", value))
+            options.volume = value;
+        else if (line.takeValue(argument, "--out", value))
+            options.directory = value;
+        else if (line.takeValue(argument, "--size", value))
+            options.size = parseSize(value);
+        else if (line.takeValue(argument, "--point", value))
+            options.point = parsePoint(value);
+        else if (argument == "--list")
+            options.list = true;
+        else if (argument == "--verbose")
+            options.verbose = true;
+        else if (argument == "--help" || argument == "-h")
+            options.help = true;
+        else
+            throw UsageError("There is no option '" + std::string(argument) + "'.");
+    }
+    return options;
+}
+
+std::string_view usage() {
+    return "usage: veltrandgl-gallery [--volume FILE.nii.gz] [--out DIR] [--size WxH] [--point X,Y,Z] "
+           "[--list] [--verbose] [--help] [PICTURE...]";
+}
+
+std::string_view help() {
+    return R"(
+Makes pictures of a volume with OpenGL and writes them as PNG files; all of them unless some are named.
+
+  --volume FILE   a NIfTI-1 file, plain or gzip compressed; by default the brain template of Debian's
+                  package mricron-data, /usr/share/mricron/templates/ch2better.nii.gz
+  --out DIR       where the pictures go, made if it is not there; by default gallery
+  --size WxH      pixels of a picture; by default 1600x720
+  --point X,Y,Z   where slices meet, in millimetres to the patient's right, front and head; by default the
+                  middle of the volume
+  --list          name the pictures and end
+  --verbose       show what the library logs on standard error, not only its warnings
+  --help          this text
+
+Slices follow the radiological convention, the patient's right on the viewer's left; letters mark the sides
+(L left, R right, A anterior, P posterior, S superior, I inferior). Black is the 1st and white the 99.5th
+percentile of the voxels above the volume's lowest value.
+
+Exit status: 0 when all pictures were made without an OpenGL error, 1 otherwise, 2 for a wrong command line.
+)";
+}
+
+} // namespace Veltrand::Apps

@@ -1,0 +1,45 @@
+// SPDX-License-Identifier: BSD-3-Clause
+#pragma once
+
+#include <Veltrand/Core/Span.h>
+
+#include <Eigen/Core>
+#include <filesystem>
+#include <optional>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace Veltrand::Apps {
+
+/// A command line that cannot be understood; the text is one sentence.
+class UsageError : public std::runtime_error {
+public:
+    using std::runtime_error::runtime_error;
+};
+
+struct GalleryOptions {
+    /// The brain template that Debian's package mricron-data installs.
+    std::filesystem::path volume = "/usr/share/mricron/templates/ch2better.nii.gz";
+    std::filesystem::path directory = "gallery";
+    Eigen::Vector2i size = {1600, 720};
+    /// Where the planes meet, in patient space; the middle of the volume if not given.
+    std::optional<Eigen::Vector3d> point;
+    bool list = false;
+    bool help = false;
+    bool verbose = false;
+    /// The pictures to make; all of them if empty.
+    std::vector<std::string> pictures;
+};
+
+/// @param arguments the command line without the program's name
+/// Throws `UsageError`.
+[[nodiscard]] GalleryOptions parseOptions(Utils::Span<const char* const> arguments);
+
+/// One line.
+[[nodiscard]] std::string_view usage();
+/// What --help prints after the usage line.
+[[nodiscard]] std::string_view help();
+
+} // namespace Veltrand::Apps

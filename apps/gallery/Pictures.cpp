@@ -1,0 +1,22 @@
+// SPDX-License-Identifier: BSD-3-Clause
+#include "gallery/Pictures.h"
+
+#include <array>
+
+namespace Veltrand::Apps {
+
+namespace {
+
+constexpr std::array<Picture, 3> AllPictures{{
+    {"slices", "axial, coronal and sagittal slices through one point", drawSlices},
+    {"projection", "the brightest voxels along three axes", drawProjection},
+    {"filtered", "a detail raw, after a 3x3x3 mean, and as the length of its gradient", drawFiltered},
+}};
+
+} // namespace
+
+Utils::Span<const Picture> allPictures() {
+    return AllPictures;
+}
+
+} // namespace Veltrand::Apps

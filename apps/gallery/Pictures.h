@@ -1,0 +1,44 @@
+// SPDX-License-Identifier: BSD-3-Clause
+#pragma once
+
+#include "support/Volume.h"
+
+#include <Veltrand/Core/Span.h>
+#include <Veltrand/GL/GL.h>
+
+#include <Eigen/Core>
+#include <string_view>
+
+namespace Veltrand::Apps {
+
+class Canvas;
+
+/// What pictures show.
+struct Scene {
+    const Volume& volume;
+    /// The volume as a 3D texture.
+    const GL::Texture& texture;
+    /// Where slices meet, in patient space.
+    Eigen::Vector3d point;
+    Window window;
+};
+
+/// A picture that the gallery can make. A new one is a function and a line in the table in Pictures.cpp.
+struct Picture {
+    /// Its name on the command line and, with ".png", that of its file.
+    std::string_view name;
+    /// One line for --list.
+    std::string_view description;
+    /// Draws onto the canvas, which is bound and cleared, with the main context current. May leave any state
+    /// behind. Throws `std::runtime_error` with one sentence.
+    void (*draw)(const Scene& scene, const Canvas& canvas);
+};
+
+/// All pictures, in the order in which they are made.
+[[nodiscard]] Utils::Span<const Picture> allPictures();
+
+void drawFiltered(const Scene& scene, const Canvas& canvas);
+void drawProjection(const Scene& scene, const Canvas& canvas);
+void drawSlices(const Scene& scene, const Canvas& canvas);
+
+} // namespace Veltrand::Apps

@@ -21,9 +21,10 @@ with_display() {
     xvfb-run -a -s "-screen 0 1280x1024x24 -noreset -maxclients 2048" "$@"
 }
 
+# build PRESET [--target TARGET...]
 build() {
     cmake --preset "$1" >/dev/null
-    cmake --build --preset "$1"
+    cmake --build --preset "$1" "${@:2}"
 }
 
 step "Packages"
@@ -39,13 +40,13 @@ step "Formatting"
 scripts/format.sh --check
 
 if [ "$all" = yes ]; then
-    step "clang-tidy"
-    run-clang-tidy -quiet -p build/debug -j "$(nproc)" "$PWD/(Veltrand|apps|tests|benchmarks)/.*\.cpp$" \
-        2>/dev/null | { grep -vE '^(clang-tidy|[0-9]+ warnings)|^$' || true; } | tee build/tidy.log
-    ! grep -q 'error:\|warning:' build/tidy.log
-
     step "Build with clang"
     build clang
+
+    step "clang-tidy"
+    run-clang-tidy -quiet -p build/clang -j "$(nproc)" "$PWD/(Veltrand|apps|tests|benchmarks)/.*\.cpp$" \
+        2>/dev/null | { grep -vE '^(clang-tidy|[0-9]+ warnings)|^$' || true; } | tee build/tidy.log
+    ! grep -q 'error:\|warning:' build/tidy.log
 
     step "Address and undefined-behaviour sanitizers"
     build asan
@@ -54,7 +55,7 @@ if [ "$all" = yes ]; then
         with_display ctest --test-dir build/asan --output-on-failure
 
     step "Thread sanitizer"
-    build tsan
+    build tsan --target core-tests gl-tests context-tests
     TSAN_OPTIONS="suppressions=$PWD/tests/sanitizers/tsan.supp history_size=4 exitcode=66" \
         with_display ctest --test-dir build/tsan --output-on-failure --label-regex threads
 fi

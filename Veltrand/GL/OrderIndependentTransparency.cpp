@@ -5,7 +5,6 @@
 #include <Veltrand/GL/AtomicCounterBuffer.h>
 #include <Veltrand/GL/FullscreenSquare.h>
 #include <Veltrand/GL/Functions.h>
-#include <Veltrand/GL/InstanceManager.h>
 #include <Veltrand/GL/Program.h>
 #include <Veltrand/GL/Sampler.h>
 #include <Veltrand/GL/ShaderStorageBuffer.h>
@@ -35,8 +34,6 @@ namespace {
 constexpr std::string_view category = "GL.OrderIndependentTransparency";
 constexpr GLuint counterBinding = 6;
 constexpr GLuint endOfList = 0xFFFFFFFF;
-
-class SharedSquare : public InstanceManager<SharedSquare>, public FullscreenSquare {};
 
 /// Lets what a fragment shader writes reach the first draw buffer, and nothing else, unchanged; then puts
 /// back what the caller had set.
@@ -272,7 +269,7 @@ void OrderIndependentTransparency::renderBlendedFragments(const Texture& backgro
     setListArguments(*m_blendProgram, false);
     m_blendProgram->setArgument("u_backgroundColor", backgroundColor, *m_sampler);
     m_blendProgram->setArgument("u_backgroundDepth", backgroundDepth, *m_sampler);
-    SharedSquare::get()->drawFilled();
+    FullscreenSquare::get()->drawFilled();
     m_blendProgram->unbindImages(true);
     m_blendProgram->unbindBuffers();
     m_blendProgram->disable();

@@ -615,7 +615,7 @@ TEST_F(ImageProgramGL, CloneHasTheSettings) {
 }
 
 TEST_F(ImageProgramGL, FullscreenSquareCoversTheViewport) {
-    FullscreenSquare square;
+    const FullscreenSquare& square = *FullscreenSquare::get();
     const auto drawn = [](const std::function<void()>& draw) {
         ImageProgram program = make("coord.frag", false, Mode::Output, "#define OPACITY 1\n");
         Texture output(Target::Texture2D, {8, 8, 1}, InternalFormat::RGBA8);

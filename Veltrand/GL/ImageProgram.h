@@ -17,8 +17,7 @@ struct TimeoutSettings;
 /// A program that computes images: a fragment shader of the user is run for every texel of one or more output
 /// textures (1D, 1D array, 2D, 2D array or 3D), or of a box in them.
 ///
-///     ImageProgram mean("My/mean.frag", "", true, ImageProgram::TexCoordMode::Output,
-///                       Program::Compilation::ImmediateThrow);
+///     ImageProgram mean("My/mean.frag");
 ///     mean.enable();
 ///     mean.setArgument("volume", input);
 ///     mean.compute(output, ImageProgram::Cuboid());
@@ -72,8 +71,9 @@ public:
     /// @param useGeometryShader whether volumes are computed in one layered draw, which spares attaching each
     ///        slice; otherwise slice by slice
     /// Failure as for `Program`. GL: glCreateProgram, 2.0
-    ImageProgram(const std::string& fragmentShader, const std::string& defines, bool useGeometryShader,
-                 TexCoordMode texCoordMode, Compilation compilation);
+    explicit ImageProgram(const std::string& fragmentShader, const std::string& defines = {},
+                          bool useGeometryShader = true, TexCoordMode texCoordMode = TexCoordMode::Output,
+                          Compilation compilation = Compilation::ImmediateThrow);
     ~ImageProgram() override;
     /// The source may then only be destroyed or assigned to.
     ImageProgram(ImageProgram&&) noexcept;

@@ -81,7 +81,7 @@ class ImageProgramGL : public Testing::GLFixture {
 protected:
     [[nodiscard]] static SplittingProgram make(const std::string& fragmentShader, bool layered,
                                                Mode mode = Mode::Output, const std::string& defines = {}) {
-        return {"I/" + fragmentShader, defines, layered, mode, Compilation::ImmediateThrow};
+        return SplittingProgram("I/" + fragmentShader, defines, layered, mode, Compilation::ImmediateThrow);
     }
 
     // Compares each texel with @p expected at its column, row and slice.

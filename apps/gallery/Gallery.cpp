@@ -17,6 +17,7 @@
 #include <chrono>
 #include <cstdio>
 #include <iostream>
+#include <optional>
 #include <system_error>
 
 #include <unistd.h>
@@ -95,6 +96,16 @@ Eigen::Vector3d choosePoint(const GalleryOptions& options, const Volume& volume)
     return *options.point;
 }
 
+/// The region numbers that were asked for, or those that belong to the volume shown unless told otherwise.
+std::optional<Volume> readLabels(const GalleryOptions& options) {
+    if (options.labels)
+        return readNifti(*options.labels);
+    const GalleryOptions defaults;
+    if (options.volume == defaults.volume)
+        return readNifti(DefaultLabels);
+    return std::nullopt;
+}
+
 /// Reads all pending OpenGL errors; each is logged. A lost context may report errors without end.
 int takeErrors() {
     int count = 0;
@@ -127,12 +138,13 @@ int runGallery(const GalleryOptions& options) {
     }
     prepareDirectory(options.directory);
     const Volume volume = readNifti(options.volume);
+    const std::optional<Volume> labels = readLabels(options);
     const Eigen::Vector3d point = choosePoint(options, volume);
 
     const ShaderRepository shaders;
     const OpenGL openGl(options.verbose);
     const GL::Texture texture = uploadVolume(volume);
-    const Scene scene{volume, texture, point, percentileWindow(volume, 1, 99.5)};
+    const Scene scene{volume, texture, labels ? &*labels : nullptr, point, percentileWindow(volume, 1, 99.5)};
     if (!volume.orientationKnown && Log::isAccepted(Log::Warning, "Gallery"))
         Log::log(Log::Warning, "Gallery", options.volume.string() + " does not say which side is left.");
     int errors = takeErrors();

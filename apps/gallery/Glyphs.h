@@ -17,9 +17,8 @@ struct TextBitmap {
     std::vector<std::uint8_t> dots; ///< 255 where a dot is set, 0 elsewhere; rows from the bottom up
 };
 
-/// Draws @p text in a 5 by 7 dot type, one dot between characters. There are glyphs for the letters of the
-/// patient's sides (A I L P R S) and for D E G M N T W, x y z m, digits, '=', '-', '.' and blank; anything
-/// else becomes '?'.
+/// Draws @p text in a 5 by 7 dot type, one dot between characters. There are glyphs for the capital
+/// letters but F J K Q V X Z, for x y z m, digits, '=', '-', '.' and blank; anything else becomes '?'.
 [[nodiscard]] TextBitmap drawText(std::string_view text);
 
 } // namespace Veltrand::Apps

@@ -90,6 +90,8 @@ GalleryOptions parseOptions(Utils::Span<const char* const> arguments) {
             onlyPictures = true;
         else if (line.takeValue(argument, "--volume", value))
             options.volume = value;
+        else if (line.takeValue(argument, "--labels", value))
+            options.labels = value;
         else if (line.takeValue(argument, "--out", value))
             options.directory = value;
         else if (line.takeValue(argument, "--size", value))
@@ -109,7 +111,8 @@ GalleryOptions parseOptions(Utils::Span<const char* const> arguments) {
 }
 
 std::string_view usage() {
-    return "usage: veltrandgl-gallery [--volume FILE.nii.gz] [--out DIR] [--size WxH] [--point X,Y,Z] "
+    return "usage: veltrandgl-gallery [--volume FILE] [--labels FILE] [--out DIR] [--size WxH] [--point "
+           "X,Y,Z] "
            "[--list] [--verbose] [--help] [PICTURE...]";
 }
 
@@ -119,6 +122,8 @@ Makes pictures of a volume with OpenGL and writes them as PNG files; all of them
 
   --volume FILE   a NIfTI-1 file, plain or gzip compressed; by default the brain template of Debian's
                   package mricron-data, /usr/share/mricron/templates/ch2better.nii.gz
+  --labels FILE   a NIfTI-1 file in the same space with the numbers of regions, counted as in the AAL atlas; by
+                  default that atlas, aal.nii.gz beside the brain template, if the template is shown
   --out DIR       where the pictures go, made if it is not there; by default gallery
   --size WxH      pixels of a picture; by default 1600x720
   --point X,Y,Z   where slices meet, in millimetres to the patient's right, front and head; by default the

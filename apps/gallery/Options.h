@@ -19,9 +19,14 @@ public:
     using std::runtime_error::runtime_error;
 };
 
+/// The regions of the brain template, from the same package.
+inline constexpr const char* DefaultLabels = "/usr/share/mricron/templates/aal.nii.gz";
+
 struct GalleryOptions {
     /// The brain template that Debian's package mricron-data installs.
     std::filesystem::path volume = "/usr/share/mricron/templates/ch2better.nii.gz";
+    /// Region numbers in the same space; those of the brain template if not given and that is shown.
+    std::optional<std::filesystem::path> labels;
     std::filesystem::path directory = "gallery";
     Eigen::Vector2i size = {1600, 720};
     /// Where the planes meet, in patient space; the middle of the volume if not given.

@@ -7,10 +7,12 @@ namespace Veltrand::Apps {
 
 namespace {
 
-constexpr std::array<Picture, 3> AllPictures{{
+constexpr std::array<Picture, 4> AllPictures{{
     {"slices", "axial, coronal and sagittal slices through one point", drawSlices},
     {"projection", "the brightest voxels along three axes", drawProjection},
     {"filtered", "a detail raw, after a 3x3x3 mean, and as the length of its gradient", drawFiltered},
+    {"transparency", "regions within the head as translucent surfaces, by two ways of drawing",
+     drawTransparency},
 }};
 
 } // namespace

@@ -18,6 +18,8 @@ struct Scene {
     const Volume& volume;
     /// The volume as a 3D texture.
     const GL::Texture& texture;
+    /// Region numbers in the same space; null if there are none.
+    const Volume* labels;
     /// Where slices meet, in patient space.
     Eigen::Vector3d point;
     Window window;
@@ -40,5 +42,6 @@ struct Picture {
 void drawFiltered(const Scene& scene, const Canvas& canvas);
 void drawProjection(const Scene& scene, const Canvas& canvas);
 void drawSlices(const Scene& scene, const Canvas& canvas);
+void drawTransparency(const Scene& scene, const Canvas& canvas);
 
 } // namespace Veltrand::Apps

@@ -39,6 +39,8 @@ TEST(Gallery, ReportsBadInputInOneSentenceAndLeavesNoPicture) {
         std::vector<std::string> environment{};
     } cases[]{
         {{"--volume", path("absent.nii")}, "cannot read " + path("absent.nii") + ": there is no such file."},
+        {{"--volume", whole, "--labels", path("absent.nii")},
+         "cannot read " + path("absent.nii") + ": there is no such file."},
         {{"--volume", cut}, "cannot read " + cut + ": its compressed data ends too early."},
         {{"--volume", text}, "cannot read " + text + ": it is not a NIfTI-1 file."},
         {{"--volume", tooLarge},
@@ -104,10 +106,12 @@ TEST(Gallery, AnswersAWrongCommandLineWithTheUsage) {
 }
 
 TEST(Gallery, UnderstandsItsOptions) {
-    const std::vector<const char*> line{"--volume=a.nii", "--out",  "dir",    "--size", "640x480", "--point",
-                                        "-1.5,2,3e1",     "slices", "--list", "--",     "--odd"};
+    const std::vector<const char*> line{"--volume=a.nii", "--labels", "b.nii",   "--out",      "dir",
+                                        "--size",         "640x480",  "--point", "-1.5,2,3e1", "slices",
+                                        "--list",         "--",       "--odd"};
     const Apps::GalleryOptions options = Apps::parseOptions(line);
     EXPECT_EQ(options.volume, "a.nii");
+    EXPECT_EQ(options.labels, "b.nii");
     EXPECT_EQ(options.directory, "dir");
     EXPECT_EQ(options.size, Eigen::Vector2i(640, 480));
     EXPECT_EQ(options.point, Eigen::Vector3d(-1.5, 2, 30));

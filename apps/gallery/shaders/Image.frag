@@ -1,5 +1,5 @@
 #version 330
-/// An image that fills the panel, in grey.
+/// An image that fills the panel.
 uniform sampler2D image;
 
 in vec2 panelPosition;
@@ -7,5 +7,5 @@ out vec4 color;
 
 void main()
 {
-    color = vec4(vec3(texture(image, panelPosition).r), 1.0);
+    color = vec4(texture(image, panelPosition).rgb, 1.0);
 }

@@ -56,8 +56,8 @@ void drawFiltered(const Scene& scene, const Canvas& canvas) {
     const auto square = GL::VertexBuffer::createFullscreenSquare();
     const LabelPainter labels;
     const Window grey = textureWindow(scene.volume, scene.window);
-    // A step over all of the window within four millimetres shows white.
-    const Window slope{0, std::abs(grey.high - grey.low) / 4};
+    // A step over all of the window within two millimetres shows white.
+    const Window slope{0, std::abs(grey.high - grey.low) / 2};
     const GL::Texture mean = filter(scene, "VeltrandGallery/Mean.frag");
     const GL::Texture gradient = filter(scene, "VeltrandGallery/Gradient.frag");
 

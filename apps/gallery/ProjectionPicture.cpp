@@ -27,7 +27,7 @@ void drawProjection(const Scene& scene, const Canvas& canvas) {
     const Eigen::AlignedBox3d bounds = scene.volume.bounds();
     const SliceLayout layout = layoutSlices(canvas.size(), bounds, scene.point);
     // The brightest voxels of each ray are bright ones: the usual window would show them white.
-    const Window window = textureWindow(scene.volume, percentileWindow(scene.volume, 40, 99.9));
+    const Window window = textureWindow(scene.volume, percentileWindow(scene.volume, 50, 100));
 
     GL::ImageProgram project("VeltrandGallery/Projection.frag", "", true,
                              GL::ImageProgram::TexCoordMode::Output,

@@ -1,45 +1,25 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include "apps/GalleryRun.h"
 #include "apps/NiftiFile.h"
+#include "apps/PngPicture.h"
 
 #include "gallery/Glyphs.h"
 #include "gallery/SliceLayout.h"
 
 #include <cmath>
 #include <gtest/gtest.h>
-#include <png.h>
 
 namespace Veltrand {
 namespace {
 
 using Testing::NiftiFile;
+using Testing::PngPicture;
 using Testing::runGalleryProgram;
 using Testing::RunResult;
 using Testing::TemporaryDirectory;
 
 constexpr int Width = 900;
 constexpr int Height = 480;
-
-struct PngPicture {
-    png_image image{};
-    std::vector<std::uint8_t> pixels;
-
-    explicit PngPicture(const std::filesystem::path& file) {
-        image.version = PNG_IMAGE_VERSION;
-        if (png_image_begin_read_from_file(&image, file.c_str()) == 0)
-            throw std::runtime_error("no picture");
-        image.format = PNG_FORMAT_RGBA;
-        pixels.resize(PNG_IMAGE_SIZE(image));
-        if (png_image_finish_read(&image, nullptr, pixels.data(), 0, nullptr) == 0)
-            throw std::runtime_error("no pixels");
-    }
-
-    /// The green channel; the origin is the lower left corner.
-    [[nodiscard]] int at(int x, int y) const {
-        const auto row = static_cast<std::size_t>(static_cast<int>(image.height) - 1 - y);
-        return pixels[4 * (row * image.width + static_cast<std::size_t>(x)) + 1];
-    }
-};
 
 /// A head of 60 mm with a bright ball on its right, a dimmer one in front and a dark one on top.
 double patientValue(const Eigen::Vector3d& position) {

@@ -14,7 +14,6 @@ namespace Veltrand::Apps {
 namespace {
 
 using Eigen::Vector3d;
-using Eigen::Vector3f;
 using Eigen::Vector3i;
 
 /// A grid of steps of 2, 1.5 and 3 mm, mirrored, whose middle lies at the origin.
@@ -42,22 +41,14 @@ bool isClosed(const Surface& surface) {
            std::ranges::all_of(balance, [](const auto& edge) { return edge.second == 0; });
 }
 
-struct Measures {
-    double area = 0;
-    double volume = 0; ///< negative for a surface that is inside out
-};
-
-Measures measure(const Surface& surface) {
-    Measures sum;
+/// By the divergence theorem; negative for a surface that is inside out.
+double enclosedVolume(const Surface& surface) {
+    double volume = 0;
     for (const Vector3i& triangle : surface.triangles) {
-        const auto corner = [&](int i) {
-            return Vector3d(surface.positions[std::size_t(triangle[i])].cast<double>());
-        };
-        const Vector3d normal = (corner(1) - corner(0)).cross(corner(2) - corner(0));
-        sum.area += normal.norm() / 2;
-        sum.volume += corner(0).dot(normal) / 6;
+        const auto corner = [&](int i) { return surface.positions[std::size_t(triangle[i])]; };
+        volume += double(corner(0).dot(corner(1).cross(corner(2)))) / 6;
     }
-    return sum;
+    return volume;
 }
 
 TEST(Surface, OfABallIsRoundInMillimetres) {
@@ -65,24 +56,24 @@ TEST(Surface, OfABallIsRoundInMillimetres) {
     const Surface surface =
         extractSurface(makeGrid([](const Vector3d& place) { return float(5 - place.norm()); }), 5 - Radius);
     EXPECT_TRUE(isClosed(surface));
-    EXPECT_NEAR(measure(surface).area / (4 * std::numbers::pi * Radius * Radius), 1, 0.03);
-    EXPECT_NEAR(measure(surface).volume / (4 * std::numbers::pi / 3 * std::pow(Radius, 3)), 1, 0.03);
-    for (std::size_t i = 0; i < surface.positions.size(); ++i) {
-        EXPECT_NEAR(surface.positions[i].norm(), Radius, 0.2);
-        EXPECT_GT(surface.normals[i].dot(surface.positions[i].normalized()), 0.97F);
+    EXPECT_NEAR(enclosedVolume(surface) / (4 * std::numbers::pi / 3 * std::pow(Radius, 3)), 1, 0.03);
+    double area = 0;
+    for (const Vector3i& triangle : surface.triangles) {
+        const auto corner = [&](int i) { return surface.positions[std::size_t(triangle[i])]; };
+        area += double((corner(1) - corner(0)).cross(corner(2) - corner(0)).norm()) / 2;
     }
+    EXPECT_NEAR(area / (4 * std::numbers::pi * Radius * Radius), 1, 0.03);
+    for (std::size_t i = 0; i < surface.positions.size(); ++i)
+        EXPECT_GT(surface.normals[i].dot(surface.positions[i].normalized()), 0.97F);
 }
 
 TEST(Surface, ClosesAtTheEndOfTheGridAndAroundEveryDetail) {
     const Surface box = extractSurface(makeGrid([](const Vector3d&) { return 1.F; }), 0);
     EXPECT_TRUE(isClosed(box));
-    EXPECT_NEAR(measure(box).volume / (48 * 45 * 51), 1, 0.02); // without the corners and edges
+    EXPECT_NEAR(enclosedVolume(box) / (48 * 45 * 51), 1, 0.02); // without the corners and edges
     std::mt19937 random;
-    const Surface noise = extractSurface(
-        makeGrid([&random](const Vector3d&) { return std::uniform_real_distribution<float>(-1, 1)(random); }),
-        0);
-    EXPECT_TRUE(isClosed(noise));
-    EXPECT_TRUE(extractSurface(makeGrid([](const Vector3d&) { return 0.F; }), 0).triangles.empty());
+    const auto noise = [&random](const Vector3d&) { return float(random() % 100); };
+    EXPECT_TRUE(isClosed(extractSurface(makeGrid(noise), 50)));
 }
 
 TEST(ScalarGrid, ShrinksAVolumeWhereItLies) {
@@ -98,37 +89,6 @@ TEST(ScalarGrid, ShrinksAVolumeWhereItLies) {
     EXPECT_EQ(grid.gridToPatient * Vector3d(1, 1, 1), Vector3d(12, 22.5, 32.5));
     EXPECT_FLOAT_EQ(grid.values[grid.index(1, 1, 1)], 1 + 12 * 2.5F + 3 * 2.5F);
     EXPECT_FLOAT_EQ(grid.values[grid.index(2, 0, 2)], 2 + 12 * 4 + 3 * 0.5F); // one layer of voxels only
-}
-
-TEST(ScalarGrid, SeparatesBackgroundFromForeground) {
-    ScalarGrid grid;
-    grid.size = {10, 10, 1};
-    grid.values.assign(100, 3);
-    EXPECT_EQ(separatingLevel(grid), 3);
-    std::fill_n(grid.values.begin(), 30, 100.F);
-    std::fill_n(grid.values.begin(), 15, 120.F);
-    EXPECT_NEAR(separatingLevel(grid), 51.5, 2);
-}
-
-TEST(ScalarGrid, ARegionKeepsItsSizeAndPlace) {
-    Volume labels;
-    labels.size = {20, 20, 20};
-    labels.voxelToPatient.linear() = Eigen::Scaling(-1.0, 1.0, 1.0).toDenseMatrix();
-    std::vector<std::uint8_t> voxels;
-    for (int z = 0; z < 20; ++z)
-        for (int y = 0; y < 20; ++y)
-            for (int x = 0; x < 20; ++x)
-                voxels.push_back((Vector3i(x, y, z) - Vector3i(6, 9, 10)).squaredNorm() < 36 ? 3 : 7);
-    labels.voxels = ByteBuffer(ByteBufferView(voxels.data(), voxels.size()));
-    const std::vector<ScalarGrid> fields = regionFields(labels, std::array{9, 3});
-    EXPECT_TRUE(fields.at(0).values.empty());
-    EXPECT_TRUE(extractSurface(fields[0], 0.5F).triangles.empty());
-    const Surface ball = extractSurface(fields.at(1), 0.5F);
-    EXPECT_TRUE(isClosed(ball));
-    const auto count = double(std::ranges::count(voxels, 3));
-    EXPECT_NEAR(measure(ball).volume / count, 1, 0.15); // smoothing takes a little of what is small
-    for (const Vector3f& position : ball.positions)
-        EXPECT_NEAR((position - Vector3f(-6, 9, 10)).norm(), 6, 0.6);
 }
 
 } // namespace

@@ -1,0 +1,170 @@
+// SPDX-License-Identifier: BSD-3-Clause
+#include "apps/GalleryRun.h"
+#include "apps/NiftiFile.h"
+#include "apps/PngPicture.h"
+
+#include "gallery/SliceLayout.h"
+#include "support/Nifti.h"
+
+#include <Eigen/Geometry>
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <functional>
+#include <gtest/gtest.h>
+#include <random>
+
+namespace Veltrand {
+namespace {
+
+using Eigen::Vector3d;
+using Eigen::Vector3i;
+using Testing::NiftiFile;
+using Testing::PngPicture;
+using Testing::TemporaryDirectory;
+
+constexpr int Width = 903;
+constexpr int Height = 480;
+constexpr int Edge = 15; // voxels
+
+/// A cube of bytes around the origin.
+std::string cube(float spacing, const std::function<int(const Vector3i&)>& value) {
+    NiftiFile file;
+    file.dimensions = {3, Edge, Edge, Edge, 1, 1, 1, 1};
+    file.sformCode = 1;
+    for (std::size_t i = 0; i < 3; ++i) {
+        file.sform[5 * i] = spacing;
+        file.sform[4 * i + 3] = -spacing * (Edge - 1) / 2;
+    }
+    std::vector<std::uint8_t> voxels;
+    for (int z = 0; z < Edge; ++z)
+        for (int y = 0; y < Edge; ++y)
+            for (int x = 0; x < Edge; ++x)
+                voxels.push_back(std::uint8_t(value({x, y, z})));
+    file.setVoxels(voxels);
+    return file.plain();
+}
+
+class PicturesGL : public testing::Test {
+protected:
+    void use(float spacing, const std::function<int(const Vector3i&)>& value) {
+        m_volume = Apps::readNifti(m_directory.write("volume.nii", cube(spacing, value)));
+    }
+
+    /// Makes a picture, which is to succeed in silence.
+    PngPicture make(const std::string& picture, const std::vector<std::string>& options = {}) {
+        std::vector<std::string> arguments{"--volume", (m_directory.path() / "volume.nii").string(),
+                                           "--out",    m_directory.path().string(),
+                                           "--size",   std::to_string(Width) + "x" + std::to_string(Height),
+                                           "--point",  "0,0,0",
+                                           picture};
+        arguments.insert(arguments.end(), options.begin(), options.end());
+        const Testing::RunResult result = Testing::runGalleryProgram(arguments, m_directory.path());
+        EXPECT_EQ(result.status, 0);
+        EXPECT_EQ(result.errors, "");
+        return PngPicture(m_directory.path() / (picture + ".png"));
+    }
+
+    TemporaryDirectory m_directory;
+    Apps::Volume m_volume;
+    std::mt19937 m_random;
+};
+
+int grey(double value, const Apps::Window& window) {
+    return int(std::lround(255 * std::clamp((value - window.low) / (window.high - window.low), 0.0, 1.0)));
+}
+
+TEST_F(PicturesGL, ProjectionShowsTheGreatestValueOfEachRay) {
+    // Blocks of 3x3x3 voxels, in whose middles nothing is interpolated.
+    std::array<int, std::size_t{Edge} * Edge * Edge / 27> blocks{};
+    std::ranges::generate(blocks, [this] { return int(m_random() % 256); });
+    use(4, [&blocks](const Vector3i& voxel) {
+        return blocks[std::size_t((voxel / 3).dot(Vector3i(1, Edge / 3, Edge * Edge / 9)))];
+    });
+    const Apps::Window window = percentileWindow(m_volume, 50, 100);
+    const PngPicture picture = make("projection");
+    for (const Apps::SlicePanel& panel :
+         Apps::layoutSlices({Width, Height}, m_volume.bounds(), Vector3d::Zero()).panels)
+        for (int i = 0; i < Edge * Edge; ++i) {
+            Vector3i voxel;
+            voxel[panel.horizontal] = i % Edge;
+            voxel[panel.vertical] = i / Edge;
+            if (voxel[panel.horizontal] % 3 != 1 || voxel[panel.vertical] % 3 != 1)
+                continue;
+            double greatest = 0;
+            for (voxel[panel.normal] = 0; voxel[panel.normal] < Edge; ++voxel[panel.normal])
+                greatest = std::max(greatest, m_volume.value(voxel.x(), voxel.y(), voxel.z()));
+            const Vector3d place =
+                panel.panelToPatient.inverse() * (m_volume.voxelToPatient * voxel.cast<double>());
+            EXPECT_NEAR(picture.at(panel.rect.x + int(place.x() * panel.rect.width),
+                                   panel.rect.y + int(place.y() * panel.rect.height)),
+                        grey(greatest, window), 2)
+                << panel.normal << ": " << voxel.transpose();
+        }
+}
+
+TEST_F(PicturesGL, FilteredShowsMeansAndGradients) {
+    // Five voxels of 49 pixels fill an edge of the three squares.
+    constexpr int Voxel = 49;
+    use(12, [this](const Vector3i&) { return int(m_random() % 256); });
+    const Apps::Window window = percentileWindow(m_volume, 1, 99.5);
+    const Apps::Window slope{0, (window.high - window.low) / 2};
+    const PngPicture picture = make("filtered");
+    for (int j = -2; j <= 2; ++j)
+        for (int i = -2; i <= 2; ++i) {
+            const auto value = [&](int x, int y, int z) { // the patient's right is on the left
+                return m_volume.value(Edge / 2 - i + x, Edge / 2 + j + y, Edge / 2 + z);
+            };
+            double sum = 0;
+            for (int neighbour = 0; neighbour < 27; ++neighbour)
+                sum += value(neighbour % 3 - 1, neighbour / 3 % 3 - 1, neighbour / 9 - 1);
+            const Vector3d gradient(value(1, 0, 0) - value(-1, 0, 0), value(0, 1, 0) - value(0, -1, 0),
+                                    value(0, 0, 1) - value(0, 0, -1));
+            const int x = Width / 6 + i * Voxel;
+            const int y = 267 + j * Voxel;
+            EXPECT_NEAR(picture.at(x, y), grey(value(0, 0, 0), window), 2) << i << ", " << j;
+            EXPECT_NEAR(picture.at(x + Width / 3, y), grey(sum / 27, window), 2) << i << ", " << j;
+            EXPECT_NEAR(picture.at(x + 2 * Width / 3, y), grey(gradient.norm() / 24, slope), 2)
+                << i << ", " << j;
+        }
+}
+
+TEST_F(PicturesGL, TransparencyIsTheSameWithAndWithoutSorting) {
+    const auto isInBall = [](const Vector3i& voxel, const Vector3i& center, int radius) {
+        return (voxel - center).squaredNorm() < radius * radius;
+    };
+    use(4, [&](const Vector3i& voxel) { return isInBall(voxel, {7, 7, 7}, 6) ? 200 : 10; });
+    // A thalamus in front, a hippocampus on top.
+    const auto labels = m_directory.write("labels.nii", cube(4, [&](const Vector3i& voxel) {
+                                              if (isInBall(voxel, {7, 10, 7}, 2))
+                                                  return 77;
+                                              return isInBall(voxel, {7, 7, 10}, 2) ? 37 : 0;
+                                          }));
+    const PngPicture picture = make("transparency", {"--labels", labels.string()});
+    int lit = 0;
+    int different = 0;
+    Vector3d head(0, 0, 0); // sums of places and weights
+    Vector3d thalamus(0, 0, 0);
+    Vector3d hippocampus(0, 0, 0);
+    for (int y = 90; y < Height; ++y) // above the captions
+        for (int x = 0; x < Width / 2; ++x) {
+            const auto difference = [&](std::size_t channel) {
+                return std::abs(picture.at(x, y, channel) - picture.at(x + Width / 2, y, channel));
+            };
+            const int red = picture.at(x, y, 0);
+            const int green = picture.at(x, y, 1);
+            const Vector3d place(x, y, 1);
+            head += place * std::min(red, 1);
+            thalamus += place * std::max(red - green - 20, 0);
+            hippocampus += place * std::max(green - red - 20, 0);
+            lit += std::min(red, 1);
+            different += std::max({difference(0), difference(1), difference(2)}) > 3 ? 1 : 0;
+        }
+    EXPECT_GT(lit, 20000);
+    EXPECT_LT(different, lit / 200);
+    EXPECT_LT(thalamus.hnormalized().x(), head.hnormalized().x() - 20); // seen from the patient's left
+    EXPECT_GT(hippocampus.hnormalized().y(), head.hnormalized().y() + 20);
+}
+
+} // namespace
+} // namespace Veltrand

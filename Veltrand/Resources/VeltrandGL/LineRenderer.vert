@@ -1,6 +1,11 @@
 #version 330
-// Places the points of lines. Each point comes as four vertices with equal attributes, told apart by the vertex
-// index modulo 4.
+// Places the points of wide lines. Each point comes as four vertices with equal attributes, told apart by the vertex
+// index modulo 4: the left and the right end of the segment to the point, then the left and the right start of the
+// segment from it. A triangle strip makes of them a quad for each segment, and of each point the area that a bevelled
+// join leaves open, which is empty where the join is mitred.
+//
+// A point that equals its previous or next point has no segment there. Where a line is interrupted, the neighbour
+// beyond the gap is missing: its coordinates are the largest number that there is.
 
 #pragma include "VeltrandGL/WideLines.glh"
 #pragma conditional_include WITH_ACCUMULATION "VeltrandGL/LineLengthAccumulation.glh"
@@ -10,13 +15,93 @@ layout(location = 1) in vec3 a_previous;
 layout(location = 2) in vec3 a_next;
 layout(location = 3) in vec4 a_color;
 
-uniform mat4 u_projectionMatrix = mat4(1.0);
-uniform mat4 u_viewMatrix = mat4(1.0);
-uniform mat4 u_modelMatrix = mat4(1.0);
+uniform mat4 u_modelViewProjectionMatrix = mat4(1.0);
+uniform vec2 u_viewportSize = vec2(1.0);
+uniform vec2 u_viewportOffset = vec2(0.0);
+uniform float u_lineWidth = 1.0;  // pixels
+uniform float u_softness = 1.0;   // width of the smooth edge in pixels, 1 or 0
+uniform int u_numLineSegments = 1; // of each strip
 
 out vec4 v_color;
+// Pixels, all linear on the screen: from the axis of the segment, positive on the left; from where the smooth edge
+// of its start begins, at least 1 where the line goes on; the same for its end.
+noperspective out vec3 v_distance;
+
+#if defined(WITH_STIPPLE) || defined(WITH_ACCUMULATION)
+#define STIPPLED
+uniform float u_stippleFactor = 1.0; // pixels for each bit of the pattern
+// Bits of the pattern: where the vertex is along the line, and where its segment begins and ends.
+noperspective out vec3 v_stipple;
+#endif
+
+vec4 toClip(vec3 point) {
+    return u_modelViewProjectionMatrix * vec4(point, 1.0);
+}
+
+vec2 toPixels(vec4 clip) {
+    return wideLines_toPixels(clip, u_viewportSize, u_viewportOffset);
+}
+
+bool isMissing(vec3 point) {
+    return point.x > 3.4e38;
+}
 
 void main() {
-    gl_Position = u_projectionMatrix * (u_viewMatrix * (u_modelMatrix * vec4(a_position, 1.0)));
+    int pointIndex = gl_VertexID >> 2;
+    bool isStart = (gl_VertexID & 2) != 0;
+    float side = (gl_VertexID & 1) == 0 ? 1.0 : -1.0;
+
+    // At a gap, the corners that have no segment fall on a neighbour, so that nothing is drawn across it.
+    bool previousMissing = isMissing(a_previous);
+    bool nextMissing = isMissing(a_next);
+    side = isStart ? (nextMissing ? -1.0 : side) : (previousMissing ? 1.0 : side);
+    bool hasPrevious = !previousMissing && a_previous != a_position;
+    bool hasNext = !nextMissing && a_next != a_position;
+    isStart = isStart ? hasNext : !hasPrevious;
+
+    // The segment that the corner belongs to goes on to `far`, and `beside` is on the other side of the point.
+    vec4 point = toClip(a_position);
+    vec4 far = toClip(isStart ? a_next : a_previous);
+    vec4 beside = toClip(isStart ? a_previous : a_next);
+    vec4 clipped = wideLines_clip(point, far);
+    bool isEnd = !(isStart ? hasPrevious : hasNext);
+    // A join that is outside of the view is not drawn; its other segment may have no image at all.
+    bool isJoined = !isEnd && clipped == point;
+
+    vec2 pixel = toPixels(clipped);
+    vec2 own = toPixels(wideLines_clip(far, point)) - pixel;
+    vec2 other = isJoined ? pixel - toPixels(wideLines_clip(beside, point)) : vec2(0.0);
+    float ownLength = length(own);
+    float otherLength = length(other);
+    float flip = isStart ? 1.0 : -1.0; // own and other point away from the point and towards it, or the reverse
+    vec2 ownDirection = ownLength > 0.0 ? own * (flip / ownLength) : other * (flip / otherLength);
+    vec2 otherDirection = otherLength > 0.0 ? other * (flip / otherLength) : ownDirection;
+
+    float halfWidth = 0.5 * max(u_lineWidth, 1.0 - u_softness);
+    vec2 offset = wideLines_corner(isStart ? otherDirection : ownDirection, isStart ? ownDirection : otherDirection,
+                                   min(ownLength, otherLength), isStart, side, halfWidth + 0.5 * u_softness);
+    // A repeated point within a line is no end of it.
+    bool isFirst = previousMissing || pointIndex == 0 || u_numLineSegments == 1;
+    bool isLast = nextMissing || pointIndex == u_numLineSegments || u_numLineSegments == 1;
+    bool isCap = isEnd && (isStart ? isFirst : isLast);
+    if (isCap)
+        offset -= flip * 0.5 * u_softness * ownDirection;
+
+    gl_Position = wideLines_shift(clipped, offset, u_viewportSize);
     v_color = a_color;
+    float inwards = flip * dot(offset, ownDirection);
+    float here = isCap ? 0.0 : 2.0;
+    float there = max(ownLength - inwards, 1.0) + 0.5 * u_softness;
+    v_distance = vec3(wideLines_across(offset, ownDirection), isStart ? vec2(here, there) : vec2(there, here));
+
+#ifdef STIPPLED
+    float bitsPerPixel = 1.0 / max(u_stippleFactor, 1e-3);
+    float first = 0.0;
+#ifdef WITH_ACCUMULATION
+    bitsPerPixel *= lineLength_scale();
+    first = lineLength_bitsBefore(uint(isStart ? pointIndex : pointIndex - 1));
+#endif
+    float along = isStart ? inwards : ownLength - inwards;
+    v_stipple = first + bitsPerPixel * vec3(along, 0.0, ownLength);
+#endif
 }

@@ -36,6 +36,7 @@ class FullscreenSquare;
 class ImageProgram;
 class IndexBuffer;
 class InternalFormat;
+class LineRenderer;
 class MultiAbstractIncludeBase;
 class OpenGLNotFoundException;
 class OrderIndependentTransparency;

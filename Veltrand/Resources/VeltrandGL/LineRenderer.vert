@@ -21,6 +21,7 @@ uniform vec2 u_viewportOffset = vec2(0.0);
 uniform float u_lineWidth = 1.0;  // pixels
 uniform float u_softness = 1.0;   // width of the smooth edge in pixels, 1 or 0
 uniform int u_numLineSegments = 1; // of each strip
+uniform bool u_isClosed = false;
 
 out vec4 v_color;
 // Pixels, all linear on the screen: from the axis of the segment, positive on the left; from where the smooth edge
@@ -81,9 +82,8 @@ void main() {
     vec2 offset = wideLines_corner(isStart ? otherDirection : ownDirection, isStart ? ownDirection : otherDirection,
                                    min(ownLength, otherLength), isStart, side, halfWidth + 0.5 * u_softness);
     // A repeated point within a line is no end of it.
-    bool isFirst = previousMissing || pointIndex == 0 || u_numLineSegments == 1;
-    bool isLast = nextMissing || pointIndex == u_numLineSegments || u_numLineSegments == 1;
-    bool isCap = isEnd && (isStart ? isFirst : isLast);
+    bool isOutermost = u_numLineSegments == 1 || pointIndex == (isStart ? 0 : u_numLineSegments);
+    bool isCap = isEnd && ((isOutermost && !u_isClosed) || previousMissing || nextMissing);
     if (isCap)
         offset -= flip * 0.5 * u_softness * ownDirection;
 

@@ -1,0 +1,114 @@
+// SPDX-License-Identifier: BSD-3-Clause
+#pragma once
+
+#include <Veltrand/GL/Export.h>
+#include <Veltrand/GL/GL.h>
+#include <Veltrand/GL/InstanceManager.h>
+
+#include <Eigen/Core>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace Veltrand::GL {
+
+/// Draws lines of any width, plain or stippled, in one colour or with a colour for each point.
+///
+///     LineRenderer::get()->renderLineStrip(points, LineRenderer::Options(Eigen::Vector3d(1, 0, 0), 3),
+///     view);
+///
+/// Widths are pixels, at whatever depth. Joins are mitred, and bevelled in turns above 151 degrees; ends are
+/// square at the point. What lies outside of the near and the far plane is cut off. A segment without length
+/// draws nothing.
+///
+/// Smooth edges need blending, which is the caller's: colours are not premultiplied, and opacity carries how
+/// much of a pixel is covered. `Blending(Blending::Preset::Alpha)` does. Where blending is off for the first
+/// draw buffer, lines have hard edges, which multisampling smooths. Transparent lines overlap themselves only
+/// where segments are shorter than the line is wide.
+///
+/// There is one object per context, used on the thread on which it is current. Messages about points go to
+/// the log category "GL.LineRenderer".
+class VELTRAND_GL_API LineRenderer : public InstanceManager<LineRenderer> {
+public:
+    /// How lines look.
+    struct VELTRAND_GL_API Options {
+        Eigen::Vector4d color{1, 1, 1,
+                              1}; ///< red, green, blue, opacity; of lines without colours of their own
+        double lineWidth = 1;     ///< points: pixels divided by `dpiScale()`
+        Eigen::Matrix4d modelMatrix = Eigen::Matrix4d::Identity(); ///< from the points to the world
+        /// Which parts are drawn, from the start of the line and from the lowest bit; 0xFFFF for all.
+        unsigned short stipplePattern = 0xFFFF;
+        double stippleFactor = 1; ///< pixels per bit of the pattern
+
+        Options() = default;
+        explicit Options(const Eigen::Vector4d& color, double lineWidth = 1,
+                         const Eigen::Matrix4d& modelMatrix = Eigen::Matrix4d::Identity(),
+                         unsigned short stipplePattern = 0xFFFF, double stippleFactor = 1);
+        /// Opaque.
+        explicit Options(const Eigen::Vector3d& color, double lineWidth = 1,
+                         const Eigen::Matrix4d& modelMatrix = Eigen::Matrix4d::Identity(),
+                         unsigned short stipplePattern = 0xFFFF, double stippleFactor = 1);
+    };
+
+    /// Compiles the shaders; throws what `Program` throws. Use `get()` instead. GL: glCreateProgram, 3.3
+    LineRenderer();
+    ~LineRenderer() override;
+
+    /// Fills a buffer for `render`: four equal vertices per point with the attributes position, previous
+    /// point, next point and, if given, colour. Leaves no array buffer bound.
+    ///
+    /// In strips and loops a point that equals the one before, in colour too, is left out. Without a partner,
+    /// the last of an odd number of points for `Lines` is ignored. Points that are not finite as floats are
+    /// left out together with the segments that meet there, which is logged once per call.
+    /// @param colors red, green, blue and opacity of each point, or empty
+    /// @param primitive Lines, LineStrip or LineLoop
+    /// @return whether there is anything to draw; if not, the buffer is as it was. Other primitives and a
+    /// wrong
+    ///         number of colours are logged as errors without category: "Primitive must be Lines, LineLoop or
+    ///         LineStrip.", "The list of colors must be empty or have the same size as the list of vertices".
+    /// GL: glBufferData, glBufferSubData, 1.5
+    [[nodiscard]] static bool makeVertexData(const std::vector<Eigen::Vector3d>& points,
+                                             const std::vector<Eigen::Vector4d>& colors, Primitive primitive,
+                                             VertexBuffer& vertexBuffer);
+    [[nodiscard]] static bool makeVertexData(const std::vector<Eigen::Vector3d>& points, Primitive primitive,
+                                             VertexBuffer& vertexBuffer);
+
+    /// Draws what `makeVertexData` made with the same primitive, into the viewport of the view state, which
+    /// has to be set in OpenGL too.
+    ///
+    /// A stipple starts at the first point and runs on through corners; in loops it is compressed or
+    /// stretched to whole repetitions, so that it closes. Below OpenGL 4.3, and for `Lines`, it starts anew
+    /// with each segment.
+    ///
+    /// Leaves no program, vertex array object or array buffer bound, attribute 3 at the options' colour, and,
+    /// if stippled, shader storage binding points changed; all other state is used as the caller set it.
+    /// @param oit where fragments go instead of the framebuffer, or null
+    /// Throws what `ProgramCache` throws. GL: glDrawArrays, 3.3; stippled strips and loops
+    /// glDispatchCompute, 4.3
+    void render(const VertexBuffer& vertexBuffer, Primitive primitive, const Options& options,
+                const ViewState& viewState, const OrderIndependentTransparency* oit = nullptr);
+
+    // `makeVertexData` and `render` in one.
+
+    /// Each pair of points is a line of its own.
+    void renderLines(const std::vector<Eigen::Vector3d>& points, const Options& options,
+                     const ViewState& viewState, const OrderIndependentTransparency* oit = nullptr);
+    void renderLineStrip(const std::vector<Eigen::Vector3d>& points, const Options& options,
+                         const ViewState& viewState, const OrderIndependentTransparency* oit = nullptr);
+    /// The last point is joined to the first.
+    void renderLineLoop(const std::vector<Eigen::Vector3d>& points, const Options& options,
+                        const ViewState& viewState, const OrderIndependentTransparency* oit = nullptr);
+
+private:
+    void renderPoints(const std::vector<Eigen::Vector3d>& points, Primitive primitive, const Options& options,
+                      const ViewState& viewState, const OrderIndependentTransparency* oit);
+    void accumulateLengths(const VertexBuffer& vertexBuffer, bool isClosed, const Options& options,
+                           const ViewState& viewState);
+
+    std::unique_ptr<ProgramCache> m_programs;
+    std::unique_ptr<VertexBuffer> m_vertexBuffer;
+    std::unique_ptr<ShaderStorageBuffer> m_lengths; ///< null before the first draw that needs it
+    std::unique_ptr<Program> m_accumulation;        ///< likewise
+};
+
+} // namespace Veltrand::GL

@@ -1,0 +1,140 @@
+// SPDX-License-Identifier: BSD-3-Clause
+#include <Veltrand/GL/detail/LineVertices.h>
+
+#include <algorithm>
+#include <cmath>
+
+namespace Veltrand::GL {
+
+namespace {
+
+using Eigen::Vector3d;
+using Eigen::Vector3f;
+
+constexpr std::size_t copies = 4;
+
+template<class Vector>
+bool isApproximatelyEqual(const Vector& a, const Vector& b) {
+    constexpr double precision = 1e-12;
+    return (a - b).squaredNorm() <= precision * precision * std::min(a.squaredNorm(), b.squaredNorm());
+}
+
+bool isFinite(const Vector3d& point) {
+    return std::abs(point.x()) <= LineVertices::largest && std::abs(point.y()) <= LineVertices::largest &&
+           std::abs(point.z()) <= LineVertices::largest;
+}
+
+// Writes equal vertices from `index` on.
+template<class Vertex, class Value>
+void fill(std::vector<Vertex>& vertices, std::size_t index, const Value& value, std::size_t count = copies) {
+    const Vertex vertex = value.template cast<float>();
+    std::fill_n(vertices.begin() + static_cast<std::ptrdiff_t>(index), count, vertex);
+}
+
+} // namespace
+
+LineVertices::LineVertices(const Points& points, const Colors& colors, Primitive primitive) {
+    if (primitive == Primitive::Lines)
+        addPairs(points, colors);
+    else
+        addPolyline(points, colors, primitive == Primitive::LineLoop);
+}
+
+void LineVertices::addPairs(const Points& points, const Colors& colors) {
+    const std::size_t numPairs = points.size() / 2;
+    m_storage.resize(2 * copies * numPairs);
+    m_previousStorage.resize(m_storage.size());
+    m_nextStorage.resize(m_storage.size());
+    m_colors.resize(colors.empty() ? 0 : m_storage.size());
+
+    std::size_t vertex = 0;
+    for (std::size_t i = 0; i + 1 < points.size(); i += 2) {
+        const std::size_t finite = std::size_t{isFinite(points[i])} + std::size_t{isFinite(points[i + 1])};
+        m_numDropped += 2 - finite;
+        if (finite < 2)
+            continue;
+        fill(m_storage, vertex, points[i]);
+        fill(m_storage, vertex + copies, points[i + 1]);
+        fill(m_previousStorage, vertex, points[i], 2 * copies);
+        fill(m_nextStorage, vertex, points[i + 1], 2 * copies);
+        if (!colors.empty()) {
+            fill(m_colors, vertex, colors[i]);
+            fill(m_colors, vertex + copies, colors[i + 1]);
+        }
+        vertex += 2 * copies;
+    }
+    m_numSegments = vertex / (2 * copies);
+    m_points = Positions(m_storage).first(vertex);
+    m_previous = Positions(m_previousStorage).first(vertex);
+    m_next = Positions(m_nextStorage).first(vertex);
+    m_colors.resize(std::min(m_colors.size(), vertex));
+}
+
+void LineVertices::addPolyline(const Points& points, const Colors& colors, bool isLoop) {
+    // The points with one more at either end; a loop has its first point at its end too.
+    m_storage.resize(copies * (points.size() + 3));
+    m_colors.resize(colors.empty() ? 0 : copies * (points.size() + 1));
+    std::vector<std::size_t> gaps; // the vertices before which points are missing
+    std::size_t end = copies;
+    bool isInterrupted = false;
+    bool isSeamMissing = false;
+    for (std::size_t i = 0; i < points.size(); ++i) {
+        if (!isFinite(points[i])) {
+            ++m_numDropped;
+            isInterrupted = true;
+            continue;
+        }
+        if (i > 0 && isApproximatelyEqual(points[i], points[i - 1]) &&
+            (colors.empty() || isApproximatelyEqual(colors[i], colors[i - 1])))
+            continue;
+        if (isInterrupted && end > copies)
+            gaps.push_back(end - copies);
+        isSeamMissing |= isInterrupted && end == copies;
+        isInterrupted = false;
+        fill(m_storage, end, points[i]);
+        if (!colors.empty())
+            fill(m_colors, end - copies, colors[i]);
+        end += copies;
+    }
+
+    const std::size_t numPoints = end / copies - 1;
+    if (numPoints < 2)
+        return;
+    const Vector3f first = m_storage[copies];
+    const Vector3f last = m_storage[end - 1];
+    if (isLoop) {
+        std::fill_n(&m_storage[end], copies, first);
+        if (!colors.empty())
+            std::copy_n(m_colors.begin(), copies, &m_colors[end - copies]);
+        isSeamMissing |= isInterrupted;
+        if (isSeamMissing)
+            gaps.push_back(end - copies);
+        end += copies;
+    }
+    const std::size_t size = end - copies;
+    std::fill_n(m_storage.begin(), copies, isLoop ? last : first);
+    std::fill_n(&m_storage[end], copies, isLoop ? m_storage[2 * copies] : last);
+    m_previous = Positions(m_storage).subspan(0, size);
+    m_points = Positions(m_storage).subspan(copies, size);
+    m_next = Positions(m_storage).subspan(2 * copies, size);
+    m_colors.resize(std::min(m_colors.size(), size));
+    m_numSegments = size / copies - 1 - gaps.size();
+    if (!gaps.empty())
+        interrupt(gaps, isLoop && isSeamMissing);
+}
+
+void LineVertices::interrupt(const std::vector<std::size_t>& gaps, bool atSeam) {
+    m_previousStorage.assign(m_previous.begin(), m_previous.end());
+    m_nextStorage.assign(m_next.begin(), m_next.end());
+    const Vector3f none = Vector3f::Constant(missing);
+    if (atSeam)
+        fill(m_previousStorage, 0, none);
+    for (const std::size_t gap : gaps) {
+        fill(m_nextStorage, gap - copies, none);
+        fill(m_previousStorage, gap, none);
+    }
+    m_previous = m_previousStorage;
+    m_next = m_nextStorage;
+}
+
+} // namespace Veltrand::GL

@@ -1,0 +1,161 @@
+// SPDX-License-Identifier: BSD-3-Clause
+#include "support/GLFixture.h"
+#include "support/ScopedEntryPoint.h"
+
+#include <Veltrand/GL/Blending.h>
+#include <Veltrand/GL/Framebuffer.h>
+#include <Veltrand/GL/Functions.h>
+#include <Veltrand/GL/LineRenderer.h>
+#include <Veltrand/GL/OrderIndependentTransparency.h>
+#include <Veltrand/GL/StateGuard.h>
+#include <Veltrand/GL/Texture.h>
+#include <Veltrand/GL/VertexBuffer.h>
+#include <Veltrand/GL/ViewState.h>
+
+#include <algorithm>
+#include <cmath>
+#include <glad/gl.h>
+#include <gtest/gtest.h>
+#include <numbers>
+#include <optional>
+
+namespace Veltrand::GL {
+
+namespace {
+
+using Eigen::Vector2d;
+using Eigen::Vector3d;
+using Eigen::Vector4d;
+using Options = LineRenderer::Options;
+using Points = std::vector<Vector3d>;
+constexpr int edge = 64;
+
+// Positions are pixels of a small black square, unless a test says otherwise.
+class LineRendererGL : public Testing::GLFixture {
+protected:
+    void SetUp() override {
+        GLFixture::SetUp();
+        m_guard.emplace(StateGuard::SaveFlags::Framebuffer | StateGuard::SaveFlags::Viewport);
+        m_target.emplace(Texture::Target::Texture2D, Eigen::Vector3i(edge, edge, 1), InternalFormat::RGBA32F);
+        m_framebuffer.emplace();
+        m_framebuffer->bind();
+        m_framebuffer->attach(*m_target, 0);
+        m_framebuffer->setDrawBuffers();
+        m_view.viewport().set();
+    }
+    void TearDown() override {
+        m_guard.reset();
+        m_framebuffer.reset();
+        GLFixture::TearDown();
+    }
+
+    // How much of each pixel is covered; sums up where the line covers itself.
+    void draw(const Points& points, Primitive primitive, double width, unsigned short pattern = 0xFFFF,
+              double factor = 1) {
+        clearColorBuffer(Eigen::Vector4f::Zero());
+        Blending blending(Blending::Preset::Alpha);
+        blending.setFunction(Blending::Function::SrcAlpha, Blending::Function::One);
+        const Options options(Vector3d(1, 1, 1), width, Eigen::Matrix4d::Identity(), pattern, factor);
+        VertexBuffer buffer(Buffer::Usage::StaticDraw);
+        if (LineRenderer::makeVertexData(points, primitive, buffer))
+            LineRenderer::get()->render(buffer, primitive, options, m_view);
+        m_pixels = m_target->download<Eigen::Vector4f>();
+    }
+
+    [[nodiscard]] double at(int x, int y) const {
+        return double{m_pixels[static_cast<std::size_t>(y * edge + x)].x()};
+    }
+    // A digit per pixel of a row, from 0 to 9.
+    [[nodiscard]] std::string row(int y) const {
+        std::string digits;
+        for (int x = 0; x < edge; ++x)
+            digits += static_cast<char>('0' + std::lround(9 * at(x, y)));
+        return digits;
+    }
+    [[nodiscard]] double column(int x) const {
+        double sum = 0;
+        for (int y = 0; y < edge; ++y)
+            sum += at(x, y);
+        return sum;
+    }
+    [[nodiscard]] double largestDifference(const std::vector<Eigen::Vector4f>& other) const {
+        float largest = 0;
+        for (std::size_t i = 0; i < other.size(); ++i)
+            largest = std::max(largest, std::abs(other[i].x() - m_pixels[i].x()));
+        return double{largest};
+    }
+
+    ViewState m_view{{0, 0, edge, edge}, createOrtho2d(edge, edge), Eigen::Matrix4d::Identity()};
+    std::optional<Texture> m_target;
+    std::optional<Framebuffer> m_framebuffer;
+    std::optional<StateGuard> m_guard;
+    std::vector<Eigen::Vector4f> m_pixels;
+};
+
+double distanceToSegment(const Vector2d& p, const Vector2d& a, const Vector2d& b) {
+    const double t = std::clamp((p - a).dot(b - a) / (b - a).squaredNorm(), 0.0, 1.0);
+    return (a + t * (b - a) - p).norm();
+}
+
+} // namespace
+
+TEST_F(LineRendererGL, WidthIsInPixels) {
+    for (const double width : {0.5, 1.0, 1.3, 5.0, 12.0})
+        for (const double y : {32.0, 32.5, 32.7}) {
+            draw({{8, y, 0}, {56, y, 0}}, Primitive::Lines, width);
+            EXPECT_NEAR(column(30), width, 1e-4) << y;
+            EXPECT_NEAR(column(8), width, 1e-4);
+            EXPECT_EQ(column(7), 0);
+            draw({{8, 8, 0}, {56, y, 0}}, Primitive::LineStrip, width);
+            EXPECT_NEAR(column(30), width / std::cos(std::atan((y - 8) / 48)), 0.05) << y;
+        }
+}
+
+TEST_F(LineRendererGL, WidthDoesNotDependOnDepthAndAspect) {
+    m_view = ViewState({0, 0, edge, edge}, createPerspective(60, 3, 0.1, 100), Eigen::Matrix4d::Identity());
+    draw({{-3, 0, -2}, {60, 0, -50}}, Primitive::LineStrip, 6);
+    for (const int x : {20, 32, 50})
+        EXPECT_NEAR(column(x), 6, 1e-3);
+}
+
+TEST_F(LineRendererGL, EdgesAreHardWithoutBlending) {
+    clearColorBuffer(Eigen::Vector4f::Zero());
+    LineRenderer::get()->renderLines({{8, 32, 0}, {56, 32, 0}}, Options(Vector4d(1, 1, 1, 0.5), 5), m_view);
+    m_pixels = m_target->download<Eigen::Vector4f>();
+    EXPECT_EQ(column(30), 5);
+    EXPECT_EQ(m_pixels[32 * edge + 30].w(), 0.5F);
+}
+
+TEST_F(LineRendererGL, JoinsNeitherGapNorSpikeNorOverlap) {
+    constexpr double width = 7;
+    const Vector2d corner(32, 32);
+    for (int degrees = -175; degrees <= 175; degrees += 5)
+        for (const double start : {0.1, 1.0, 2.5}) {
+            const double turn = degrees * std::numbers::pi / 180;
+            const Vector2d a = corner - 28 * Vector2d(std::cos(start), std::sin(start));
+            const Vector2d b = corner + 28 * Vector2d(std::cos(start + turn), std::sin(start + turn));
+            draw({{a.x(), a.y(), 0}, {32, 32, 0}, {b.x(), b.y(), 0}}, Primitive::LineStrip, width);
+            const double reach = std::abs(degrees) > 150 ? width / 2 : width / 2 / std::cos(turn / 2);
+            int gaps = 0;
+            int spikes = 0;
+            int overlaps = 0;
+            for (int y = 8; y < edge - 8; ++y)
+                for (int x = 8; x < edge - 8; ++x) {
+                    const Vector2d pixel(x + 0.5, y + 0.5);
+                    const double toLine =
+                        std::min(distanceToSegment(pixel, a, corner), distanceToSegment(pixel, corner, b));
+                    const bool isAtEnd = (pixel - a).norm() < width || (pixel - b).norm() < width;
+                    const bool isOutside =
+                        (pixel - corner).dot(a - corner) < 0 && (pixel - corner).dot(b - corner) < 0;
+                    const double inside = isOutside ? width / 2 * std::cos(turn / 2) : width / 2;
+                    gaps += toLine < inside - 1 && !isAtEnd && at(x, y) < 0.99;
+                    spikes += toLine > reach + 1 && at(x, y) > 0;
+                    overlaps += at(x, y) > 1.01;
+                }
+            EXPECT_EQ(gaps + spikes + overlaps, 0)
+                << degrees << " from " << start << ": " << gaps << " gaps, " << spikes << " spikes, "
+                << overlaps << " overlaps";
+        }
+}
+
+} // namespace Veltrand::GL

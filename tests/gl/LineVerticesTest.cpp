@@ -1,0 +1,84 @@
+// SPDX-License-Identifier: BSD-3-Clause
+#include <Veltrand/GL/detail/LineVertices.h>
+
+#include <gtest/gtest.h>
+#include <string>
+
+namespace Veltrand::GL {
+
+namespace {
+
+// A point per letter, '!' for one that is not finite.
+std::vector<Eigen::Vector3d> parse(const std::string& letters) {
+    std::vector<Eigen::Vector3d> points;
+    for (const char letter : letters)
+        points.emplace_back(letter - 'a', letter == '!' ? 1e39 : 0, 1);
+    return points;
+}
+
+// The letters of an array of vertices, '-' for missing neighbours, '?' where the four of a point differ.
+std::string format(LineVertices::Positions positions) {
+    std::string letters;
+    for (std::size_t i = 0; i + 3 < positions.size(); i += 4) {
+        const Eigen::Vector3f& p = positions[i];
+        const bool equal = p == positions[i + 1] && p == positions[i + 2] && p == positions[i + 3];
+        letters += !equal                          ? '?'
+                   : p[0] == LineVertices::missing ? '-'
+                                                   : static_cast<char>('a' + static_cast<int>(p[0]));
+    }
+    return letters;
+}
+
+} // namespace
+
+TEST(LineVertices, PointsHaveTheirNeighbors) {
+    struct Case {
+        Primitive primitive;
+        std::string input, points, previous, next;
+        std::size_t dropped = 0;
+    };
+    constexpr auto strip = Primitive::LineStrip;
+    constexpr auto loop = Primitive::LineLoop;
+    constexpr auto lines = Primitive::Lines;
+    const Case cases[] = {
+        {strip, "abc", "abc", "aab", "bcc"},
+        {strip, "aab", "ab", "aa", "bb"},
+        {strip, "aba", "aba", "aab", "baa"},
+        {strip, "aaa", "", "", ""},
+        {strip, "", "", "", ""},
+        {strip, "!ab!cd!", "abcd", "aa-c", "b-dd", 3},
+        {strip, "a!b", "", "", "", 1},
+        {loop, "abc", "abca", "cabc", "bcab"},
+        {loop, "abc!", "abca", "-ab-", "bc-b", 1},
+        {loop, "!abc", "abca", "-ab-", "bc-b", 1},
+        {loop, "a!bc", "abca", "c-bc", "-cab", 1},
+        {loop, "aa", "", "", ""},
+        {lines, "abcd", "abcd", "aacc", "bbdd"},
+        {lines, "aab", "aa", "aa", "aa"},
+        {lines, "ab!d", "ab", "aa", "bb", 1},
+        {lines, "a", "", "", ""},
+    };
+    for (const Case& c : cases) {
+        const std::vector<Eigen::Vector3d> points = parse(c.input);
+        const LineVertices vertices(points, {}, c.primitive);
+        SCOPED_TRACE(c.input);
+        EXPECT_EQ(format(vertices.points()), c.points);
+        EXPECT_EQ(format(vertices.previous()), c.previous);
+        EXPECT_EQ(format(vertices.next()), c.next);
+        EXPECT_EQ(vertices.isEmpty(), c.points.empty());
+        EXPECT_EQ(vertices.numDropped(), c.dropped);
+    }
+}
+
+TEST(LineVertices, AChangeOfColorKeepsARepeatedPoint) {
+    const Eigen::Vector4d red(1, 0, 0, 1);
+    const Eigen::Vector4d blue(0, 0, 1, 1);
+    const LineVertices vertices(parse("abbb"), {red, red, blue, blue}, Primitive::LineLoop);
+    EXPECT_EQ(format(vertices.points()), "abba");
+    ASSERT_EQ(vertices.colors().size(), 16);
+    EXPECT_EQ(vertices.colors()[7], red.cast<float>());
+    EXPECT_EQ(vertices.colors()[8], blue.cast<float>());
+    EXPECT_EQ(vertices.colors()[15], red.cast<float>());
+}
+
+} // namespace Veltrand::GL

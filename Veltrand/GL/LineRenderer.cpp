@@ -130,6 +130,8 @@ void LineRenderer::render(const VertexBuffer& vertexBuffer, Primitive primitive,
         defines += "#define WITH_ACCUMULATION\n";
     else if (isStippled)
         defines += "#define WITH_STIPPLE\n";
+    if (!oit && glIsEnabledi(GL_BLEND, 0) == GL_FALSE)
+        defines += "#define HARD_EDGES\n";
     Program& program = *m_programs->getProgram(defines);
     program.enable();
     // The shaders use the product of the matrices; the single ones are for shaders that take their place.
@@ -142,7 +144,6 @@ void LineRenderer::render(const VertexBuffer& vertexBuffer, Primitive primitive,
     program.setArgument("u_stipplePattern", int{options.stipplePattern});
     program.setArgument("u_numLineSegments", primitive == Primitive::Lines ? 1 : numSegments(vertexBuffer));
     program.setArgument("u_isClosed", isClosed);
-    program.setArgument("u_softness", oit || glIsEnabledi(GL_BLEND, 0) == GL_TRUE ? 1.0F : 0.0F);
     const Eigen::Vector4f color = options.color.cast<float>();
     glVertexAttrib4f(3, color.x(), color.y(), color.z(), color.w());
     if (oit)

@@ -5,11 +5,12 @@
 #pragma include "VeltrandGL/WideLines.glh"
 #pragma conditional_include WITH_OIT "VeltrandGL/OrderIndependentTransparency.glh"
 
-uniform float u_lineWidth = 1.0;
-uniform float u_softness = 1.0;
-
 in vec4 v_color;
+
+#ifndef HARD_EDGES
+uniform float u_lineWidth = 1.0;
 noperspective in vec3 v_distance;
+#endif
 
 #if defined(WITH_STIPPLE) || defined(WITH_ACCUMULATION)
 #define STIPPLED
@@ -25,10 +26,10 @@ layout(location = 0) out vec4 out_color;
 #endif
 
 void main() {
-    // With a hard edge every fragment of the quad is covered.
-    float hardness = 1.0 - u_softness;
-    float ends = clamp(min(v_distance.y, v_distance.z) + hardness, 0.0, 1.0);
-    float coverage = ends * wideLines_coverage(v_distance.x, 0.5 * max(u_lineWidth, hardness));
+    float coverage = 1.0;
+#ifndef HARD_EDGES
+    coverage = wideLines_coverage(v_distance.x, 0.5 * u_lineWidth) * clamp(min(v_distance.y, v_distance.z), 0.0, 1.0);
+#endif
 #ifdef STIPPLED
     // Round an outer corner the line stays where it is in the pattern.
     float position = clamp(v_stipple.x, v_stipple.y, v_stipple.z);

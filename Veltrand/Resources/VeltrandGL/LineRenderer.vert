@@ -19,14 +19,19 @@ uniform mat4 u_modelViewProjectionMatrix = mat4(1.0);
 uniform vec2 u_viewportSize = vec2(1.0);
 uniform vec2 u_viewportOffset = vec2(0.0);
 uniform float u_lineWidth = 1.0;  // pixels
-uniform float u_softness = 1.0;   // width of the smooth edge in pixels, 1 or 0
 uniform int u_numLineSegments = 1; // of each strip
 uniform bool u_isClosed = false;
 
 out vec4 v_color;
+
+#ifdef HARD_EDGES
+const float softness = 0.0; // width of the smooth edge in pixels
+#else
+const float softness = 1.0;
 // Pixels, all linear on the screen: from the axis of the segment, positive on the left; from where the smooth edge
 // of its start begins, at least 1 where the line goes on; the same for its end.
 noperspective out vec3 v_distance;
+#endif
 
 #if defined(WITH_STIPPLE) || defined(WITH_ACCUMULATION)
 #define STIPPLED
@@ -78,21 +83,23 @@ void main() {
     vec2 ownDirection = ownLength > 0.0 ? own * (flip / ownLength) : other * (flip / otherLength);
     vec2 otherDirection = otherLength > 0.0 ? other * (flip / otherLength) : ownDirection;
 
-    float halfWidth = 0.5 * max(u_lineWidth, 1.0 - u_softness);
+    float halfWidth = 0.5 * max(u_lineWidth, 1.0 - softness);
     vec2 offset = wideLines_corner(isStart ? otherDirection : ownDirection, isStart ? ownDirection : otherDirection,
-                                   min(ownLength, otherLength), isStart, side, halfWidth + 0.5 * u_softness);
+                                   min(ownLength, otherLength), isStart, side, halfWidth + 0.5 * softness);
     // A repeated point within a line is no end of it.
     bool isOutermost = u_numLineSegments == 1 || pointIndex == (isStart ? 0 : u_numLineSegments);
     bool isCap = isEnd && ((isOutermost && !u_isClosed) || previousMissing || nextMissing);
     if (isCap)
-        offset -= flip * 0.5 * u_softness * ownDirection;
+        offset -= flip * 0.5 * softness * ownDirection;
 
     gl_Position = wideLines_shift(clipped, offset, u_viewportSize);
     v_color = a_color;
     float inwards = flip * dot(offset, ownDirection);
+#ifndef HARD_EDGES
     float here = isCap ? 0.0 : 2.0;
-    float there = max(ownLength - inwards, 1.0) + 0.5 * u_softness;
+    float there = max(ownLength - inwards, 1.0) + 0.5;
     v_distance = vec3(wideLines_across(offset, ownDirection), isStart ? vec2(here, there) : vec2(there, here));
+#endif
 
 #ifdef STIPPLED
     float bitsPerPixel = 1.0 / max(u_stippleFactor, 1e-3);

@@ -112,13 +112,15 @@ void LineVertices::addPolyline(const Points& points, const Colors& colors, bool 
         end += copies;
     }
     const std::size_t size = end - copies;
+    m_numSegments = size / copies - 1 - gaps.size();
+    if (m_numSegments == 0)
+        return;
     std::fill_n(m_storage.begin(), copies, isLoop ? last : first);
     std::fill_n(&m_storage[end], copies, isLoop ? m_storage[2 * copies] : last);
     m_previous = Positions(m_storage).subspan(0, size);
     m_points = Positions(m_storage).subspan(copies, size);
     m_next = Positions(m_storage).subspan(2 * copies, size);
     m_colors.resize(std::min(m_colors.size(), size));
-    m_numSegments = size / copies - 1 - gaps.size();
     if (!gaps.empty())
         interrupt(gaps, isLoop && isSeamMissing);
 }

@@ -10,6 +10,7 @@ in vec4 v_color;
 #ifndef HARD_EDGES
 uniform float u_lineWidth = 1.0;
 noperspective in vec3 v_distance;
+flat in float v_scale;
 #endif
 
 #if defined(WITH_STIPPLE) || defined(WITH_ACCUMULATION)
@@ -28,7 +29,8 @@ layout(location = 0) out vec4 out_color;
 void main() {
     float coverage = 1.0;
 #ifndef HARD_EDGES
-    coverage = wideLines_coverage(v_distance.x, 0.5 * u_lineWidth) * clamp(min(v_distance.y, v_distance.z), 0.0, 1.0);
+    coverage = wideLines_coverage(v_distance.x, 0.5 * u_lineWidth, v_scale);
+    coverage *= clamp(min(v_distance.y, v_distance.z), 0.0, 1.0);
 #endif
 #ifdef STIPPLED
     // Round an outer corner the line stays where it is in the pattern.

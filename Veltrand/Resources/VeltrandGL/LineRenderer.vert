@@ -31,6 +31,7 @@ const float softness = 1.0;
 // Pixels, all linear on the screen: from the axis of the segment, positive on the left; from where the smooth edge
 // of its start begins, at least 1 where the line goes on; the same for its end.
 noperspective out vec3 v_distance;
+flat out float v_scale; // of the first of them; the last vertex of a triangle tells joins and segments apart
 #endif
 
 #if defined(WITH_STIPPLE) || defined(WITH_ACCUMULATION)
@@ -84,8 +85,11 @@ void main() {
     vec2 otherDirection = otherLength > 0.0 ? other * (flip / otherLength) : ownDirection;
 
     float halfWidth = 0.5 * max(u_lineWidth, 1.0 - softness);
-    vec2 offset = wideLines_corner(isStart ? otherDirection : ownDirection, isStart ? ownDirection : otherDirection,
-                                   min(ownLength, otherLength), isStart, side, halfWidth + 0.5 * softness);
+    float halfQuad = halfWidth + 0.5 * softness;
+    float shorter = min(ownLength, otherLength);
+    vec2 incoming = isStart ? otherDirection : ownDirection;
+    vec2 outgoing = isStart ? ownDirection : otherDirection;
+    vec2 offset = wideLines_corner(incoming, outgoing, shorter, isStart, side, halfQuad);
     // A repeated point within a line is no end of it.
     bool isOutermost = u_numLineSegments == 1 || pointIndex == (isStart ? 0 : u_numLineSegments);
     bool isCap = isEnd && ((isOutermost && !u_isClosed) || previousMissing || nextMissing);
@@ -96,6 +100,7 @@ void main() {
     v_color = a_color;
     float inwards = flip * dot(offset, ownDirection);
 #ifndef HARD_EDGES
+    v_scale = isStart ? wideLines_bevelScale(incoming, outgoing, shorter, halfQuad) : 1.0;
     float here = isCap ? 0.0 : 2.0;
     float there = max(ownLength - inwards, 1.0) + 0.5;
     v_distance = vec3(wideLines_across(offset, ownDirection), isStart ? vec2(here, there) : vec2(there, here));

@@ -38,20 +38,17 @@ TYPED_TEST_SUITE(AnySignal, Kinds, );
 
 TYPED_TEST(AnySignal, CallsInOrderOfConnection) {
     typename TestFixture::Signal signal;
-    signal("0");
     signal.connect(this->note("a"));
     const SignalConnection b = signal.connect(this->note("b"));
     signal.connect(this->note("c"));
-    signal("1");
+    const SignalConnection bad = signal.connect([](const std::string&) { throw std::runtime_error("slot"); });
+    EXPECT_THROW(signal("1"), std::runtime_error);
+    EXPECT_TRUE(signal.disconnect(bad));
     EXPECT_EQ(this->take(), (Calls{"a1", "b1", "c1"}));
     EXPECT_TRUE(signal.disconnect(b));
     EXPECT_FALSE(signal.disconnect(b));
-    typename TestFixture::Signal other;
-    const SignalConnection foreign = other.connect(this->note("d"));
-    EXPECT_FALSE(signal.disconnect(foreign));
     signal("2");
     EXPECT_EQ(this->take(), (Calls{"a2", "c2"}));
-    EXPECT_EQ(signal.connectionCount(), 2u);
     EXPECT_THROW(signal.connect({}), std::invalid_argument);
 }
 
@@ -71,7 +68,6 @@ TYPED_TEST(AnySignal, LetsSlotsConnectDisconnectAndEmit) {
     signal.connect(this->note("last"));
     signal("1");
     EXPECT_EQ(this->take(), (Calls{"self1", "lastnested", "newnested", "last1"}));
-    EXPECT_EQ(signal.connectionCount(), 2u);
 }
 
 TYPED_TEST(AnySignal, LetsASlotDestroyTheSignal) {
@@ -80,21 +76,10 @@ TYPED_TEST(AnySignal, LetsASlotDestroyTheSignal) {
     const auto token = std::make_shared<int>(0);
     signal->connect(receiver, [&signal, token](const std::string&) { signal.reset(); });
     signal->connect(receiver, this->note("never"));
-    EXPECT_EQ(token.use_count(), 2);
     (*signal)("1");
     EXPECT_EQ(this->take(), Calls{});
     EXPECT_EQ(receiver.connectionCount(), 0u);
     EXPECT_EQ(token.use_count(), 1) << "the slots are destroyed with their signal";
-}
-
-TYPED_TEST(AnySignal, PassesExceptionsOnAndStaysUsable) {
-    typename TestFixture::Signal signal;
-    const SignalConnection bad = signal.connect([](const std::string&) { throw std::runtime_error("slot"); });
-    signal.connect(this->note("a"));
-    EXPECT_THROW(signal("1"), std::runtime_error);
-    EXPECT_TRUE(signal.disconnect(bad));
-    signal("2");
-    EXPECT_EQ(this->take(), Calls{"a2"});
 }
 
 TYPED_TEST(AnySignal, BlocksNest) {
@@ -104,13 +89,10 @@ TYPED_TEST(AnySignal, BlocksNest) {
         const SignalBlocker outer(*signal);
         SignalBlocker inner(*signal);
         const SignalBlocker moved(std::move(inner));
-        (*signal)("1");
         signal->unblock();
-        EXPECT_TRUE(signal->isBlocked());
+        (*signal)("1");
         signal->block();
     }
-    signal->unblock();
-    EXPECT_FALSE(signal->isBlocked());
     (*signal)("2");
     EXPECT_EQ(this->take(), Calls{"a2"});
     const SignalBlocker surviving(*signal);
@@ -121,48 +103,34 @@ TYPED_TEST(AnySignal, EndsWithTheReceiver) {
     typename TestFixture::Signal first;
     auto second = std::make_unique<typename TestFixture::Signal>();
     first.connect(this->note("free"));
-    {
-        const SignalReceiver receiver;
-        first.connect(receiver, this->note("a"));
-        const SignalConnection gone = first.connect(receiver, this->note("b"));
-        second->connect(receiver, this->note("c"));
-        EXPECT_EQ(receiver.connectionCount(), 3u);
-        first.disconnect(gone);
-        second.reset();
-        EXPECT_EQ(receiver.connectionCount(), 1u);
-        first("1");
-    }
-    first("2");
-    EXPECT_EQ(this->take(), (Calls{"free1", "a1", "free2"}));
     auto receiver = std::make_unique<SignalReceiver>();
+    const SignalConnection gone = first.connect(*receiver, this->note("b"));
+    second->connect(*receiver, this->note("c"));
+    first.disconnect(gone);
+    second.reset();
+    EXPECT_EQ(receiver->connectionCount(), 0u);
     first.connect(*receiver, [&](const std::string&) { receiver.reset(); });
     first.connect(*receiver, this->note("never"));
-    first("3");
-    EXPECT_EQ(this->take(), Calls{"free3"});
-    EXPECT_EQ(first.connectionCount(), 1u);
+    first("1");
+    first("2");
+    EXPECT_EQ(this->take(), (Calls{"free1", "free2"}));
 }
 
 TYPED_TEST(AnySignal, IsThinnedOutByADebouncer) {
     auto signal = std::make_unique<typename TestFixture::Signal>();
     SignalDebouncer debouncer(*signal);
     debouncer.debounced().connect(this->note(""));
-    (*signal)("a");
-    EXPECT_EQ(this->take(), Calls{"a"});
+    (*signal)("now");
     {
         auto outer = debouncer.hold();
         for (const char* text : {"a", "b", "a", "b"})
             (*signal)(text);
-        {
-            const auto inner = debouncer.hold();
-            (*signal)("c");
-        }
-        EXPECT_EQ(this->take(), Calls{});
+        static_cast<void>(debouncer.hold());
+        EXPECT_EQ(this->take(), Calls{"now"});
         const auto moved = std::move(outer);
         signal.reset();
     }
-    EXPECT_EQ(this->take(), (Calls{"a", "b", "c"}));
-    debouncer.hold().close();
-    EXPECT_EQ(this->take(), Calls{});
+    EXPECT_EQ(this->take(), (Calls{"a", "b"}));
 }
 
 TEST(SignalDebouncer, LogsWhatASlotThrowsAtTheEndOfAScope) {
@@ -220,7 +188,7 @@ TEST(ThreadSafeSignal, ConnectsAndDisconnectsWhileThreadsEmit) {
     threads.reserve(4);
     for (int thread = 0; thread < 3; ++thread)
         threads.emplace_back([&] {
-            for (int i = 0; i < 500; ++i)
+            for (int i = 0; i < 200; ++i)
                 signal(1);
             --running;
         });
@@ -239,7 +207,7 @@ TEST(ThreadSafeSignal, ConnectsAndDisconnectsWhileThreadsEmit) {
     }
     for (std::thread& thread : threads)
         thread.join();
-    EXPECT_EQ(lasting, 1500);
+    EXPECT_EQ(lasting, 600);
     EXPECT_EQ(signal.connectionCount(), 1u);
 }
 

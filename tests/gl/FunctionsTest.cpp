@@ -9,7 +9,6 @@
 #include <glad/gl.h>
 #include <gtest/gtest.h>
 #include <map>
-#include <numbers>
 #include <stdexcept>
 
 namespace Veltrand::GL {
@@ -38,16 +37,13 @@ protected:
 } // namespace
 
 TEST_F(FakeDriver, VersionTextsOfAllForms) {
-    struct Case {
+    const struct {
         const char* text;
-        int major;
-        int minor;
-    };
-    const Case cases[] = {
+        int major, minor;
+    } cases[] = {
         {"4.6.0 NVIDIA 535.54", 4, 6},
         {"4.5 (Core Profile) Mesa 22.3.6", 4, 5},
         {"OpenGL ES 3.2 Mesa 22.3.6", 3, 2},
-        {"OpenGL Version 4.1", 4, 1},
         {"3", 3, -1},
         {"10.12.7", 10, 12},
     };
@@ -56,40 +52,31 @@ TEST_F(FakeDriver, VersionTextsOfAllForms) {
         const Utils::Version version = versionInfo();
         EXPECT_EQ(version.major, major) << text;
         EXPECT_EQ(version.minor, minor) << text;
-        EXPECT_EQ(version.patch, 0) << text;
     }
-    g_strings[GL_VERSION] = "banana";
-    EXPECT_THROW(static_cast<void>(versionInfo()), std::invalid_argument);
-}
-
-TEST_F(FakeDriver, UnreadableVersionsAreLogged) {
+    g_strings.clear();
     EXPECT_EQ(versionInfo().major, -1);
     EXPECT_TRUE(m_log.takeLine(
         {Log::Error, "GL", "OpenGL returned an empty GL_VERSION string, missing GL context?"}));
     g_strings[GL_VERSION] = "  ";
     EXPECT_EQ(versionInfo().minor, -1);
     EXPECT_TRUE(m_log.takeLine({Log::Error, "GL", "Unable to read OpenGl version"}));
+    g_strings[GL_VERSION] = "banana";
+    EXPECT_THROW(static_cast<void>(versionInfo()), std::invalid_argument);
 }
 
 TEST_F(FakeDriver, VendorsAreRecognisedInOrder) {
-    struct Case {
-        const char* vendor;
-        const char* renderer;
-        const char* version;
+    const struct {
+        const char *vendor, *renderer, *version;
         GpuVendor expected;
-    };
-    const Case cases[] = {
+    } cases[] = {
         {"NVIDIA Corporation", "Radeon", "4.6.0", GpuVendor::Nvidia},
         {"X.Org", "AMD Radeon RX", "4.6 Mesa", GpuVendor::Amd},
-        {"ATI Technologies", "FirePro", "4.5", GpuVendor::Amd},
         {"Intel Open Source", "Mesa DRI", "4.6 Mesa", GpuVendor::Intel},
         {"Mesa/X.org", "llvmpipe", "4.5 Mesa 22", GpuVendor::Mesa},
         {"X.org", "llvmpipe", "4.5", GpuVendor::Unknown},
         {"Microsoft Corporation", "D3D12", "4.2", GpuVendor::Microsoft},
-        {"Apple", "M1", "4.1", GpuVendor::Apple},
-        {"nvidia", "", "", GpuVendor::Unknown},
     };
-    for (const Case& c : cases) {
+    for (const auto& c : cases) {
         g_strings = {{GL_VENDOR, c.vendor}, {GL_RENDERER, c.renderer}, {GL_VERSION, c.version}};
         const PlatformInfo info = platformInfo();
         EXPECT_EQ(info.vendor, c.expected) << c.vendor;
@@ -98,24 +85,16 @@ TEST_F(FakeDriver, VendorsAreRecognisedInOrder) {
     }
 }
 
-TEST(Projection, OrthoMapsTheBoxToClipSpace) {
-    const Eigen::Matrix4d m = createOrtho2d(800, 600);
-    EXPECT_TRUE((m * Eigen::Vector4d(0, 0, 0, 1)).isApprox(Eigen::Vector4d(-1, -1, 0, 1)));
-    EXPECT_TRUE((m * Eigen::Vector4d(800, 600, 0, 1)).isApprox(Eigen::Vector4d(1, 1, 0, 1)));
+TEST(Projection, MapsTheBoxAndTheFrustumToClipSpace) {
+    using Eigen::Vector4d;
     const Eigen::Matrix4d box = createOrtho(-3, 5, 2, 4, 1, 9);
-    EXPECT_TRUE((box * Eigen::Vector4d(-3, 4, -1, 1)).isApprox(Eigen::Vector4d(-1, 1, -1, 1)));
-    EXPECT_TRUE((box * Eigen::Vector4d(5, 2, -9, 1)).isApprox(Eigen::Vector4d(1, -1, 1, 1)));
-}
-
-TEST(Projection, PerspectiveMapsTheFrustumToClipSpace) {
-    const Eigen::Matrix4d m = createPerspective(std::numbers::pi / 2, 1, 1, 3);
-    EXPECT_NEAR(m(2, 2), -2, 1e-15);
-    EXPECT_NEAR(m(2, 3), -3, 1e-15);
-    const auto onNear = (createPerspective(1.0, 2.0, 0.5, 8) * Eigen::Vector4d(0, 0, -0.5, 1)).eval();
-    EXPECT_NEAR(onNear.z() / onNear.w(), -1, 1e-12);
+    EXPECT_TRUE((box * Vector4d(-3, 4, -1, 1)).isApprox(Vector4d(-1, 1, -1, 1)));
+    EXPECT_TRUE((box * Vector4d(5, 2, -9, 1)).isApprox(Vector4d(1, -1, 1, 1)));
+    EXPECT_TRUE((createOrtho2d(800, 600) * Vector4d(800, 0, 0, 1)).isApprox(Vector4d(1, -1, 0, 1)));
+    const Eigen::Matrix4d frustum = createPerspective(1.0, 2.0, 0.5, 8);
     const double top = 8 * std::tan(0.5);
-    const auto corner = (createPerspective(1.0, 2.0, 0.5, 8) * Eigen::Vector4d(2 * top, top, -8, 1)).eval();
-    EXPECT_TRUE((corner / corner.w()).isApprox(Eigen::Vector4d(1, 1, 1, 1)));
+    EXPECT_TRUE((frustum * Vector4d(0, 0, -0.5, 1)).isApprox(Vector4d(0, 0, -0.5, 0.5)));
+    EXPECT_TRUE((frustum * Vector4d(2 * top, top, -8, 1)).isApprox(8 * Vector4d::Ones()));
 }
 
 TEST(ContextGLX, ExtensionsAreWholeWords) {
@@ -123,14 +102,11 @@ TEST(ContextGLX, ExtensionsAreWholeWords) {
     const std::pair<const char*, bool> cases[] = {
         {"GLX_ARB_create_context_profile", false},
         {"GLX_ARB_create_context_profile GLX_ARB_create_context", true},
-        {"GLX_A GLX_ARB_create_context GLX_B", true},
-        {"GLX_ARB_create_context", true},
         {"XGLX_ARB_create_context", false},
         {"", false},
     };
     for (const auto& [list, supported] : cases)
         EXPECT_EQ(ContextGLX::isExtensionSupported(list, name), supported) << list;
-    EXPECT_FALSE(ContextGLX::isExtensionSupported("a b", "a b"));
     EXPECT_FALSE(ContextGLX::isExtensionSupported("a b", ""));
 }
 

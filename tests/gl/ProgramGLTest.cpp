@@ -1,18 +1,10 @@
 // SPDX-License-Identifier: BSD-3-Clause
-#include "support/CallCounter.h"
-#include "support/GLFixture.h"
-#include "support/MapRepository.h"
-#include "support/ScopedEntryPoint.h"
+#include "support/GLTest.h"
 
-#include <Veltrand/GL/Functions.h>
 #include <Veltrand/GL/Program.h>
 #include <Veltrand/GL/ProgramDecorator.h>
 
-#include <algorithm>
 #include <cstring>
-#include <glad/gl.h>
-#include <gtest/gtest.h>
-#include <stdexcept>
 
 namespace Veltrand::GL {
 
@@ -28,9 +20,7 @@ class ProgramGL : public Testing::GLFixture {
 protected:
     ProgramGL()
         : m_files("T", {{"a.vert", "#version 330\nin vec4 p;\nvoid main() { gl_Position = p; }\n"},
-                        {"a.frag", "#version 330\n"
-                                   "#pragma include \"T/color.glh\"\n"
-                                   "out vec4 c;\n"
+                        {"a.frag", "#version 330\n#pragma include \"T/color.glh\"\nout vec4 c;\n"
                                    "void main() { c = color(); }\n"},
                         {"color.glh", "vec4 color() {\n    return vec4(VALUE);\n}\n"}}) {}
 
@@ -50,26 +40,18 @@ protected:
     Testing::MapRepository m_files;
 };
 
-std::vector<GLuint> shadersOf(const Program& program) {
-    std::vector<GLuint> shaders(8);
-    GLsizei count = 0;
-    glGetAttachedShaders(program.id(), 8, &count, shaders.data());
-    shaders.resize(static_cast<std::size_t>(count));
-    return shaders;
-}
-
 // The text that the driver was given for a stage.
 std::string sourceOf(const Program& program, Stage stage) {
-    for (const GLuint shader : shadersOf(program)) {
+    GLuint shaders[8];
+    GLsizei count = 0;
+    glGetAttachedShaders(program.id(), 8, &count, shaders);
+    for (GLsizei i = 0; i < count; ++i) {
         GLint type = 0;
-        glGetShaderiv(shader, GL_SHADER_TYPE, &type);
-        if (static_cast<GLenum>(type) != static_cast<GLenum>(stage))
-            continue;
-        GLint length = 0;
-        glGetShaderiv(shader, GL_SHADER_SOURCE_LENGTH, &length);
-        std::string text(static_cast<std::size_t>(length), '\0');
-        glGetShaderSource(shader, length, nullptr, text.data());
-        return text.c_str();
+        glGetShaderiv(shaders[i], GL_SHADER_TYPE, &type);
+        std::string text(4096, '\0');
+        glGetShaderSource(shaders[i], 4096, nullptr, text.data());
+        if (static_cast<GLenum>(type) == static_cast<GLenum>(stage))
+            return text.c_str();
     }
     return {};
 }
@@ -106,61 +88,22 @@ TEST_F(ProgramGL, CompilesWhenAskedTo) {
     EXPECT_TRUE(program->compile(Compilation::Immediate));
     EXPECT_TRUE(program->isCompiled());
     EXPECT_EQ(takeLog(), std::vector<LogLine>{initialized});
-    EXPECT_TRUE(glIsProgram(program->id()));
-    EXPECT_EQ(sourceOf(*program, Stage::Fragment), "#version 330\n"
-                                                   "#define VELTRAND_FRAGMENT_SHADER\n"
-                                                   "#define VALUE 1.0\n"
-                                                   "// START: File \"T/a.frag\"\n"
-                                                   "\n"
-                                                   "// START: #pragma include \"T/color.glh\"\n"
-                                                   "vec4 color() {\n"
-                                                   "    return vec4(VALUE);\n"
-                                                   "}\n"
-                                                   "\n"
-                                                   "// END: #pragma include \"T/color.glh\"\n"
-                                                   "out vec4 c;\n"
-                                                   "void main() { c = color(); }\n"
-                                                   "\n");
 }
 
 TEST_F(ProgramGL, RecompilesOnlyWhatChanged) {
     const auto program = make(Compilation::ImmediateThrow);
-    CallCounter<glad_glCompileShader> compiled;
     CallCounter<glad_glLinkProgram> linked;
-    const auto expectCompilations = [&](int count) {
-        EXPECT_EQ(compiled.take(), 2 * count);
-        EXPECT_EQ(linked.take(), count);
-    };
     EXPECT_TRUE(program->compile(Compilation::Immediate));
     EXPECT_TRUE(program->setDefines("#define VALUE 1.0\n", Compilation::Immediate));
-    EXPECT_TRUE(program->setDefines("#define VALUE 1.0\n", Compilation::Deferred));
-    expectCompilations(0);
-    EXPECT_TRUE(program->isCompiled());
-
     EXPECT_TRUE(program->setDefines("#define VALUE 2.0\n", Compilation::Deferred));
-    EXPECT_EQ(program->defines(), "#define VALUE 2.0\n");
     EXPECT_FALSE(program->isCompiled());
-    expectCompilations(0);
+    EXPECT_EQ(linked.take(), 0);
     EXPECT_TRUE(program->setDefines("#define VALUE 2.0\n", Compilation::Immediate));
-    expectCompilations(1);
-
-    EXPECT_TRUE(program->setExpandDefines(true, Compilation::Immediate));
-    EXPECT_TRUE(program->expandsDefines());
+    EXPECT_EQ(linked.take(), 1);
     EXPECT_TRUE(program->addRequiredExtension("GL_ARB_shading_language_420pack", Compilation::Immediate));
-    expectCompilations(2);
+    EXPECT_EQ(linked.take(), 1);
     EXPECT_TRUE(sourceOf(*program, Stage::Vertex)
                     .starts_with("#version 330\n#extension GL_ARB_shading_language_420pack : require\n"));
-    (void)takeLog();
-}
-
-TEST_F(ProgramGL, OverriddenSourcesAreTakenAsTheyAre) {
-    const auto program = make(Compilation::Deferred);
-    const std::string source = "#version 330\nout vec4 c;\n#pragma include \"T/none\"\nvoid main() { c = "
-                               "vec4(0); }\n";
-    EXPECT_TRUE(program->overrideShaderSource(Stage::Fragment, source, Compilation::Immediate));
-    EXPECT_EQ(sourceOf(*program, Stage::Fragment), source);
-    EXPECT_TRUE(program->overrideShaderSource(Stage::Fragment, "", Compilation::Immediate));
-    EXPECT_NE(sourceOf(*program, Stage::Fragment).find("vec4 color()"), std::string::npos);
     (void)takeLog();
 }
 
@@ -192,17 +135,6 @@ TEST_F(ProgramGL, FailuresSayWhereTheyAre) {
     EXPECT_EQ(takeLog().back(), initialized);
 }
 
-TEST_F(ProgramGL, ALinkThatFailsIsReportedWithTheDriversText) {
-    m_files.set("a.frag", "#version 330\nvec4 other();\nout vec4 c;\nvoid main() { c = other(); }\n");
-    EXPECT_THROW((void)make(Compilation::ImmediateThrow), std::runtime_error);
-    const auto lines = takeLog();
-    ASSERT_EQ(lines.size(), 2u);
-    EXPECT_EQ(lines[0], line(4, "Error linking GLSL program! (T/a.vert, T/a.frag)"));
-    EXPECT_EQ(lines[1].level, 2);
-    EXPECT_TRUE(lines[1].text.starts_with("Program Info Log: ")) << lines[1];
-    EXPECT_NE(lines[1].text.find("other"), std::string::npos) << lines[1];
-}
-
 // What other drivers say, handed to the program in place of this one's log.
 TEST_F(ProgramGL, RewritesCompilerLogsAndDropsChatter) {
     static std::string driverLog;
@@ -218,11 +150,8 @@ TEST_F(ProgramGL, RewritesCompilerLogsAndDropsChatter) {
         std::vector<std::string> lines; // of the fragment stage, the second one
     } cases[] = {
         {"", {}},
-        {"No errors.", {}},
         {"No errors.\n", {}},
-        {"Vertex shader was successfully compiled to run on hardware.\n", {}},
         {"Fragment shader was successfully compiled to run on hardware.\n", {}},
-        {"No errors. ", {"No errors. \n"}},
         {"0(8) : warning C7050: x\n", {"[T/color.glh:2] warning C7050: x\n> return vec4(VALUE);\n"}},
         {"0:8(1): warning: a\nnote\n0:3(1): warning: b\n0:14(2): warning: c\n",
          {"0:8(1): warning: a\nnote\n0:3(1): warning: b\n0:14(2): warning: c\n",
@@ -241,67 +170,48 @@ TEST_F(ProgramGL, RewritesCompilerLogsAndDropsChatter) {
     }
 }
 
-TEST_F(ProgramGL, AMissingStageLeavesTheProgramUsable) {
-    const auto program = make(Compilation::ImmediateThrow);
-    m_files.remove("a.frag");
-    EXPECT_FALSE(program->setExpandDefines(true, Compilation::Immediate));
-    EXPECT_THROW(program->compile(Compilation::ImmediateThrow), std::runtime_error);
-    EXPECT_FALSE(program->isCompiled());
-    EXPECT_EQ(shadersOf(*program).size(), 1u);
-    EXPECT_EQ(takeLog(), (std::vector<LogLine>{
-                             initialized,
-                             line(1, "Could not query shader source for 'T/a.frag'"),
-                             line(4, "OpenGL shader T/a.frag not found!"),
-                             line(4, "Missing shader"),
-                             line(1, "Could not query shader source for 'T/a.frag'"),
-                             line(4, "OpenGL shader T/a.frag not found!"),
-                         }));
-    m_files.set("a.frag", "#version 330\nout vec4 c;\nvoid main() { c = vec4(1); }\n");
-    EXPECT_TRUE(program->compile(Compilation::Immediate));
-    EXPECT_EQ(shadersOf(*program).size(), 2u);
-    (void)takeLog();
-}
-
 TEST_F(ProgramGL, ATextThatTheMatcherRefusesFailsLikeAnyOther) {
     m_files.set("color.glh", "#version 330" + std::string(100000, '\n') + "int x;\n");
     const auto program = make(Compilation::Immediate);
     EXPECT_FALSE(program->isCompiled());
-    const auto lines = takeLog();
-    ASSERT_EQ(lines.size(), 2u);
-    EXPECT_EQ(lines[0].level, 4);
-    EXPECT_EQ(lines[1], line(3, "Requested shader compilation during GL::Program construction failed."));
+    EXPECT_EQ(takeLog().back(),
+              line(3, "Requested shader compilation during GL::Program construction failed."));
     EXPECT_THROW(program->compile(Compilation::ImmediateThrow), std::runtime_error);
 }
 
 TEST_F(ProgramGL, ConstructorsThatThrowGiveEveryNameBack) {
     NameCounter names;
-    const auto expectThrow = [](const char* message) {
-        try {
-            (void)make(Compilation::ImmediateThrow, "#define VALUE missing\n");
-            ADD_FAILURE() << "did not throw: " << message;
-        } catch (const std::runtime_error& error) {
-            EXPECT_STREQ(error.what(), message);
-        }
+    const auto failure = [] {
+        return Testing::thrown([] { (void)make(Compilation::ImmediateThrow, "#define VALUE missing\n"); });
     };
-    expectThrow("Error creating shader program");
+    EXPECT_EQ(failure(), "Error creating shader program");
     names.expectBalance(1, 2);
-    m_files.remove("a.vert");
-    expectThrow("Missing shader");
-    names.expectBalance(1, 2);
-    {
-        const ScopedEntryPoint noProgram(glad_glCreateProgram, []() -> GLuint { return 0; });
-        expectThrow("Could not create OpenGL Program object.");
-    }
-    names.expectBalance(0, 0);
     {
         static PFNGLCREATESHADERPROC create = glad_glCreateShader;
         const ScopedEntryPoint noFragment(glad_glCreateShader, [](GLenum stage) {
             return stage == GL_FRAGMENT_SHADER ? 0 : create(stage);
         });
-        expectThrow("Could not create OpenGL Shader object.");
+        EXPECT_EQ(failure(), "Could not create OpenGL Shader object.");
+        EXPECT_EQ(names.deletedPrograms.take(), 1);
+        EXPECT_GE(names.deletedShaders.take(), 1);
     }
-    EXPECT_EQ(names.deletedPrograms.take(), 1);
-    EXPECT_EQ(names.shaders.take(), 1);
+    const auto program = make(Compilation::Deferred);
+    {
+        const ScopedEntryPoint noProgram(glad_glCreateProgram, []() -> GLuint { return 0; });
+        EXPECT_EQ(failure(), "Could not create OpenGL Program object.");
+        EXPECT_FALSE(program->clone({}, Compilation::Deferred));
+        EXPECT_EQ(takeLog().back(),
+                  line(4, "Could not clone shader: Could not create OpenGL Program object."));
+    }
+    m_files.remove("a.frag");
+    EXPECT_EQ(failure(), "Missing shader");
+    EXPECT_FALSE(program->clone({}, Compilation::Immediate));
+    EXPECT_FALSE(program->compile(Compilation::Immediate));
+    EXPECT_EQ(takeLog().back(), line(4, "Missing shader"));
+    // The program stays usable.
+    EXPECT_TRUE(program->overrideShaderSource(Stage::Fragment,
+                                              "#version 330\nout vec4 c;\nvoid main() { c = vec4(1); }\n",
+                                              Compilation::Immediate));
     (void)takeLog();
 }
 
@@ -316,58 +226,26 @@ TEST_F(ProgramGL, ClonesTakeWhatTheyAreAskedTo) {
     const auto full = program->clone({}, Compilation::Immediate);
     ASSERT_TRUE(full);
     EXPECT_TRUE(full->isCompiled());
-    EXPECT_FALSE(program->isCompiled());
-    EXPECT_NE(full->id(), program->id());
     EXPECT_EQ(full->defines(), program->defines());
     EXPECT_TRUE(full->expandsDefines());
     EXPECT_NE(sourceOf(*full, Stage::Fragment).find(" : require\n"), std::string::npos);
     full->enable();
     EXPECT_EQ(decorator.calls, std::vector<Program*>{full.get()});
 
-    const auto bare = program->clone(
-        Program::Cloning::SkipDecorators | Program::Cloning::SkipAbstractIncludes, Compilation::Immediate);
-    ASSERT_TRUE(bare);
+    const auto bare = program->clone(Program::Cloning::SkipDecorators, Compilation::Immediate);
     bare->enable();
     EXPECT_EQ(decorator.calls.size(), 1u);
     bare->disable();
     (void)takeLog();
 }
 
-TEST_F(ProgramGL, ClonesThatFailAreNull) {
-    const auto program = make(Compilation::ImmediateThrow);
-    m_files.remove("a.frag");
-    EXPECT_FALSE(program->clone({}, Compilation::Immediate));
-    EXPECT_THROW((void)program->clone({}, Compilation::ImmediateThrow), std::runtime_error);
-    EXPECT_TRUE(program->clone({}, Compilation::Deferred));
-    (void)takeLog();
-    {
-        const ScopedEntryPoint noProgram(glad_glCreateProgram, []() -> GLuint { return 0; });
-        EXPECT_FALSE(program->clone({}, Compilation::Deferred));
-        EXPECT_THROW((void)program->clone({}, Compilation::ImmediateThrow), std::runtime_error);
-    }
-    EXPECT_EQ(takeLog(), std::vector<LogLine>{
-                             line(4, "Could not clone shader: Could not create OpenGL Program object.")});
-}
-
-TEST_F(ProgramGL, ASubclassClonesItself) {
-    struct Derived final : Program {
-        using Program::Program;
-        [[nodiscard]] std::unique_ptr<Program> cloneImpl() const override { return nullptr; }
-    };
-    const Derived derived({{Stage::Vertex, "T/a.vert"}}, "", Compilation::Deferred);
-    EXPECT_FALSE(derived.clone({}, Compilation::ImmediateThrow));
-}
-
-TEST_F(ProgramGL, EnablingRunsTheDecoratorsInOrder) {
-    auto program = make(Compilation::Deferred);
+TEST_F(ProgramGL, EnablingRunsTheDecorators) {
+    auto program = make(Compilation::ImmediateThrow);
     CountingDecorator first;
     CountingDecorator second;
     program->addDecorator(&first);
     program->addDecorator(&second);
-    program->addDecorator(&first);
-    EXPECT_TRUE(program->compile(Compilation::Immediate));
     program->enable();
-    EXPECT_EQ(getInt(GL_CURRENT_PROGRAM), static_cast<int>(program->id()));
     program->removeDecorator(&first);
     program->enable();
     program->disable();
@@ -375,10 +253,8 @@ TEST_F(ProgramGL, EnablingRunsTheDecoratorsInOrder) {
     EXPECT_EQ(first.calls.size(), 1u);
     EXPECT_EQ(second.calls.size(), 2u);
     (void)takeLog();
-
     EXPECT_TRUE(program->setExpandDefines(true, Compilation::Deferred));
     program->enable();
-    EXPECT_EQ(getInt(GL_CURRENT_PROGRAM), static_cast<int>(program->id()));
     EXPECT_EQ(takeLog(), std::vector<LogLine>{line(3, "Enabled program was marked as 'needs compilation' and "
                                                       "may be out of date/unavailable.")});
     // Taken out of use by its destructor, which the fixture would see.

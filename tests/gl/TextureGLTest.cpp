@@ -1,28 +1,15 @@
 // SPDX-License-Identifier: BSD-3-Clause
-#include <Veltrand/GL/Functions.h>
-#include <Veltrand/GL/Texture.h>
+#include "support/GLTest.h"
 
-#include "support/GLFixture.h"
-#include "support/ScopedEntryPoint.h"
-
-#include <Eigen/Core>
 #include <cstring>
-#include <glad/gl.h>
-#include <optional>
-#include <stdexcept>
-#include <utility>
+#include <sstream>
 
 namespace Veltrand::GL {
 
 using TextureGL = Testing::GLFixture;
-using Testing::LogLine;
-using Testing::ScopedEntryPoint;
 using Target = Texture::Target;
 
 namespace {
-
-int g_deleted = 0;
-std::vector<int> g_alignments;
 
 void ignoreErrors() {
     while (glGetError() != GL_NO_ERROR) {
@@ -47,90 +34,68 @@ TEST_F(TextureGL, ChoosesTheTargetFromTheSize) {
         const Texture texture(size, InternalFormat::R8);
         EXPECT_EQ(texture.target(), target);
         EXPECT_EQ(texture.size(), size);
-        const Texture adopted(target, 0);
-        EXPECT_EQ(adopted.id(), 0U);
-        ignoreErrors();
     }
 }
 
 TEST_F(TextureGL, ExtraDimensionsAreWarnedAboutAndNotAllocated) {
-    const LogLine flat{Log::Warning, "GL.Texture",
-                       "Using a 3D texture with a 2D target mode, clamping size to 1."};
-    const LogLine line{Log::Warning, "GL.Texture",
-                       "Using a 2D texture with Texture1D target mode, clamping size to 1."};
+    const std::string flat = "Using a 3D texture with a 2D target mode, clamping size to 1.";
+    const std::string line = "Using a 2D texture with Texture1D target mode, clamping size to 1.";
     const struct {
         Target target;
-        std::vector<LogLine> lines;
+        std::vector<std::string> warnings;
         std::size_t texels;
-        int allocatedHeight;
+        int height;
     } cases[] = {
-        {Target::Texture1D, {line, flat}, 4, 1}, {Target::Texture2D, {flat}, 16, 4},
-        {Target::Texture1DArray, {flat}, 16, 4}, {Target::Texture3D, {}, 48, 4},
+        {Target::Texture1D, {line, flat}, 4, 1},
+        {Target::Texture2D, {flat}, 16, 4},
+        {Target::Texture1DArray, {flat}, 16, 4},
         {Target::Texture2DArray, {}, 48, 4},
     };
     for (const auto& c : cases) {
         const Texture texture(c.target, {4, 4, 3}, InternalFormat::R8);
-        EXPECT_EQ(log().take(), c.lines);
-        EXPECT_EQ(texture.depth(), 3);
+        for (const std::string& warning : c.warnings)
+            EXPECT_TRUE(log().takeLine({Log::Warning, "GL.Texture", warning}));
         EXPECT_EQ(texture.numTexels(), c.texels);
         GLint height = 0;
         glGetTexLevelParameteriv(static_cast<GLenum>(c.target), 0, GL_TEXTURE_HEIGHT, &height);
-        EXPECT_EQ(height, c.allocatedHeight);
+        EXPECT_EQ(height, c.height);
     }
 }
 
 TEST_F(TextureGL, SizesOutOfRangeAreWarnedAbout) {
-    const auto warned = [this](Target target, const Eigen::Vector3i& size, const std::string& text) {
-        const Texture texture(target, size, InternalFormat::R8);
+    const auto expectWarning = [this](Target target, const Eigen::Vector3i& s, const std::string& fault) {
+        const Texture texture(target, s, InternalFormat::R8);
         ignoreErrors();
-        return log().takeLine({Log::Warning, "GL.Texture", text + " Subsequent actions may fail."});
+        std::ostringstream text;
+        text << "Requested size " << s.x() << ' ' << s.y() << ' ' << s.z() << fault
+             << " Subsequent actions may fail.";
+        EXPECT_TRUE(log().takeLine({Log::Warning, "GL.Texture", text.str()})) << text.str();
     };
-    const int max2D = getInt(GL_MAX_TEXTURE_SIZE);
     const int max3D = getInt(GL_MAX_3D_TEXTURE_SIZE);
-    const std::string wide = std::to_string(max2D + 1) + " 1 1";
-    EXPECT_TRUE(warned(Target::Texture2D, {max2D + 1, 1, 1},
-                       "Requested size " + wide + " exceeds maximum supported GPU texture size."));
-    const std::string deep = "2 2 " + std::to_string(max3D + 1);
-    EXPECT_TRUE(warned(Target::Texture3D, {2, 2, max3D + 1},
-                       "Requested size " + deep + " exceeds maximum supported GPU texture size."));
-    EXPECT_TRUE(warned(Target::Texture2D, {4, -2, 1}, "Requested size 4 -2 1 has no texels."));
-    EXPECT_FALSE(warned(Target::Texture2D, {max3D + 1, 1, 1}, ""));
-}
-
-TEST_F(TextureGL, MoreThanFourGibibytesAreCountedInFull) {
-    Texture texture(Target::Texture3D, {2048, 2048, 2048}, InternalFormat::R8);
-    ignoreErrors();
-    EXPECT_EQ(texture.numTexels(), std::size_t{1} << 33U);
-    EXPECT_EQ(texture.transferSize(PixelFormat::RGBA, PixelType::Float), std::size_t{1} << 37U);
-    // In 32 bits, 8 GiB would count as nothing.
-    EXPECT_FALSE(texture.upload(std::vector<unsigned char>{}));
-    EXPECT_TRUE(log().takeLine({Log::Error, "GL.Texture",
-                                "Refusing to transfer 0 texels, a texture of size 2048 2048 2048 takes "
-                                "8589934592."}));
+    expectWarning(Target::Texture2D, {getInt(GL_MAX_TEXTURE_SIZE) + 1, 1, 1},
+                  " exceeds maximum supported GPU texture size.");
+    expectWarning(Target::Texture3D, {2, 2, max3D + 1}, " exceeds maximum supported GPU texture size.");
+    expectWarning(Target::Texture2D, {4, -2, 1}, " has no texels.");
+    const Texture wide(Target::Texture2D, {max3D + 1, 1, 1}, InternalFormat::R8); // within its own limit
 }
 
 TEST_F(TextureGL, StartsWithItsSamplingDefaults) {
+    using Swizzle = std::array<int, 4>;
+    const Swizzle grey{GL_RED, GL_RED, GL_RED, GL_ONE};
+    const Swizzle straight{GL_RED, GL_GREEN, GL_BLUE, GL_ALPHA};
     const struct {
         InternalFormat format;
         int filter;
-        std::array<int, 4> swizzle;
-    } cases[] = {
-        {InternalFormat::R32F, GL_LINEAR, {GL_RED, GL_RED, GL_RED, GL_ONE}},
-        {InternalFormat::R16UI, GL_NEAREST, {GL_RED, GL_RED, GL_RED, GL_ONE}},
-        {InternalFormat::DepthComponent24, GL_LINEAR, {GL_RED, GL_RED, GL_RED, GL_ONE}},
-        {InternalFormat::RGBA8, GL_LINEAR, {GL_RED, GL_GREEN, GL_BLUE, GL_ALPHA}},
-        {InternalFormat::RG16I, GL_NEAREST, {GL_RED, GL_GREEN, GL_BLUE, GL_ALPHA}},
-    };
+        Swizzle swizzle;
+    } cases[] = {{InternalFormat::R32F, GL_LINEAR, grey},
+                 {InternalFormat::R16UI, GL_NEAREST, grey},
+                 {InternalFormat::RG16I, GL_NEAREST, straight}};
     for (const auto& c : cases) {
         SCOPED_TRACE(c.format.toString());
-        Texture texture(Target::Texture3D, {2, 2, 2}, c.format);
-        if (c.format.isDepthFormat())
-            ignoreErrors();
+        const Texture texture(Target::Texture3D, {2, 2, 2}, c.format);
         EXPECT_EQ(parameter(texture, GL_TEXTURE_MIN_FILTER), c.filter);
         EXPECT_EQ(parameter(texture, GL_TEXTURE_MAG_FILTER), c.filter);
-        for (const GLenum axis :
-             {GLenum{GL_TEXTURE_WRAP_S}, GLenum{GL_TEXTURE_WRAP_T}, GLenum{GL_TEXTURE_WRAP_R}})
-            EXPECT_EQ(parameter(texture, axis), GL_CLAMP_TO_EDGE);
+        EXPECT_EQ(parameter(texture, GL_TEXTURE_WRAP_R), GL_CLAMP_TO_EDGE);
         std::array<GLint, 4> swizzle{};
         glGetTexParameteriv(GL_TEXTURE_3D, GL_TEXTURE_SWIZZLE_RGBA, swizzle.data());
         EXPECT_EQ(swizzle, c.swizzle);
@@ -139,7 +104,6 @@ TEST_F(TextureGL, StartsWithItsSamplingDefaults) {
 
 TEST_F(TextureGL, SamplingIsSetPerTexture) {
     Texture texture(Target::Texture3D, {4, 4, 4}, InternalFormat::R8);
-    const Texture other(Target::Texture3D, {2, 2, 2}, InternalFormat::R8);
     texture.setFiltering(Sampler::MinFilter::LinearMipmapNearest, Sampler::MagFilter::Nearest);
     texture.setWrapping(Sampler::Wrap::Repeat, Sampler::Wrap::ClampToBorder, Sampler::Wrap::MirroredRepeat);
     texture.setBorderColor({0.5F, 0, 0, 1});
@@ -155,53 +119,40 @@ TEST_F(TextureGL, SamplingIsSetPerTexture) {
     GLint width = 0;
     glGetTexLevelParameteriv(GL_TEXTURE_3D, 2, GL_TEXTURE_WIDTH, &width);
     EXPECT_EQ(width, 1);
-    EXPECT_EQ(parameter(other, GL_TEXTURE_WRAP_S), GL_CLAMP_TO_EDGE);
-}
 
-TEST_F(TextureGL, BindsToTheUnitAndItsOwnTarget) {
-    const Texture texture(Target::Texture2DArray, {2, 2, 2}, InternalFormat::R8);
     texture.bind(3);
     EXPECT_EQ(getInt(GL_ACTIVE_TEXTURE), GL_TEXTURE3);
-    EXPECT_EQ(static_cast<GLuint>(getInt(GL_TEXTURE_BINDING_2D_ARRAY)), texture.id());
-    Texture::unbind(3, Target::Texture2DArray);
-    EXPECT_EQ(getInt(GL_TEXTURE_BINDING_2D_ARRAY), 0);
+    EXPECT_EQ(static_cast<GLuint>(getInt(GL_TEXTURE_BINDING_3D)), texture.id());
+    Texture::unbind(3, Target::Texture3D);
+    EXPECT_EQ(getInt(GL_TEXTURE_BINDING_3D), 0);
 }
 
 TEST_F(TextureGL, NamesAreDeletedOnceAlsoWhenConstructionFails) {
-    static const PFNGLDELETETEXTURESPROC real = glad_glDeleteTextures;
-    const ScopedEntryPoint counting(glad_glDeleteTextures, [](GLsizei n, const GLuint* ids) {
-        ++g_deleted;
-        real(n, ids);
-    });
-    g_deleted = 0;
+    Testing::CallCounter<glad_glDeleteTextures> deleted;
     {
-        std::optional<Texture> first(std::in_place, Eigen::Vector3i(2, 2, 1), InternalFormat::R8);
-        const GLuint id = first->id();
-        Texture second(std::move(*first));
-        EXPECT_EQ(first->id(), 0U);
+        Texture first({2, 2, 1}, InternalFormat::R8);
+        const GLuint id = first.id();
+        Texture second(std::move(first));
         Texture third({4, 4, 1}, InternalFormat::RGBA8);
         third = std::move(second);
-        EXPECT_EQ(g_deleted, 1);
+        EXPECT_EQ(deleted.take(), 1);
         EXPECT_EQ(third.id(), id);
         EXPECT_EQ(third.width(), 2);
         EXPECT_EQ(third.internalFormat(), InternalFormat::R8);
     }
-    EXPECT_EQ(g_deleted, 2);
-
+    EXPECT_EQ(deleted.take(), 1);
     {
-        const ScopedEntryPoint failing(glad_glTexParameteriv,
-                                       [](GLenum, GLenum, const GLint*) { throw std::bad_alloc(); });
+        const Testing::ScopedEntryPoint failing(glad_glTexParameteriv,
+                                                [](GLenum, GLenum, const GLint*) { throw std::bad_alloc(); });
         EXPECT_THROW(Texture({2, 2, 1}, InternalFormat::R8), std::bad_alloc);
-        EXPECT_EQ(g_deleted, 3);
+        EXPECT_EQ(deleted.take(), 1);
     }
-    const ScopedEntryPoint none(glad_glGenTextures, [](GLsizei, GLuint* ids) { *ids = 0; });
-    try {
-        const Texture texture({2, 2, 1}, InternalFormat::R8);
-        ADD_FAILURE() << "nothing thrown";
-    } catch (const std::runtime_error& error) {
-        EXPECT_STREQ(error.what(), "Could not generate Texture ID.");
-    }
-    EXPECT_EQ(g_deleted, 3);
+    const Testing::ScopedEntryPoint none(glad_glGenTextures, [](GLsizei, GLuint* ids) { *ids = 0; });
+    EXPECT_EQ(Testing::thrown([] {
+                  const Texture texture({2, 2, 1}, InternalFormat::R8);
+              }),
+              "Could not generate Texture ID.");
+    EXPECT_EQ(deleted.take(), 0);
 }
 
 TEST_F(TextureGL, AnAdoptedTextureTellsItsSizeAndIsOwned) {
@@ -215,35 +166,20 @@ TEST_F(TextureGL, AnAdoptedTextureTellsItsSizeAndIsOwned) {
         EXPECT_EQ(texture->internalFormat(), InternalFormat::RG16F);
     }
     EXPECT_FALSE(glIsTexture(id));
-    glGenTextures(1, &id);
-    glBindTexture(GL_TEXTURE_CUBE_MAP, id);
-    glTexImage2D(GL_TEXTURE_CUBE_MAP_POSITIVE_X, 0, GL_RGBA8, 6, 6, 0, GL_RGBA, GL_FLOAT, nullptr);
-    const auto cube = Texture::createFromExisting(Target::TextureCubeMap, id, InternalFormat::RGBA16F);
-    EXPECT_EQ(cube->size(), Eigen::Vector3i(6, 6, 1));
-    EXPECT_EQ(cube->internalFormat(), InternalFormat::RGBA16F);
 }
 
 TEST_F(TextureGL, RowsAreAlignedForTheCallAndByOneAfterwards) {
-    static const PFNGLPIXELSTOREIPROC real = glad_glPixelStorei;
-    const ScopedEntryPoint recording(glad_glPixelStorei, [](GLenum name, GLint value) {
-        g_alignments.push_back(static_cast<int>(name));
-        g_alignments.push_back(value);
-        real(name, value);
-    });
-    g_alignments.clear();
     Texture texture(Target::Texture2D, {3, 2, 1}, InternalFormat::RGB8);
     using Pixel = Eigen::Vector<unsigned char, 3>;
     const std::vector<Pixel> pixels{{1, 2, 3},    {4, 5, 6},    {7, 8, 9},
                                     {10, 11, 12}, {13, 14, 15}, {16, 17, 18}};
+    glPixelStorei(GL_UNPACK_ALIGNMENT, 8);
+    glPixelStorei(GL_PACK_ALIGNMENT, 8);
     EXPECT_TRUE(texture.upload(pixels));
     EXPECT_EQ(texture.download<Pixel>(), pixels);
-    EXPECT_EQ(std::exchange(g_alignments, {}),
-              (std::vector<int>{GL_UNPACK_ALIGNMENT, 1, GL_UNPACK_ALIGNMENT, 1, GL_PACK_ALIGNMENT, 1,
-                                GL_PACK_ALIGNMENT, 1}));
-    const auto wide = texture.download<Eigen::Vector4f>();
-    EXPECT_EQ(g_alignments[1], 8);
-    EXPECT_FLOAT_EQ(wide[5].y(), 17.0F / 255);
-    EXPECT_EQ(wide[5].w(), 1.0F);
+    EXPECT_FLOAT_EQ(texture.download<Eigen::Vector4f>()[5].y(), 17.0F / 255);
+    EXPECT_EQ(getInt(GL_UNPACK_ALIGNMENT), 1);
+    EXPECT_EQ(getInt(GL_PACK_ALIGNMENT), 1);
 }
 
 namespace {
@@ -267,8 +203,6 @@ TEST_F(TextureGL, TypedTransfersRoundTrip) {
     expectRoundTrip<Eigen::Vector<short, 2>>(Target::Texture3D, {3, 3, 3}, InternalFormat::RG16I, {-7, 9});
     expectRoundTrip<Eigen::Vector<unsigned int, 3>>(Target::Texture2D, {3, 3, 1}, InternalFormat::RGB32UI,
                                                     {1, 2, 0xFFFFFFFF});
-    expectRoundTrip<signed char>(Target::Texture2D, {3, 3, 1}, InternalFormat::R8I, -5);
-    expectRoundTrip<unsigned short>(Target::Texture3D, {3, 2, 2}, InternalFormat::R16UI, 65535);
     expectRoundTrip<float>(Target::Texture2D, {3, 3, 1}, InternalFormat::DepthComponent32F, 0.25F);
 }
 
@@ -277,11 +211,6 @@ TEST_F(TextureGL, RawTransfersTakeHalvesAndPackedTexels) {
     const std::array<std::uint16_t, 3> ones{0x3C00, 0x4000, 0xBC00};
     EXPECT_TRUE(halves.upload(PixelFormat::Red, PixelType::HFloat, std::as_bytes(std::span(ones))));
     EXPECT_EQ(halves.download<float>(), (std::vector<float>{1, 2, -1}));
-    std::array<std::uint16_t, 3> back{};
-    EXPECT_TRUE(
-        halves.downloadTo(PixelFormat::Red, PixelType::HFloat, std::as_writable_bytes(std::span(back))));
-    EXPECT_EQ(back, ones);
-
     // Rows of 12 bytes, padded to 16.
     Texture packed(Target::Texture2D, {3, 2, 1}, InternalFormat::Depth24Stencil8);
     const std::array<std::uint32_t, 7> texels{0x11111101, 0x22222202, 0x33333303, 0,
@@ -301,25 +230,26 @@ TEST_F(TextureGL, UnfittingTransfersAreRefusedAndTouchNothing) {
         const auto lines = log().take("GL.Texture");
         return !accepted && lines.size() == 1 && lines[0].level == Log::Error;
     };
-    EXPECT_TRUE(refused(texture.upload(std::vector<unsigned char>(3, 9))));
     EXPECT_TRUE(refused(texture.upload(std::vector<unsigned char>(5, 9))));
-    const std::array<std::byte, 5> bytes{};
-    EXPECT_TRUE(refused(texture.upload(PixelFormat::Red, PixelType::UByte, bytes)));
-    EXPECT_TRUE(refused(texture.upload(PixelFormat{}, PixelType::UByte, {})));
+    EXPECT_TRUE(refused(texture.upload(PixelFormat::Red, PixelType::UByte, std::array<std::byte, 5>())));
     std::vector<unsigned char> few(3, 9);
     EXPECT_TRUE(refused(texture.downloadTo(few)));
     EXPECT_EQ(few, (std::vector<unsigned char>(3, 9)));
     EXPECT_EQ(texture.download<unsigned char>(), (std::vector<unsigned char>{1, 2, 3, 4}));
-
     Texture integers(Target::Texture2D, {2, 2, 1}, InternalFormat::R8UI);
     EXPECT_TRUE(refused(integers.upload(std::vector<float>(4))));
     EXPECT_TRUE(refused(!integers.download<float>().empty()));
-    Texture depth(Target::Texture2D, {2, 2, 1}, InternalFormat::DepthComponent24);
-    EXPECT_TRUE(refused(depth.upload(std::vector<Eigen::Vector2f>(4))));
     Texture both(Target::Texture2D, {2, 2, 1}, InternalFormat::Depth24Stencil8);
     EXPECT_TRUE(refused(both.upload(std::vector<unsigned int>(4))));
     Texture cube(Target::TextureCubeMap, {2, 2, 1}, InternalFormat::R8);
     EXPECT_TRUE(refused(cube.upload(std::vector<unsigned char>(4))));
+    // In 32 bits, 8 GiB would count as nothing.
+    Texture huge(Target::Texture3D, {2048, 2048, 2048}, InternalFormat::R8);
+    ignoreErrors();
+    EXPECT_FALSE(huge.upload(std::vector<unsigned char>{}));
+    EXPECT_TRUE(log().takeLine({Log::Error, "GL.Texture",
+                                "Refusing to transfer 0 texels, a texture of size 2048 2048 2048 takes "
+                                "8589934592."}));
 }
 
 } // namespace Veltrand::GL

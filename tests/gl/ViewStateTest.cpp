@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: BSD-3-Clause
+#include <Veltrand/GL/Functions.h>
 #include <Veltrand/GL/ViewState.h>
 
 #include <Eigen/Geometry>
@@ -14,26 +15,6 @@ namespace {
 using Eigen::Matrix3d;
 using Eigen::Matrix4d;
 using Eigen::Vector3d;
-
-Matrix4d perspective(double fieldOfView, double aspect, double near, double far) {
-    const double f = 1.0 / std::tan(fieldOfView / 2);
-    Matrix4d matrix = Matrix4d::Zero();
-    matrix(0, 0) = f / aspect;
-    matrix(1, 1) = f;
-    matrix(2, 2) = (far + near) / (near - far);
-    matrix(2, 3) = 2 * far * near / (near - far);
-    matrix(3, 2) = -1;
-    return matrix;
-}
-
-Matrix4d orthographic(double width, double height, double near, double far) {
-    Matrix4d matrix = Matrix4d::Identity();
-    matrix(0, 0) = 2 / width;
-    matrix(1, 1) = 2 / height;
-    matrix(2, 2) = -2 / (far - near);
-    matrix(2, 3) = -(far + near) / (far - near);
-    return matrix;
-}
 
 // Views as applications have them, of scenes of any size.
 class RandomViews {
@@ -54,8 +35,9 @@ public:
         const Viewport viewport{static_cast<int>(between(0, 500)), static_cast<int>(between(0, 500)),
                                 static_cast<int>(between(1, 4000)), static_cast<int>(between(1, 4000))};
         const double aspect = static_cast<double>(viewport.width) / viewport.height;
-        const Matrix4d projection = between(0, 1) < 0.5 ? perspective(between(0.2, 2.5), aspect, near, far)
-                                                        : orthographic(size * aspect, size, near, far);
+        const Matrix4d projection = between(0, 1) < 0.5
+                                        ? createPerspective(between(0.2, 2.5), aspect, near, far)
+                                        : createOrtho(-size * aspect, size * aspect, -size, size, near, far);
         Eigen::Isometry3d modelView(
             Eigen::AngleAxisd(between(0, 2 * std::numbers::pi), vector(1).normalized()));
         modelView.pretranslate(vector(size));
@@ -68,74 +50,52 @@ private:
 
 } // namespace
 
-TEST(ViewState, ProjectsToTheMiddleOfTheWindow) {
-    ViewState view({0, 0, 100, 50}, Matrix4d::Identity(), Matrix4d::Identity());
+TEST(ViewState, ProjectsIntoTheViewport) {
+    const ViewState view({10, 20, 200, 100}, Matrix4d::Identity(), Matrix4d::Identity());
     bool behind = true;
-    EXPECT_EQ(view.project({0, 0, 0}, &behind), Vector3d(50, 25, 0.5));
+    EXPECT_EQ(view.project({-1, 1, -1}, &behind), Vector3d(10, 120, 0));
     EXPECT_FALSE(behind);
-    EXPECT_EQ(view.unproject({50, 25, 0.5}), Vector3d(0, 0, 0));
-
-    view.setViewport({10, 20, 200, 100});
-    EXPECT_EQ(view.project({-1, 1, -1}), Vector3d(10, 120, 0));
     EXPECT_EQ(view.unproject({10, 120, 0}), Vector3d(-1, 1, -1));
 }
 
 TEST(ViewState, DerivedMatricesFollowTheOthersAlone) {
-    const Matrix4d projection = perspective(1, 1.5, 1, 100);
+    const Matrix4d projection = createPerspective(1, 1.5, 1, 100);
     Eigen::Isometry3d modelView(Eigen::AngleAxisd(0.5, Vector3d(1, 2, 3).normalized()));
     modelView.pretranslate(Vector3d(0, 0, -5));
 
     ViewState view(Matrix4d::Identity(), Matrix4d::Identity());
-    EXPECT_EQ(view.viewport(), Viewport());
     view.setProjectionMatrix(projection);
     EXPECT_EQ(view.modelViewProjectionMatrix(), projection);
     view.setModelViewMatrix(modelView.matrix());
     EXPECT_EQ(view.modelViewProjectionMatrix(), projection * modelView.matrix());
     EXPECT_TRUE((view.inverseModelViewProjectionMatrix() * view.modelViewProjectionMatrix())
                     .isApprox(Matrix4d::Identity(), 1e-12));
-
-    const Matrix4d inverse = view.inverseModelViewProjectionMatrix();
-    view.setViewport({1, 2, 3, 4});
-    EXPECT_EQ(view.inverseModelViewProjectionMatrix(), inverse);
 }
 
 TEST(ViewState, OnlyThePlaneOfTheEyeIsReported) {
-    const ViewState view({0, 0, 100, 100}, perspective(std::numbers::pi / 2, 1, 1, 100),
+    const ViewState view({0, 0, 100, 100}, createPerspective(std::numbers::pi / 2, 1, 1, 100),
                          Matrix4d::Identity());
     bool behind = false;
     EXPECT_EQ(view.project({3, 4, 0}, &behind), Vector3d(0, 0, 0));
     EXPECT_TRUE(behind);
-    EXPECT_EQ(view.project({3, 4, 0}), Vector3d(0, 0, 0));
 
     // Behind the eye the image is mirrored.
     const Vector3d mirrored = view.project({1, 0, 2}, &behind);
     EXPECT_FALSE(behind);
     EXPECT_NEAR(mirrored.x(), 25, 1e-12);
-    EXPECT_NEAR(view.project({1, 0, -2}).x(), 75, 1e-12);
 }
 
-TEST(ViewState, ProjectionAndUnprojectionAreEachOthersInverse) {
-    RandomViews random;
-    for (int i = 0; i < 10000; ++i) {
-        const ViewState view = random.next();
-        const Viewport& port = view.viewport();
-        const Vector3d window(port.x + random.between(0, 1) * port.width,
-                              port.y + random.between(0, 1) * port.height, random.between(0, 1));
-        const Vector3d world = view.unproject(window);
-        const Vector3d size(port.x + port.width, port.y + port.height, 1);
-        ASSERT_LT((view.project(world) - window).cwiseQuotient(size).cwiseAbs().maxCoeff(), 1e-9) << i;
-        ASSERT_LT((view.unproject(view.project(world)) - world).norm(), 1e-9 * world.norm()) << i;
-    }
-}
-
-TEST(ViewState, PixelIncrementsLeadToTheNeighbouringPixel) {
+TEST(ViewState, UnprojectionInvertsAndPixelIncrementsLeadToTheNeighbouringPixel) {
     RandomViews random;
     int parallel = 0;
     for (int i = 0; i < 1000; ++i) {
         const ViewState view = random.next();
         const Viewport& port = view.viewport();
-        const Vector3d window(port.x + port.width * 0.3, port.y + port.height * 0.6, 0.4);
+        const Vector3d window(port.x + port.width * 0.3, port.y + port.height * 0.6,
+                              random.between(0.1, 0.9));
         const Vector3d world = view.unproject(window);
+        const Vector3d size(port.x + port.width, port.y + port.height, 1);
+        ASSERT_LT((view.project(world) - window).cwiseQuotient(size).cwiseAbs().maxCoeff(), 1e-9) << i;
         const Matrix3d increment = view.unprojectPixelIncrement(world);
         for (int axis = 0; axis < 2; ++axis) {
             const Vector3d moved = view.project(world + increment.col(axis)) - window;
@@ -149,14 +109,13 @@ TEST(ViewState, PixelIncrementsLeadToTheNeighbouringPixel) {
         const Vector3d deeper = view.project(world + increment.col(2)) - window;
         ASSERT_NEAR(deeper.z(), 0.5, 1e-6) << i;
     }
-    EXPECT_GT(parallel, 100);
-    EXPECT_LT(parallel, 900);
+    EXPECT_TRUE(parallel > 100 && parallel < 900) << parallel;
 }
 
 TEST(ViewState, DirectionsAreThoseOfTheWindowsAxes) {
     Eigen::Isometry3d modelView(Eigen::AngleAxisd(std::numbers::pi / 2, Vector3d::UnitZ()));
     modelView.pretranslate(Vector3d(7, 8, -9));
-    const ViewState view({0, 0, 640, 480}, orthographic(4, 3, 1, 100), modelView.matrix());
+    const ViewState view({0, 0, 640, 480}, createOrtho(-2, 2, -1.5, 1.5, 1, 100), modelView.matrix());
     EXPECT_TRUE(view.xDir().isApprox(Vector3d(0, -1, 0), 1e-12));
     EXPECT_TRUE(view.yDir().isApprox(Vector3d(1, 0, 0), 1e-12));
     EXPECT_TRUE(view.zDir().isApprox(Vector3d(0, 0, -1), 1e-12));

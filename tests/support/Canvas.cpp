@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include "support/Canvas.h"
 
+#include "support/MapRepository.h"
+
 #include <Eigen/Core>
 #include <glad/gl.h>
 #include <gtest/gtest.h>
@@ -9,7 +11,8 @@ namespace Veltrand::Testing {
 
 namespace {
 
-constexpr const char* vertexSource = R"(#version 330
+std::unique_ptr<GL::Program> makeProgram() {
+    const MapRepository files("Canvas", {{"vert", R"(#version 330
 layout(location = 0) in vec2 position;
 layout(location = 1) in vec4 color;
 uniform vec4 transform;
@@ -17,28 +20,13 @@ out vec4 vertexColor;
 void main() {
     vertexColor = color;
     gl_Position = vec4(position * transform.xy + transform.zw, 0.0, 1.0);
-})";
-constexpr const char* fragmentSource = R"(#version 330
+})"},
+                                         {"frag", R"(#version 330
 in vec4 vertexColor;
 out vec4 color;
-void main() { color = vertexColor; })";
-
-GLuint makeProgram() {
-    const GLuint program = glCreateProgram();
-    for (const auto& [stage, source] : {std::pair{GLenum{GL_VERTEX_SHADER}, vertexSource},
-                                        std::pair{GLenum{GL_FRAGMENT_SHADER}, fragmentSource}}) {
-        const GLuint shader = glCreateShader(stage);
-        glShaderSource(shader, 1, &source, nullptr);
-        glCompileShader(shader);
-        glAttachShader(program, shader);
-        glDeleteShader(shader);
-    }
-    glLinkProgram(program);
-    GLint linked = 0;
-    glGetProgramiv(program, GL_LINK_STATUS, &linked);
-    EXPECT_EQ(linked, GL_TRUE);
-    glUseProgram(program);
-    return program;
+void main() { color = vertexColor; })"}});
+    return GL::Program::createVertexFragment("Canvas/vert", "Canvas/frag", "",
+                                             GL::Program::Compilation::ImmediateThrow);
 }
 
 } // namespace
@@ -48,6 +36,7 @@ Canvas::Canvas(int width, int height)
               GL::StateGuard::SaveFlags::Program)
     , m_texture(GL::Texture::Target::Texture2D, {width, height, 1}, GL::InternalFormat::RGBA8)
     , m_program(makeProgram()) {
+    m_program->enable();
     m_framebuffer.bind();
     m_framebuffer.attach(m_texture, 0);
     glViewport(0, 0, width, height);
@@ -56,16 +45,14 @@ Canvas::Canvas(int width, int height)
     clear();
 }
 
-Canvas::~Canvas() {
-    glDeleteProgram(m_program);
-}
+Canvas::~Canvas() = default;
 
 void Canvas::takeClipCoordinates() {
     setTransform(1.0F, 1.0F, 0.0F);
 }
 
 void Canvas::setTransform(float x, float y, float offset) {
-    glUniform4f(glGetUniformLocation(m_program, "transform"), x, y, offset, offset);
+    m_program->setArgument("transform", Eigen::Vector4f(x, y, offset, offset));
 }
 
 void Canvas::clear() {

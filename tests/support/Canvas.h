@@ -2,9 +2,11 @@
 #pragma once
 
 #include <Veltrand/GL/Framebuffer.h>
+#include <Veltrand/GL/Program.h>
 #include <Veltrand/GL/StateGuard.h>
 #include <Veltrand/GL/Texture.h>
 
+#include <memory>
 #include <string>
 
 namespace Veltrand::Testing {
@@ -31,7 +33,7 @@ private:
     GL::StateGuard m_guard;
     GL::Texture m_texture;
     GL::Framebuffer m_framebuffer;
-    unsigned int m_program;
+    std::unique_ptr<GL::Program> m_program;
 };
 
 } // namespace Veltrand::Testing

@@ -10,7 +10,7 @@
 namespace Veltrand::Testing {
 
 /// A repository that serves the files of a map for as long as it lives.
-class MapRepository final : public Resource::Repository {
+class MapRepository : public Resource::Repository {
 public:
     using Files = std::map<std::string, std::string, std::less<>>;
 

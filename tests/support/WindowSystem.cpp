@@ -29,6 +29,11 @@ namespace {
 
 std::mutex g_mutex;
 
+void count(int WindowSystem::*counter) {
+    const std::lock_guard lock(g_mutex);
+    ++(windowSystem().*counter);
+}
+
 template<class Function>
 Function* real(Function*, const char* name) {
     return reinterpret_cast<Function*>(dlsym(RTLD_NEXT, name));
@@ -83,8 +88,10 @@ GLXContext createContextAttribs(Display* display, GLXFBConfig config, GLXContext
 
 } // namespace Veltrand::Testing
 
+using Veltrand::Testing::count;
 using Veltrand::Testing::g_mutex;
 using Veltrand::Testing::real;
+using Veltrand::Testing::WindowSystem;
 using Veltrand::Testing::windowSystem;
 
 #pragma GCC visibility push(default)
@@ -93,38 +100,28 @@ extern "C" {
 Display* XOpenDisplay(const char* name) {
     if (windowSystem().failOpenDisplay)
         return nullptr;
-    Display* const display = real(&XOpenDisplay, "XOpenDisplay")(name);
-    const std::lock_guard lock(g_mutex);
-    windowSystem().displaysOpened += display != nullptr;
-    return display;
+    count(&WindowSystem::displaysOpened);
+    return real(&XOpenDisplay, "XOpenDisplay")(name);
 }
 
 int XCloseDisplay(Display* display) {
-    {
-        const std::lock_guard lock(g_mutex);
-        ++windowSystem().displaysClosed;
-    }
+    count(&WindowSystem::displaysClosed);
     return real(&XCloseDisplay, "XCloseDisplay")(display);
 }
 
 Window XCreateWindow(Display* display, Window parent, int x, int y, unsigned int width, unsigned int height,
                      unsigned int border, int depth, unsigned int type, Visual* visual, unsigned long mask,
                      XSetWindowAttributes* attributes) {
-    if (windowSystem().failWindow) {
+    if (windowSystem().failWindow)
         width = 0; // the server refuses it; a name comes back all the same
-    } else {
-        const std::lock_guard lock(g_mutex);
-        ++windowSystem().windowsCreated;
-    }
+    else
+        count(&WindowSystem::windowsCreated);
     return real(&XCreateWindow, "XCreateWindow")(display, parent, x, y, width, height, border, depth, type,
                                                  visual, mask, attributes);
 }
 
 int XDestroyWindow(Display* display, Window window) {
-    {
-        const std::lock_guard lock(g_mutex);
-        ++windowSystem().windowsDestroyed;
-    }
+    count(&WindowSystem::windowsDestroyed);
     return real(&XDestroyWindow, "XDestroyWindow")(display, window);
 }
 
@@ -162,10 +159,7 @@ Bool glXMakeCurrent(Display* display, GLXDrawable drawable, GLXContext context) 
 }
 
 void glXDestroyContext(Display* display, GLXContext context) {
-    {
-        const std::lock_guard lock(g_mutex);
-        ++windowSystem().contextsDestroyed;
-    }
+    count(&WindowSystem::contextsDestroyed);
     real(&glXDestroyContext, "glXDestroyContext")(display, context);
 }
 

@@ -60,8 +60,6 @@ TEST(Gallery, AnswersAWrongCommandLineWithTheUsage) {
         {{"slices", "-v"}, "There is no option '-v'."},
         {{"--volume"}, "--volume needs a value."},
         {{"--size=640x480x"}, "--size takes WIDTHxHEIGHT with both from 160 to 8192, not '640x480x'."},
-        {{"--size", "99999999999x480"},
-         "--size takes WIDTHxHEIGHT with both from 160 to 8192, not '99999999999x480'."},
         {{"--point", "1,2,inf"}, "--point takes X,Y,Z in millimetres, not '1,2,inf'."},
     };
     for (const auto& [arguments, sentence] : cases) {

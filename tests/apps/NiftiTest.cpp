@@ -165,7 +165,6 @@ TEST(Nifti, RefusesWhatItCannotReadWithOneSentence) {
         {changed([](NiftiFile& f) { f.dataType = -5; }),
          "its voxels are a type that the format does not know (data type -5), which are not read"},
         {changed([](NiftiFile& f) { f.voxelOffset = 348; }), nowhere},
-        {changed([](NiftiFile& f) { f.voxelOffset = std::nanf(""); }), nowhere},
         {changed([](NiftiFile& f) { f.voxelOffset = 8e15F; }), tooMany},
         {changed([](NiftiFile& f) {
              f.sformCode = 1;
@@ -182,7 +181,6 @@ TEST(Nifti, RefusesWhatItCannotReadWithOneSentence) {
              f.setVoxels(std::vector<float>(24, std::nanf("")));
          }),
          "none of its voxels has a finite value"},
-        {packed.substr(0, 30), early},
         {packed.substr(0, packed.size() - 3), early},
         {wrongSum, "its compressed data is damaged"},
     };

@@ -29,17 +29,6 @@ double patientValue(const Eigen::Vector3d& position) {
     return position.norm() < 28 ? 40 : 0;
 }
 
-/// Fills a file with the head, as 64-bit floats.
-void fillWithHead(NiftiFile& file, const Eigen::Affine3d& voxelToPatient) {
-    std::vector<double> values;
-    for (int z = 0; z < file.dimensions[3]; ++z)
-        for (int y = 0; y < file.dimensions[2]; ++y)
-            for (int x = 0; x < file.dimensions[1]; ++x)
-                values.push_back(patientValue(voxelToPatient * Eigen::Vector3d(x, y, z)));
-    file.dataType = 64;
-    file.setVoxels(values);
-}
-
 /// The head with the origin in its middle and voxels of 2 mm, 1.5 mm and 3 mm along the first, second and
 /// third of the given patient axes, followed in the given directions.
 NiftiFile headBySform(const std::array<int, 3>& axes, const std::array<int, 3>& directions) {
@@ -57,7 +46,11 @@ NiftiFile headBySform(const std::array<int, 3>& axes, const std::array<int, 3>& 
     file.sformCode = 4;
     for (int i = 0; i < 12; ++i)
         file.sform[static_cast<std::size_t>(i)] = static_cast<float>(voxelToPatient.matrix()(i / 4, i % 4));
-    fillWithHead(file, voxelToPatient);
+    std::vector<double> values;
+    for (int i = 0; i < 30 * 40 * 20; ++i)
+        values.push_back(patientValue(voxelToPatient * Eigen::Vector3d(i % 30, i / 30 % 40, i / 1200)));
+    file.dataType = 64;
+    file.setVoxels(values);
     return file;
 }
 

@@ -63,16 +63,9 @@ TEST(Log, AcceptsByCategoryLevelOrElseByGlobalLevel) {
     Log::setGlobalLevel(Log::Warning);
     Log::setCategoryLevel("GL.Loud", Log::Trace);
     Log::setCategoryLevel("GL.Quiet", Log::Fatal);
-    const struct {
-        int level;
-        const char* category;
-        bool accepted;
-    } cases[] = {
-        {Log::Info, "GL", false},      {Log::Warning, "GL", true},      {Log::Info, "GL.Louder", false},
-        {Log::Trace, "GL.Loud", true}, {Log::Error, "GL.Quiet", false}, {Log::Fatal, "GL.Quiet", true},
-    };
-    for (const auto& c : cases)
-        EXPECT_EQ(Log::isAccepted(c.level, c.category), c.accepted) << c.level << ' ' << c.category;
+    EXPECT_FALSE(Log::isAccepted(Log::Info, "GL") || Log::isAccepted(Log::Info, "GL.Louder"));
+    EXPECT_TRUE(Log::isAccepted(Log::Warning, "GL") && Log::isAccepted(Log::Trace, "GL.Loud"));
+    EXPECT_TRUE(!Log::isAccepted(Log::Error, "GL.Quiet") && Log::isAccepted(Log::Fatal, "GL.Quiet"));
     Log::resetCategoryLevel("GL.Loud");
     Log::resetCategoryLevel("GL.Quiet");
     EXPECT_FALSE(Log::isAccepted(Log::Info, "GL.Loud"));

@@ -86,6 +86,10 @@ TEST_F(AbstractIncludesGL, AreInstalledOnceWithTheirDependents) {
     EXPECT_EQ(takeIncludeLog(), Lines{"Adding abstract include: SCALE T/third.glh"});
     EXPECT_TRUE(uses(*program, "return 0.333;"));
     EXPECT_EQ(m_links.take(), 1);
+    // Another dependent changes the fingerprint of what it is a dependent of.
+    scaled.dependents.push_back(&half);
+    EXPECT_TRUE(program->addAbstractIncludeDefinition(&scaled, Compilation::Deferred));
+    EXPECT_EQ(takeIncludeLog().at(0), "Adding abstract include: COLOR T/scaled.glh");
 }
 
 TEST_F(AbstractIncludesGL, MayGoOnceTheyAreInstalled) {

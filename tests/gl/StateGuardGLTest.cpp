@@ -56,38 +56,35 @@ TEST_F(StateGuardGL, EveryPieceComesBackAfterTwoChanges) {
     Viewport outer;
     outer.retrieve();
     Canvas canvas(4, 4); // a framebuffer, a program and a viewport that differ from the outer ones
-    setState(true);
-    const auto before = snapshot();
-    {
-        const StateGuard guard(Flag::All);
-        Framebuffer::unbind();
-        glUseProgram(0);
-        outer.set();
-        setState(false);
-        glDepthFunc(GL_NEVER);
+    for (const bool on : {true, false}) {
+        setState(on);
+        const auto before = snapshot();
+        {
+            const StateGuard guard(Flag::All);
+            Framebuffer::unbind();
+            glUseProgram(0);
+            outer.set();
+            setState(!on);
+            glDepthFunc(GL_NEVER);
+        }
+        EXPECT_EQ(snapshot(), before);
     }
-    EXPECT_EQ(snapshot(), before);
-    setState(false);
 }
 
 TEST_F(StateGuardGL, StencilIsSavedByTheScissorBitAndRestoredByItsOwn) {
-    const auto after = [](Flags<Flag> flags, GLuint mask) {
+    using State = std::array<GLint64, 2>;
+    for (const auto& [flags, restored] : {std::pair(Flags<Flag>(Flag::Scissor), State{1, 3}),
+                                          {Flag::Scissor | Flag::Stencil, {1, 0x5A}},
+                                          {Flag::Stencil, {0, 0xFFFFFFFF}}}) {
         setState(true);
-        glStencilMask(mask);
         {
             const StateGuard guard(flags);
             glDisable(GL_SCISSOR_TEST);
-            glEnable(GL_STENCIL_TEST);
             glStencilMask(3);
         }
-        std::vector<GLint64> state{getWide(GL_SCISSOR_TEST), getWide(GL_STENCIL_TEST),
-                                   getWide(GL_STENCIL_WRITEMASK)};
+        EXPECT_EQ((State{getWide(GL_SCISSOR_TEST), getWide(GL_STENCIL_WRITEMASK)}), restored);
         setState(false);
-        return state;
-    };
-    EXPECT_EQ(after(Flag::Scissor, 0x5A), (std::vector<GLint64>{1, 1, 3}));
-    EXPECT_EQ(after(Flag::Scissor | Flag::Stencil, 0xFFFFFFFF), (std::vector<GLint64>{1, 1, 0xFFFFFFFF}));
-    EXPECT_EQ(after(Flag::Stencil, 0x5A), (std::vector<GLint64>{0, 0, 0xFFFFFFFF}));
+    }
 }
 
 TEST_F(StateGuardGL, ReleasedPiecesAndMovedGuardsRestoreNothing) {

@@ -68,15 +68,13 @@ protected:
 } // namespace
 
 TEST_F(ContextManagerGL, BeforeStartEverythingIsRefused) {
-    bool called = false;
-    manager().runWithOpenGL([&called] { called = true; }, false);
-    EXPECT_FALSE(called);
-    EXPECT_TRUE(m_log.takeLine(
-        {Log::Error, category, "Main OpenGL context and/or background OpenGL context not initialized."}));
+    const auto takeError = [this](const char* text) { return m_log.takeLine({Log::Error, category, text}); };
+    manager().runWithOpenGL([] { ADD_FAILURE() << "was run"; }, false);
+    EXPECT_TRUE(takeError("Main OpenGL context and/or background OpenGL context not initialized."));
     EXPECT_FALSE(ContextManager::makeCurrent());
-    EXPECT_TRUE(m_log.takeLine({Log::Error, category, "Not initialized, cannot make context current."}));
+    EXPECT_TRUE(takeError("Not initialized, cannot make context current."));
     EXPECT_FALSE(ContextManager::doneCurrent());
-    EXPECT_TRUE(m_log.takeLine({Log::Error, category, "Not initialized, cannot release context."}));
+    EXPECT_TRUE(takeError("Not initialized, cannot release context."));
     EXPECT_THROW(manager().ensureLocalContext(), std::runtime_error);
     static_cast<void>(m_log.take(category));
 }

@@ -48,21 +48,20 @@ TEST(InternalFormat, DepthAndStencilFormatsHaveTheirKind) {
     const struct {
         GLenum format;
         const char* name;
-        int depth, stencil, both;
+        int kind;
         GLenum type, pixelFormat;
     } cases[] = {
-        {GL_DEPTH_COMPONENT32F, "DepthComponent32F", 1, 0, 0, GL_FLOAT, GL_DEPTH_COMPONENT},
-        {GL_STENCIL_INDEX8, "StencilIndex8", 0, 1, 0, GL_FLOAT, GL_STENCIL_INDEX},
-        {GL_DEPTH24_STENCIL8, "Depth24Stencil8", 0, 0, 1, GL_UNSIGNED_INT_24_8, GL_DEPTH_STENCIL},
-        {GL_DEPTH32F_STENCIL8, "Depth32FStencil8", 0, 0, 1, GL_FLOAT_32_UNSIGNED_INT_24_8_REV,
-         GL_DEPTH_STENCIL},
-        {0x1234, "", 0, 0, 0, 0, GL_RGBA},
+        {GL_DEPTH_COMPONENT32F, "DepthComponent32F", 1, GL_FLOAT, GL_DEPTH_COMPONENT},
+        {GL_STENCIL_INDEX8, "StencilIndex8", 2, GL_FLOAT, GL_STENCIL_INDEX},
+        {GL_DEPTH24_STENCIL8, "Depth24Stencil8", 4, GL_UNSIGNED_INT_24_8, GL_DEPTH_STENCIL},
+        {GL_DEPTH32F_STENCIL8, "Depth32FStencil8", 4, GL_FLOAT_32_UNSIGNED_INT_24_8_REV, GL_DEPTH_STENCIL},
+        {0x1234, "", 0, 0, GL_RGBA},
     };
     for (const auto& c : cases) {
         const InternalFormat format(c.format);
         EXPECT_EQ(format.toString(), c.name);
         EXPECT_EQ(format.isDepthFormat() + 2 * format.isStencilFormat() + 4 * format.isDepthStencilFormat(),
-                  c.depth + 2 * c.stencil + 4 * c.both);
+                  c.kind);
         EXPECT_EQ(static_cast<GLenum>(format.matchingPixelType()), c.type);
         EXPECT_EQ(static_cast<GLenum>(format.matchingPixelFormat()), c.pixelFormat);
     }

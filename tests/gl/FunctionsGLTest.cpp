@@ -1,46 +1,35 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include "support/GLTest.h"
 
-#include <numeric>
-
 namespace Veltrand::GL {
 
 using FunctionsGL = Testing::GLFixture;
 
 TEST_F(FunctionsGL, MemoryIsReadFromTheExtensionThatIsThere) {
+    // Each name is its own answer; the free memory of ATI comes as four numbers, the last of which counts.
     const Testing::ScopedEntryPoint answers(glad_glGetIntegerv, [](GLenum name, GLint* data) {
-        switch (name) {
-        case GL_GPU_MEMORY_INFO_TOTAL_AVAILABLE_MEMORY_NVX:
-        case GL_GPU_MEMORY_INFO_DEDICATED_VIDMEM_NVX:
-        case GL_GPU_MEMORY_INFO_CURRENT_AVAILABLE_VIDMEM_NVX:
-            *data = static_cast<GLint>(name);
-            break;
-        case GL_TEXTURE_FREE_MEMORY_ATI:
-            std::iota(data, data + 4, 10);
-            break;
-        default:
-            break;
-        }
+        data[name == GL_TEXTURE_FREE_MEMORY_ATI ? 3 : 0] = static_cast<GLint>(name);
     });
-    const auto expectMemory = [](std::uint64_t total, std::uint64_t dedicated, std::uint64_t current) {
+    using Kilobytes = std::array<std::uint64_t, 3>;
+    const auto memory = [] {
         const MemoryInfo info = memoryInfo();
-        EXPECT_EQ(info.totalAvailable, ByteSize::fromKB(total));
-        EXPECT_EQ(info.dedicated, ByteSize::fromKB(dedicated));
-        EXPECT_EQ(info.currentAvailable, ByteSize::fromKB(current));
+        return Kilobytes{info.totalAvailable.bytes() / 1024, info.dedicated.bytes() / 1024,
+                         info.currentAvailable.bytes() / 1024};
     };
     const Testing::ScopedEntryPoint ati(GLAD_GL_ATI_meminfo, 1);
     {
         const Testing::ScopedEntryPoint nvx(GLAD_GL_NVX_gpu_memory_info, 1);
-        expectMemory(GL_GPU_MEMORY_INFO_TOTAL_AVAILABLE_MEMORY_NVX, GL_GPU_MEMORY_INFO_DEDICATED_VIDMEM_NVX,
-                     GL_GPU_MEMORY_INFO_CURRENT_AVAILABLE_VIDMEM_NVX);
+        EXPECT_EQ(memory(), (Kilobytes{GL_GPU_MEMORY_INFO_TOTAL_AVAILABLE_MEMORY_NVX,
+                                       GL_GPU_MEMORY_INFO_DEDICATED_VIDMEM_NVX,
+                                       GL_GPU_MEMORY_INFO_CURRENT_AVAILABLE_VIDMEM_NVX}));
     }
     const Testing::ScopedEntryPoint noNvx(GLAD_GL_NVX_gpu_memory_info, 0);
-    expectMemory(0, 0, 13);
+    EXPECT_EQ(memory(), (Kilobytes{0, 0, GL_TEXTURE_FREE_MEMORY_ATI}));
     EXPECT_TRUE(log().takeLine(
         {Log::Warning, "GL",
          "GL_NVX_gpu_memory_info extension not available, can not query total available GPU memory"}));
     const Testing::ScopedEntryPoint neither(GLAD_GL_ATI_meminfo, 0);
-    expectMemory(0, 0, 0);
+    EXPECT_EQ(memory(), Kilobytes{});
     EXPECT_TRUE(log().takeLine({Log::Warning, "GL",
                                 "Neither GL_NVX_gpu_memory_info nor GL_ATI_meminfo extensions available, "
                                 "can not query total GPU memory information."}));

@@ -3,8 +3,6 @@
 
 #include <algorithm>
 #include <glad/gl.h>
-#include <gtest/gtest.h>
-#include <initializer_list>
 #include <utility>
 
 namespace Veltrand::Testing {
@@ -48,40 +46,28 @@ AdverseState::AdverseState(std::vector<int> capabilities, bool masks)
     setMasks(masks);
     for (const int capability : m_capabilities)
         glEnable(static_cast<GLenum>(capability));
-    m_before = read();
+    for (const auto& group :
+         {readState({GL_BLEND, GL_DEPTH_TEST, GL_SCISSOR_TEST, GL_STENCIL_TEST, GL_CULL_FACE,
+                     GL_COLOR_LOGIC_OP, GL_POLYGON_SMOOTH, GL_LINE_SMOOTH, GL_RASTERIZER_DISCARD,
+                     GL_CLIP_DISTANCE0, GL_CLIP_DISTANCE7, GL_SAMPLE_MASK, GL_POLYGON_OFFSET_FILL,
+                     GL_DEPTH_CLAMP, GL_DITHER, GL_FRAMEBUFFER_SRGB, GL_PRIMITIVE_RESTART}),
+          readState({GL_BLEND_SRC_RGB, GL_BLEND_DST_RGB, GL_BLEND_SRC_ALPHA, GL_BLEND_DST_ALPHA,
+                     GL_BLEND_EQUATION_RGB, GL_BLEND_EQUATION_ALPHA, GL_DEPTH_FUNC, GL_DEPTH_WRITEMASK,
+                     GL_STENCIL_FUNC, GL_STENCIL_WRITEMASK, GL_STENCIL_BACK_WRITEMASK, GL_CULL_FACE_MODE,
+                     GL_FRONT_FACE, GL_LOGIC_OP_MODE}),
+          readState({GL_POLYGON_MODE, GL_COLOR_WRITEMASK, GL_SCISSOR_BOX, GL_VIEWPORT, GL_COLOR_CLEAR_VALUE,
+                     GL_DEPTH_CLEAR_VALUE, GL_STENCIL_CLEAR_VALUE, GL_ACTIVE_TEXTURE, GL_CURRENT_PROGRAM,
+                     GL_VERTEX_ARRAY_BINDING, GL_DRAW_FRAMEBUFFER_BINDING, GL_READ_FRAMEBUFFER_BINDING})})
+        m_before.insert(group.begin(), group.end());
 }
 
 AdverseState::~AdverseState() {
-    for (const auto& [name, values] : read())
-        EXPECT_EQ(values, m_before.at(name)) << "state 0x" << std::hex << name;
+    expectUnchanged(m_before);
     for (const int capability : m_capabilities)
         if (capability != GL_DITHER)
             glDisable(static_cast<GLenum>(capability));
     setFunctions(false);
     setMasks(false);
-}
-
-AdverseState::State AdverseState::read() {
-    State state;
-    const auto add = [&state](std::initializer_list<int> names) {
-        for (const int name : names)
-            glGetDoublev(static_cast<GLenum>(name), state[name].data());
-    };
-    add({GL_BLEND, GL_DEPTH_TEST, GL_SCISSOR_TEST, GL_STENCIL_TEST, GL_CULL_FACE, GL_COLOR_LOGIC_OP,
-         GL_POLYGON_SMOOTH, GL_LINE_SMOOTH, GL_RASTERIZER_DISCARD, GL_CLIP_DISTANCE0, GL_CLIP_DISTANCE7,
-         GL_SAMPLE_MASK, GL_POLYGON_OFFSET_FILL, GL_DEPTH_CLAMP, GL_DITHER, GL_FRAMEBUFFER_SRGB,
-         GL_PRIMITIVE_RESTART});
-    add({GL_BLEND_SRC_RGB, GL_BLEND_DST_RGB, GL_BLEND_SRC_ALPHA, GL_BLEND_DST_ALPHA, GL_BLEND_EQUATION_RGB,
-         GL_BLEND_EQUATION_ALPHA, GL_DEPTH_FUNC, GL_DEPTH_WRITEMASK, GL_STENCIL_FUNC, GL_STENCIL_WRITEMASK,
-         GL_STENCIL_BACK_WRITEMASK, GL_CULL_FACE_MODE});
-    add({GL_FRONT_FACE, GL_LOGIC_OP_MODE, GL_POLYGON_MODE, GL_COLOR_WRITEMASK, GL_SCISSOR_BOX, GL_VIEWPORT,
-         GL_COLOR_CLEAR_VALUE, GL_DEPTH_CLEAR_VALUE, GL_STENCIL_CLEAR_VALUE});
-    add({GL_ACTIVE_TEXTURE, GL_CURRENT_PROGRAM, GL_VERTEX_ARRAY_BINDING, GL_DRAW_FRAMEBUFFER_BINDING,
-         GL_READ_FRAMEBUFFER_BINDING});
-    std::array<GLboolean, 4> second{};
-    glGetBooleani_v(GL_COLOR_WRITEMASK, 1, second.data());
-    std::copy(second.begin(), second.end(), state[GL_COLOR_WRITEMASK].begin() + 4);
-    return state;
 }
 
 } // namespace Veltrand::Testing

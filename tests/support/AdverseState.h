@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
+#include "support/GLFixture.h"
+
 #include <Veltrand/Core/NotCopyable.h>
 
-#include <array>
-#include <map>
 #include <vector>
 
 namespace Veltrand::Testing {
@@ -19,9 +19,6 @@ public:
     ~AdverseState();
 
 private:
-    using State = std::map<int, std::array<double, 8>>;
-    static State read();
-
     std::vector<int> m_capabilities;
     State m_before;
 };

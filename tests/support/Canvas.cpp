@@ -40,20 +40,13 @@ Canvas::Canvas(int width, int height)
     m_framebuffer.bind();
     m_framebuffer.attach(m_texture, 0);
     glViewport(0, 0, width, height);
-    setTransform(2.0F / static_cast<float>(width), 2.0F / static_cast<float>(height), -1.0F);
+    m_program->setArgument("transform", Eigen::Vector4f(2.0F / static_cast<float>(width),
+                                                        2.0F / static_cast<float>(height), -1.0F, -1.0F));
     glVertexAttrib4f(1, 1.0F, 1.0F, 1.0F, 1.0F);
     clear();
 }
 
 Canvas::~Canvas() = default;
-
-void Canvas::takeClipCoordinates() {
-    setTransform(1.0F, 1.0F, 0.0F);
-}
-
-void Canvas::setTransform(float x, float y, float offset) {
-    m_program->setArgument("transform", Eigen::Vector4f(x, y, offset, offset));
-}
 
 void Canvas::clear() {
     glClearColor(0.0F, 0.0F, 0.0F, 0.0F);

@@ -20,16 +20,11 @@ public:
     Canvas(const Canvas&) = delete;
     Canvas& operator=(const Canvas&) = delete;
 
-    /// Positions are clip coordinates from now on.
-    void takeClipCoordinates();
     void clear();
     /// One row, a digit per pixel: 1 red + 2 green + 4 blue, each when above one half.
     [[nodiscard]] std::string row(int y) const;
-    [[nodiscard]] GL::Texture& texture() { return m_texture; }
 
 private:
-    void setTransform(float x, float y, float offset);
-
     GL::StateGuard m_guard;
     GL::Texture m_texture;
     GL::Framebuffer m_framebuffer;

@@ -5,26 +5,17 @@
 
 #include <array>
 #include <gtest/gtest.h>
+#include <initializer_list>
+#include <map>
 #include <optional>
 
 namespace Veltrand::Testing {
 
-/// The state that every function of the library has to leave alone unless it says otherwise.
-struct GLState {
-    std::array<int, 4> viewport{};
-    int framebuffer = 0;
-    int program = 0;
-    int vertexArray = 0;
-    int activeTexture = 0;
-    std::array<int, 4> blendFactors{};
-    bool blend = false;
-    bool depthTest = false;
-    bool depthMask = false;
-    int depthFunction = 0;
-    bool scissor = false;
-    friend bool operator==(const GLState&, const GLState&) = default;
-    friend std::ostream& operator<<(std::ostream& out, const GLState& state);
-};
+/// OpenGL state by name, up to four values each; colour masks also of the second draw buffer.
+using State = std::map<int, std::array<double, 8>>;
+[[nodiscard]] State readState(std::initializer_list<int> names);
+/// Fails the test for each value that is not as it was.
+void expectUnchanged(const State& before);
 
 /// Base of tests that need a context. OpenGL is started once per executable, on the thread that runs the
 /// tests; the main context is current in each test.
@@ -44,10 +35,8 @@ protected:
     [[nodiscard]] static bool hasVersion(int major, int minor);
 
 private:
-    [[nodiscard]] static GLState readState();
-
     std::optional<LogCapture> m_log;
-    GLState m_before;
+    State m_before;
 };
 
 } // namespace Veltrand::Testing

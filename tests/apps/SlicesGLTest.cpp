@@ -46,9 +46,11 @@ NiftiFile headBySform(const std::array<int, 3>& axes, const std::array<int, 3>& 
     file.sformCode = 4;
     for (int i = 0; i < 12; ++i)
         file.sform[static_cast<std::size_t>(i)] = static_cast<float>(voxelToPatient.matrix()(i / 4, i % 4));
-    std::vector<double> values;
-    for (int i = 0; i < 30 * 40 * 20; ++i)
-        values.push_back(patientValue(voxelToPatient * Eigen::Vector3d(i % 30, i / 30 % 40, i / 1200)));
+    std::vector<double> values(30 * 40 * 20);
+    for (int i = 0; double& value : values) {
+        value = patientValue(voxelToPatient * Eigen::Vector3i(i % 30, i / 30 % 40, i / 1200).cast<double>());
+        ++i;
+    }
     file.dataType = 64;
     file.setVoxels(values);
     return file;
@@ -61,8 +63,8 @@ bool hasLetter(const PngPicture& picture, char letter, int centerX, int centerY,
     const int bottom = centerY - bitmap.height * scale / 2;
     for (int y = 0; y < bitmap.height * scale; ++y)
         for (int x = 0; x < bitmap.width * scale; ++x) {
-            const auto dot = static_cast<std::size_t>(y / scale * bitmap.width + x / scale);
-            if ((picture.at(left + x, bottom + y) > 200) != (bitmap.dots[dot] != 0))
+            const int dot = y / scale * bitmap.width + x / scale;
+            if ((picture.at(left + x, bottom + y) > 200) != (bitmap.dots[static_cast<std::size_t>(dot)] != 0))
                 return false;
         }
     return true;

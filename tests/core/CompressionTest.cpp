@@ -127,10 +127,10 @@ TEST(Zstd, RefusesWhatIsNotExactlyOneHonestFrame) {
 
 TEST(Zstd, ServesSeveralThreadsAtOnce) {
     const Context context;
-    std::vector<std::thread> threads;
-    for (std::uint32_t thread = 0; thread < 4; ++thread)
-        threads.emplace_back([&context, thread] {
-            const ByteBuffer content = sample(20000 + thread, thread);
+    std::vector<std::thread> threads(4);
+    for (std::uint32_t seed = 0; std::thread & thread : threads)
+        thread = std::thread([&context, seed = seed++] {
+            const ByteBuffer content = sample(20000 + seed, seed);
             for (int i = 0; i < 5; ++i)
                 EXPECT_EQ(context.decompress(context.compress(content)).value(), content);
         });

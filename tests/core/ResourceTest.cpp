@@ -119,9 +119,9 @@ TEST(Resource, EveryRemovalWaitsForTheQueryInFlight) {
 TEST(Resource, TakesRepositoriesInAndOutWhileThreadsQuery) {
     const TestRepository lasting("Shared", {{"file", "lasting"}});
     std::atomic<int> running{3};
-    std::vector<std::thread> threads;
-    for (int thread = 0; thread < 3; ++thread)
-        threads.emplace_back([&] {
+    std::vector<std::thread> threads(3);
+    for (std::thread& thread : threads)
+        thread = std::thread([&] {
             for (int i = 0; i < 100; ++i) {
                 const TestRepository mine("Passing", {{"file", "passing"}});
                 const std::string text = content("Shared", "file");

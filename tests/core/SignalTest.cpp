@@ -184,9 +184,9 @@ TEST(ThreadSafeSignal, ConnectsAndDisconnectsWhileThreadsEmit) {
     std::atomic<int> lasting{0};
     signal.connect([&](int step) { lasting += step; });
     std::atomic<int> running{3};
-    std::vector<std::thread> threads;
-    for (int thread = 0; thread < 3; ++thread)
-        threads.emplace_back([&] {
+    std::vector<std::thread> threads(3);
+    for (std::thread& thread : threads)
+        thread = std::thread([&] {
             for (int i = 0; i < 200; ++i) {
                 signal(1);
                 signal.disconnect(signal.connect([](int) {}));

@@ -56,7 +56,7 @@ void main() {
         std::iota(expected.begin(), expected.end(), 1.F);
         for (std::size_t i = 0; i < expected.size(); ++i)
             values[i / size].data()[i % size] = static_cast<typename Matrix::Scalar>(expected[i]);
-        const auto expectUniform = [&](const std::string& name, int element) {
+        const auto expectUniform = [&](const std::string& name, std::ptrdiff_t element) {
             std::vector<float> read(size);
             glGetUniformfv(program->id(), program->loc(name), read.data());
             EXPECT_TRUE(std::equal(read.begin(), read.end(), expected.begin() + element * size)) << name;

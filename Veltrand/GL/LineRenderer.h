@@ -41,13 +41,13 @@ public:
         double stippleFactor = 1; ///< pixels per bit of the pattern
 
         Options() = default;
-        explicit Options(const Eigen::Vector4d& color, double lineWidth = 1,
-                         const Eigen::Matrix4d& modelMatrix = Eigen::Matrix4d::Identity(),
-                         unsigned short stipplePattern = 0xFFFF, double stippleFactor = 1);
+        Options(const Eigen::Vector4d& color, double lineWidth = 1,
+                const Eigen::Matrix4d& modelMatrix = Eigen::Matrix4d::Identity(),
+                unsigned short stipplePattern = 0xFFFF, double stippleFactor = 1);
         /// Opaque.
-        explicit Options(const Eigen::Vector3d& color, double lineWidth = 1,
-                         const Eigen::Matrix4d& modelMatrix = Eigen::Matrix4d::Identity(),
-                         unsigned short stipplePattern = 0xFFFF, double stippleFactor = 1);
+        Options(const Eigen::Vector3d& color, double lineWidth = 1,
+                const Eigen::Matrix4d& modelMatrix = Eigen::Matrix4d::Identity(),
+                unsigned short stipplePattern = 0xFFFF, double stippleFactor = 1);
     };
 
     /// Compiles the shaders; throws what `Program` throws. Use `get()` instead. GL: glCreateProgram, 3.3

@@ -62,6 +62,7 @@ std::vector<Combination> combinations() {
         {offscreen, "#define WITH_OIT", 44},
         {blend, "", 44},
         {font, ""},
+        {font, "#define WITH_SHADOW\n"},
         {slices, ""},
         {slices, "#define _IMGPROG_USE_BOX_TEX_COORDS\n"},
         {layers, "#define _IMGPROG_USE_GS\n"},

@@ -2,12 +2,22 @@
 // Colours glyphs by the coverage that the atlas texture holds in its red channel.
 
 uniform sampler2D u_fontTexture;
-uniform vec4 u_color = vec4(1.0);
+uniform vec4 u_color;
 
 in vec2 v_texCoord;
 
 layout(location = 0) out vec4 out_color;
 
 void main() {
-    out_color = vec4(u_color.rgb, u_color.a * texture(u_fontTexture, v_texCoord).r);
+    float coverage = texture(u_fontTexture, v_texCoord).r;
+#ifdef WITH_SHADOW
+    // Dark for bright text and bright for dark text, behind it, one pixel to the right and down.
+    float shadow = textureOffset(u_fontTexture, v_texCoord, ivec2(-1)).r;
+    float alpha = coverage + (1.0 - coverage) * shadow;
+    float brightness = dot(u_color.rgb, vec3(0.299, 0.587, 0.114));
+    vec3 color = mix(vec3(brightness < 0.5), u_color.rgb, coverage / max(alpha, 1e-6));
+    out_color = vec4(color, u_color.a * alpha);
+#else
+    out_color = vec4(u_color.rgb, u_color.a * coverage);
+#endif
 }

@@ -1,0 +1,361 @@
+// SPDX-License-Identifier: BSD-3-Clause
+#include <Veltrand/GL/FontAtlas.h>
+
+#include <Veltrand/Core/Log.h>
+#include <Veltrand/GL/InstanceManager.h>
+#include <Veltrand/GL/Program.h>
+#include <Veltrand/GL/Sampler.h>
+#include <Veltrand/GL/Texture.h>
+#include <Veltrand/GL/VertexBuffer.h>
+#include <Veltrand/GL/Viewport.h>
+#include <Veltrand/GL/detail/GlyphPacking.h>
+#include <Veltrand/GL/detail/LogMessage.h>
+
+#include <array>
+#include <cmath>
+#include <cstdint>
+#include <glad/gl.h>
+#include <iterator>
+#include <stdexcept>
+#include <string_view>
+#include <type_traits>
+#include <utf8.h>
+
+#include <ft2build.h>
+#include FT_FREETYPE_H
+#include FT_BITMAP_H
+#include FT_OUTLINE_H
+
+namespace Veltrand::GL {
+
+static_assert(std::is_nothrow_move_constructible_v<FontAtlas> &&
+              std::is_nothrow_move_assignable_v<FontAtlas> && !std::is_copy_constructible_v<FontAtlas>);
+static_assert(sizeof(FontAtlas::Glyph) == 12 * sizeof(float));
+
+namespace {
+
+using Eigen::Vector2f;
+using Eigen::Vector3f;
+
+constexpr std::string_view category = "GL.FontAtlas";
+constexpr unsigned int firstPrintable = 32;
+constexpr unsigned int firstBeyondAscii = 128;
+/// Two triangles of the corners of a quad, counter-clockwise as these.
+constexpr std::size_t quadCorners[] = {0, 1, 2, 0, 2, 3};
+/// Vertices that are enough for one draw call, and vertices for which memory is kept at most.
+constexpr std::size_t manyVertices = std::size_t{1} << 16;
+constexpr std::size_t keptVertices = manyVertices * 4;
+
+Program makeProgram(const char* defines) {
+    return {{{Program::Stage::Vertex, "VeltrandGL/FontAtlas.vert"},
+             {Program::Stage::Fragment, "VeltrandGL/FontAtlas.frag"}},
+            defines,
+            Program::Compilation::ImmediateThrow};
+}
+
+class FontAtlasProgram : public Program, public InstanceManager<FontAtlasProgram> {
+public:
+    FontAtlasProgram()
+        : Program(makeProgram("")) {}
+};
+
+/// The same with the shadow, which costs also where a uniform switches it off.
+class FontAtlasShadowProgram : public Program, public InstanceManager<FontAtlasShadowProgram> {
+public:
+    FontAtlasShadowProgram()
+        : Program(makeProgram("#define WITH_SHADOW\n")) {}
+};
+
+void closeLibrary(FT_Library library) {
+    FT_Done_FreeType(library);
+}
+
+FT_Library openLibrary() {
+    FT_Library library = nullptr;
+    if (FT_Init_FreeType(&library) == FT_Err_Ok)
+        return library;
+    constexpr const char* text = "Could not init FreeType library.";
+    logMessage(Log::Error, category, text);
+    throw std::runtime_error(text);
+}
+
+/// Whether the matrix puts whole pixels of a text onto whole pixels of the window.
+bool mapsToPixels(const Eigen::Matrix4d& matrix, const Viewport& viewport) {
+    constexpr double tolerance = 1e-3;
+    const Eigen::Vector2d halfSize = Eigen::Vector2d(viewport.width, viewport.height) / 2;
+    const Eigen::Matrix2d scale = halfSize.asDiagonal() * matrix.topLeftCorner<2, 2>();
+    const Eigen::Vector2d shift = halfSize.cwiseProduct(matrix.block<2, 1>(0, 3) + Eigen::Vector2d::Ones());
+    return (scale - Eigen::Matrix2d::Identity()).cwiseAbs().maxCoeff() * GlyphPacking::textureSize <
+               tolerance &&
+           (shift - shift.array().round().matrix()).cwiseAbs().maxCoeff() < tolerance &&
+           matrix.block<2, 1>(0, 2).isZero() && matrix.row(3) == Eigen::RowVector4d::Unit(3);
+}
+
+/// Lengths of 26.6 fixed point numbers.
+Vector2f fromFixed(const FT_Vector& vector) {
+    return Vector2f(static_cast<float>(vector.x), static_cast<float>(vector.y)) / 64;
+}
+
+/// Uploads coverages to the texture that is bound. A font's own small bitmaps may have fewer greys than
+/// rendered outlines, or gaps between rows.
+void uploadBitmap(FT_Library library, const FT_Bitmap& bitmap, const GlyphPacking::Cell& cell) {
+    const auto width = static_cast<GLsizei>(bitmap.width);
+    const auto height = static_cast<GLsizei>(bitmap.rows);
+    const auto upload = [&](const unsigned char* texels) {
+        glTexSubImage2D(GL_TEXTURE_2D, 0, cell.x, cell.y, width, height, GL_RED, GL_UNSIGNED_BYTE, texels);
+    };
+    if (bitmap.pixel_mode == FT_PIXEL_MODE_GRAY && bitmap.num_grays == 256 && bitmap.pitch == width) {
+        upload(bitmap.buffer);
+        return;
+    }
+    FT_Bitmap converted;
+    FT_Bitmap_Init(&converted);
+    if (FT_Bitmap_Convert(library, &bitmap, &converted, 1) == FT_Err_Ok) {
+        const std::size_t count = std::size_t{bitmap.width} * bitmap.rows;
+        for (std::size_t i = 0; i < count; ++i)
+            converted.buffer[i] =
+                static_cast<unsigned char>(converted.buffer[i] * 255 / (converted.num_grays - 1));
+        upload(converted.buffer);
+    }
+    FT_Bitmap_Done(library, &converted);
+}
+
+} // namespace
+
+struct FontAtlas::AsciiTable {
+    static constexpr std::size_t columns = firstBeyondAscii - firstPrintable;
+
+    [[nodiscard]] static bool contains(unsigned int codePoint) {
+        return codePoint - firstPrintable < columns;
+    }
+
+    [[nodiscard]] const Vector2f*& kerning(const CodePointPair& pair) {
+        return kernings[(pair.first - firstPrintable) * columns + (pair.second - firstPrintable)];
+    }
+
+    std::array<const Glyph*, columns> glyphs{};
+    std::array<const Vector2f*, columns * columns> kernings{};
+};
+
+FontAtlas::FontAtlas(const ByteBufferView& fontData, int pixelSize)
+    : m_ascii(std::make_unique<AsciiTable>())
+    , m_library(openLibrary(), closeLibrary)
+    , m_pixelSize(pixelSize) {
+    if (FT_New_Memory_Face(m_library.get(), reinterpret_cast<const FT_Byte*>(fontData.data()),
+                           static_cast<FT_Long>(fontData.size()), 0, &m_face) != FT_Err_Ok) {
+        logMessage(Log::Error, category, "Could not create font from buffer.");
+        throw std::runtime_error("Could not create font from buffer");
+    }
+    init();
+}
+
+FontAtlas::~FontAtlas() = default;
+FontAtlas::FontAtlas(FontAtlas&&) noexcept = default;
+FontAtlas& FontAtlas::operator=(FontAtlas&&) noexcept = default;
+
+void FontAtlas::init() {
+    if (m_pixelSize < 0 || FT_Set_Pixel_Sizes(m_face, 0, static_cast<FT_UInt>(m_pixelSize)) != FT_Err_Ok)
+        throw std::runtime_error("Could not set FreeType fontsize.");
+    m_slot = m_face->glyph;
+    (void)FontAtlasProgram::get();
+    m_texture = std::make_unique<Texture>(
+        Texture::Target::Texture2D, Eigen::Vector3i(GlyphPacking::textureSize, GlyphPacking::textureSize, 1),
+        InternalFormat::R8);
+    m_texture->setFiltering(Sampler::MinFilter::Nearest, Sampler::MagFilter::Nearest);
+    // Nothing is to the left of the first column, where a shadow looks for it.
+    m_texture->setWrapping(Sampler::Wrap::ClampToBorder);
+    m_smoothSampler = std::make_unique<Sampler>();
+    m_smoothSampler->setFiltering(Sampler::MinFilter::Linear, Sampler::MagFilter::Linear);
+    m_smoothSampler->setWrapping(Sampler::Wrap::ClampToBorder);
+    m_texture->clear<float>(Eigen::Vector4f::Zero());
+    m_vertexBuffer = std::make_unique<VertexBuffer>(Buffer::Usage::StaticDraw);
+    m_packing = std::make_unique<GlyphPacking>(m_pixelSize);
+    m_ascii->glyphs.fill(nullptr);
+    m_glyphs.clear();
+    m_glyphs.emplace(0U, Glyph{});
+}
+
+// The ASCII table is asked before the hash maps here, and filled from them.
+
+const FontAtlas::Glyph& FontAtlas::glyph(unsigned int codePoint) {
+    if (codePoint < firstPrintable)
+        return m_glyphs.at(0);
+    const bool ascii = AsciiTable::contains(codePoint);
+    if (ascii)
+        if (const Glyph* const known = m_ascii->glyphs[codePoint - firstPrintable])
+            return *known;
+    const auto found = m_glyphs.find(codePoint);
+    if (found == m_glyphs.end())
+        return rasterise(codePoint);
+    if (ascii)
+        m_ascii->glyphs[codePoint - firstPrintable] = &found->second;
+    return found->second;
+}
+
+const FontAtlas::Glyph& FontAtlas::rasterise(unsigned int codePoint) {
+    // Without room for it a glyph of any size could be asked for, which is not worth its pixels.
+    const FT_Int32 flags = m_packing->isFull() ? FT_LOAD_DEFAULT : FT_LOAD_RENDER;
+    if (FT_Load_Char(m_face, codePoint, flags) != FT_Err_Ok) {
+        logMessage(Log::Error, category,
+                   [&] { return "Loading character " + std::to_string(codePoint) + " failed!"; });
+        return m_glyphs.at(0);
+    }
+    const FT_Bitmap& bitmap = m_slot->bitmap;
+    const auto cell = m_packing->place(static_cast<int>(bitmap.width), static_cast<int>(bitmap.rows));
+    if (!cell) {
+        logMessage(Log::Error, category, [&] {
+            return "Can not prepare glyph for character " + std::to_string(codePoint) +
+                   ": texture atlas is full.";
+        });
+        return m_glyphs.try_emplace(codePoint).first->second;
+    }
+    if (bitmap.width > 0 && bitmap.rows > 0) {
+        glPixelStorei(GL_UNPACK_ALIGNMENT, 1);
+        m_texture->bind(0);
+        uploadBitmap(m_library.get(), bitmap, *cell);
+    }
+    FT_BBox box;
+    FT_Outline_Get_CBox(&m_slot->outline, &box);
+    Glyph glyph;
+    glyph.advance = {static_cast<float>(m_slot->advance.x >> 6), static_cast<float>(m_slot->advance.y >> 6)};
+    glyph.size = {static_cast<float>(bitmap.width), static_cast<float>(bitmap.rows)};
+    glyph.bearing = {static_cast<float>(m_slot->bitmap_left), static_cast<float>(m_slot->bitmap_top)};
+    glyph.atlas = {static_cast<float>(cell->x), static_cast<float>(cell->y)};
+    glyph.boxMin = fromFixed({box.xMin, box.yMin});
+    glyph.boxMax = fromFixed({box.xMax, box.yMax});
+    return m_glyphs.emplace(codePoint, glyph).first->second;
+}
+
+const Vector2f& FontAtlas::kerning(const CodePointPair& codePoints) {
+    const bool ascii = AsciiTable::contains(codePoints.first) && AsciiTable::contains(codePoints.second);
+    if (ascii)
+        if (const Vector2f* const known = m_ascii->kerning(codePoints))
+            return *known;
+    auto found = m_kernings.find(codePoints);
+    if (found == m_kernings.end())
+        found = m_kernings.emplace(codePoints, readKerning(codePoints)).first;
+    if (ascii)
+        m_ascii->kerning(codePoints) = &found->second;
+    return found->second;
+}
+
+Vector2f FontAtlas::readKerning(const CodePointPair& codePoints) const {
+    if (!FT_HAS_KERNING(m_face))
+        return {0, 0};
+    FT_Vector kerning{0, 0};
+    if (FT_Get_Kerning(m_face, FT_Get_Char_Index(m_face, codePoints.first),
+                       FT_Get_Char_Index(m_face, codePoints.second), FT_KERNING_UNFITTED,
+                       &kerning) != FT_Err_Ok) {
+        logMessage(Log::Debug, category, [&] {
+            return "Could not compute kerning between characters " + std::to_string(codePoints.first) +
+                   " and " + std::to_string(codePoints.second) + '.';
+        });
+        return {0, 0};
+    }
+    return fromFixed(kerning);
+}
+
+std::vector<unsigned int> FontAtlas::convertUtf8(const std::string& text) const {
+    std::vector<unsigned int> codePoints;
+    codePoints.reserve(text.size());
+    try {
+        utf8::utf8to32(text.begin(), text.end(), std::back_inserter(codePoints));
+    } catch (const utf8::exception& exception) {
+        logMessage(Log::Debug, category,
+                   [&] { return std::string("Invalid UTF-8 sequence: ") + exception.what(); });
+    }
+    return codePoints;
+}
+
+FontAtlas::Line FontAtlas::layOut(const std::string& text) {
+    const std::vector<unsigned int> codePoints = convertUtf8(text);
+    Line line{{}, Box(Vector2f::Zero(), Vector2f::Zero())};
+    line.glyphs.reserve(codePoints.size());
+    Vector2f pen = Vector2f::Zero();
+    for (std::size_t i = 0; i < codePoints.size(); ++i) {
+        if (i > 0)
+            pen += kerning({codePoints[i - 1], codePoints[i]});
+        const Glyph& placed = glyph(codePoints[i]);
+        line.glyphs.push_back({&placed, pen});
+        line.box.extend((pen + placed.boxMin).array().floor().matrix());
+        line.box.extend((pen + placed.boxMax).array().ceil().matrix());
+        pen += placed.advance;
+    }
+    return line;
+}
+
+FontAtlas::Box FontAtlas::bounds(const std::string& text) {
+    return layOut(text).box;
+}
+
+void FontAtlas::addLine(const Line& line, const Eigen::Vector3d& position) {
+    const Vector3f start = position.cast<float>();
+    for (const PlacedGlyph& placed : line.glyphs) {
+        const Glyph& glyph = *placed.glyph;
+        if ((glyph.advance.array() <= 0).all() || (glyph.size.array() <= 0).any())
+            continue;
+        // One texel more to the right and below, which is free in the atlas, for the shadow.
+        const Vector2f size = glyph.size + Vector2f::Ones();
+        const float left = std::round(start.x() + placed.pen.x() + glyph.bearing.x());
+        const float top = std::round(start.y() + placed.pen.y() + glyph.bearing.y());
+        const float right = left + size.x();
+        const float bottom = top - size.y();
+        const Vector2f texTop = glyph.atlas / GlyphPacking::textureSize;
+        const Vector2f texBottom = (glyph.atlas + size) / GlyphPacking::textureSize;
+        const Vector3f corners[] = {{left, top, start.z()},
+                                    {left, bottom, start.z()},
+                                    {right, bottom, start.z()},
+                                    {right, top, start.z()}};
+        const Vector2f texCorners[] = {
+            texTop, {texTop.x(), texBottom.y()}, texBottom, {texBottom.x(), texTop.y()}};
+        for (const std::size_t corner : quadCorners) {
+            m_positions.push_back(corners[corner]);
+            m_texCoords.push_back(texCorners[corner]);
+        }
+    }
+}
+
+bool FontAtlas::hasManyLines() const {
+    return m_positions.size() >= manyVertices;
+}
+
+void FontAtlas::drawLines(const Viewport& viewport, const Eigen::Matrix4d& viewMatrix,
+                          const Eigen::Vector4d& color, bool shadowing) {
+    if (m_positions.empty())
+        return;
+    m_vertexBuffer->bind();
+    m_vertexBuffer->setData(m_positions, m_texCoords);
+    Program& program =
+        shadowing ? static_cast<Program&>(*FontAtlasShadowProgram::get()) : *FontAtlasProgram::get();
+    program.enable();
+    if (mapsToPixels(viewMatrix, viewport))
+        program.setArgument("u_fontTexture", *m_texture);
+    else
+        program.setArgument("u_fontTexture", *m_texture, *m_smoothSampler);
+    program.setArgument("u_viewMatrix", viewMatrix);
+    program.setArgument("u_shadowing", shadowing);
+    program.setArgument("u_color", color);
+    m_vertexBuffer->draw(Primitive::Triangles);
+    program.unbindImages(true);
+    program.disable();
+    m_positions.clear();
+    m_texCoords.clear();
+    if (m_positions.capacity() > keptVertices) {
+        m_positions.shrink_to_fit();
+        m_texCoords.shrink_to_fit();
+    }
+}
+
+void FontAtlas::renderLine(const std::string& text, const Eigen::Matrix4d& viewMatrix,
+                           const Eigen::Vector3d& position, const Eigen::Vector4d& color, bool shadowing) {
+    addLine(layOut(text), position);
+    Viewport viewport;
+    viewport.retrieve();
+    drawLines(viewport, viewMatrix, color, shadowing);
+}
+
+double FontAtlas::lineHeightPx() const {
+    return m_pixelSize * 1.2;
+}
+
+} // namespace Veltrand::GL

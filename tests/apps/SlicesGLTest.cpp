@@ -46,7 +46,7 @@ NiftiFile headBySform(const std::array<int, 3>& axes, const std::array<int, 3>& 
     file.sformCode = 4;
     for (int i = 0; i < 12; ++i)
         file.sform[static_cast<std::size_t>(i)] = static_cast<float>(voxelToPatient.matrix()(i / 4, i % 4));
-    std::vector<double> values(30 * 40 * 20);
+    std::vector<double> values(24000);
     for (int i = 0; double& value : values) {
         value = patientValue(voxelToPatient * Eigen::Vector3i(i % 30, i / 30 % 40, i / 1200).cast<double>());
         ++i;

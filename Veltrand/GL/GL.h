@@ -31,6 +31,7 @@ class Buffer;
 class Context;
 class ContextGLX;
 class ContextManager;
+class FixedFunctionPipeline;
 class FontAtlas;
 class Framebuffer;
 class FullscreenSquare;

@@ -14,8 +14,30 @@ in VertexData {
     vec3 texCoord;
 } v_in;
 
-#ifndef WITH_OIT
+#ifdef WITH_OIT
+// What is left out below is not stored; there is nothing to discard.
+layout(early_fragment_tests) in;
+#else
 layout(location = 0) out vec4 out_color;
+#endif
+
+#ifdef WIDE_LINES
+uniform uint u_stipplePattern = 0xFFFFu;
+noperspective in float v_stippleBits; // bits of the pattern since the line's start
+
+float coverage() {
+    return (u_stipplePattern >> (uint(max(v_stippleBits, 0.0)) & 15u) & 1u) == 1u ? 1.0 : 0.0;
+}
+#else
+uniform bool u_pointSmoothing = false;
+
+float coverage() {
+    if (!u_pointSmoothing)
+        return 1.0;
+    // The slope tells how large the driver has made the point, with its edge; other primitives have none.
+    float slope = abs(dFdx(gl_PointCoord.x));
+    return slope > 0.0 ? clamp((0.5 - distance(gl_PointCoord, vec2(0.5))) / slope, 0.0, 1.0) : 1.0;
+}
 #endif
 
 void main() {
@@ -26,9 +48,14 @@ void main() {
         color *= texture(u_tex2d, v_in.texCoord.xy);
     else if (u_texType == 3)
         color *= texture(u_tex3d, v_in.texCoord);
+    float covered = coverage();
+    color.a *= covered;
 #ifdef WITH_OIT
-    oit_addFragment(color);
+    if (covered > 0.0)
+        oit_addFragment(color);
 #else
+    if (covered == 0.0)
+        discard;
     out_color = color;
 #endif
 }

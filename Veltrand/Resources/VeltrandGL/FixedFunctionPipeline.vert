@@ -11,6 +11,7 @@ uniform mat4 u_projectionMatrix = mat4(1.0);
 uniform mat4 u_viewMatrix = mat4(1.0);
 uniform mat4 u_modelMatrix = mat4(1.0);
 uniform float u_pointSize = 1.0; // pixels
+uniform bool u_pointSmoothing = false;
 uniform vec3 u_texCoordScaling = vec3(1.0);
 uniform vec3 u_texCoordOffset = vec3(0.0);
 
@@ -21,7 +22,9 @@ out VertexData {
 
 void main() {
     gl_Position = u_projectionMatrix * (u_viewMatrix * (u_modelMatrix * a_position));
-    gl_PointSize = u_pointSize;
+    // Squares have whole pixels; the smooth edge of a disc lies half a pixel to both sides of its border.
+    float size = max(u_pointSize, 1.0);
+    gl_PointSize = u_pointSmoothing ? size + 1.0 : floor(size + 0.5);
     v_out.color = a_color;
     v_out.texCoord = a_texCoord.xyz * u_texCoordScaling + u_texCoordOffset;
 }

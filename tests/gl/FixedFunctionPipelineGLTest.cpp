@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include "support/CallCounter.h"
 #include "support/GLFixture.h"
+#include "support/ScopedEntryPoint.h"
 
 #include <Veltrand/GL/Context.h>
 #include <Veltrand/GL/ContextManager.h>
@@ -16,6 +17,7 @@
 
 #include <Eigen/Geometry>
 #include <algorithm>
+#include <functional>
 #include <glad/gl.h>
 #include <gtest/gtest.h>
 #include <optional>
@@ -31,6 +33,7 @@ using Eigen::Vector3i;
 using Eigen::Vector4f;
 using Color = Eigen::Matrix<unsigned char, 4, 1>;
 using Picture = std::vector<Color>;
+using Testing::ScopedEntryPoint;
 using Selection = FixedFunctionPipeline::ShaderSelection;
 
 constexpr int edge = 64;
@@ -227,6 +230,183 @@ TEST_F(FixedFunctionPipelineGL, DrawsWhatTheDriversOwnPipelineDraws) {
     ASSERT_TRUE(ContextManager::makeCurrent());
     if (!hasPipeline)
         GTEST_SKIP() << "there is no compatibility context";
+}
+
+// A line over the target, in pixels; additive, so that a pixel that is drawn twice shows it.
+Picture drawLine(Selection selection, Primitive primitive, const std::vector<Vector3f>& points,
+                 const std::function<void(FixedFunctionPipeline&)>& configure,
+                 const ViewState& view = ViewState({0, 0, edge, edge}, createOrtho2d(edge, edge),
+                                                   Matrix4d::Identity())) {
+    return render([&] {
+        glEnable(GL_BLEND);
+        glBlendFunc(GL_ONE, GL_ONE);
+        auto& pipeline = *FixedFunctionPipeline::get();
+        pipeline.enable(view, selection, nullptr);
+        pipeline.setDefaultColor(Vector3d(0.4, 0.4, 0.4));
+        configure(pipeline);
+        VertexBuffer buffer(Buffer::Usage::StaticDraw);
+        buffer.setData(points);
+        buffer.draw(primitive);
+        pipeline.disable();
+    });
+}
+
+TEST_F(FixedFunctionPipelineGL, BuildsProgramsWhenNeededAndTriesAgain) {
+    auto& pipeline = *FixedFunctionPipeline::get();
+    const auto enable = [&] { pipeline.enableWithoutReset(Selection::WideLinesAdjacency, nullptr); };
+    {
+        const ScopedEntryPoint broken(glad_glCompileShader, [](GLuint) {});
+        EXPECT_THROW(enable(), std::runtime_error);
+        (void)log().take("GL.Program");
+    }
+    Testing::CallCounter<glad_glLinkProgram> links;
+    enable();
+    EXPECT_EQ(links.take(), 1);
+    (void)render([] { // the samplers of a program that was never reset must not contradict each other
+        VertexBuffer buffer(Buffer::Usage::StaticDraw);
+        buffer.setData(std::vector<Vector3f>(4, Vector3f::Zero()));
+        buffer.draw(Primitive::LinesAdjacency);
+    });
+    enable();
+    EXPECT_EQ(links.take(), 0);
+    pipeline.disable();
+}
+
+TEST_F(FixedFunctionPipelineGL, SizesFollowTheScaleAndColorsTheContext) {
+    auto& pipeline = *FixedFunctionPipeline::get();
+    const auto uniform = [](const char* name) {
+        const auto program = GLuint(getInt(GL_CURRENT_PROGRAM));
+        float value = -1;
+        glGetUniformfv(program, glGetUniformLocation(program, name), &value);
+        return value;
+    };
+    const auto color = [] {
+        Vector4f value;
+        glGetVertexAttribfv(2, GL_CURRENT_VERTEX_ATTRIB, value.data());
+        return value;
+    };
+    Testing::CallCounter<glad_glEnable> enabled;
+    setDpiScale(1.5);
+    pipeline.enable(perspectiveView(), Selection::WideLines, nullptr);
+    EXPECT_EQ(uniform("u_lineWidth"), 1);
+    EXPECT_EQ(color(), Vector4f(0, 0, 0, 1));
+    pipeline.setLineWidth(2);
+    pipeline.setStippleFactor(4);
+    pipeline.setDefaultColor(Vector3d(1, 0, 0));
+    EXPECT_EQ(uniform("u_lineWidth"), 3);
+    EXPECT_EQ(uniform("u_stippleFactor"), 6);
+    EXPECT_EQ(color(), Vector4f(1, 0, 0, 1));
+    pipeline.enable(perspectiveView(), Selection::Plain, nullptr);
+    EXPECT_EQ(uniform("u_pointSize"), 1);
+    EXPECT_EQ(color(), Vector4f(0, 0, 0, 1));
+    pipeline.setPointSize(3);
+    EXPECT_EQ(uniform("u_pointSize"), 4.5F);
+    (void)enabled.take();
+    pipeline.enablePointSmoothing();
+    EXPECT_EQ(enabled.take(), ContextManager::useCoreContext() ? 0 : 1);
+    pipeline.enableTexturing(makeTexture(2));
+    EXPECT_EQ(uniform("u_texType"), 2);
+    pipeline.enableTexturing(
+        Texture(Texture::Target::TextureRectangle, Vector3i::Ones(), InternalFormat::R8));
+    EXPECT_EQ(uniform("u_texType"), 0);
+    pipeline.disable();
+    setDpiScale(1);
+}
+
+TEST_F(FixedFunctionPipelineGL, WideLinesHaveTheirWidthAndStipple) {
+    const Picture picture =
+        drawLine(Selection::WideLines, Primitive::Lines, {{8, 32.5F, 0}, {60, 32.5F, 0}}, [](auto& pipeline) {
+            pipeline.setLineWidth(5);
+            pipeline.setStippleFactor(3);
+            pipeline.setStipplePattern(0x0005);
+        });
+    for (int i = 0; i < edge * edge; ++i) {
+        const int x = i % edge - 8;
+        const bool set = std::abs(i / edge - 32) <= 2 && x >= 0 && x < 52 && (0x5 >> x / 3 % 16 & 1) != 0;
+        EXPECT_EQ(int(picture[std::size_t(i)].x()), set ? 102 : 0) << i % edge << ", " << i / edge;
+    }
+}
+
+// A strip with a right, a blunt and a very sharp turn: all of its segments are covered, no pixel twice, and
+// nothing that is farther away than a mitre reaches.
+TEST_F(FixedFunctionPipelineGL, NeighboursJoinWithoutGapOrOverlap) {
+    const std::vector<Vector3f> points{{6, 6, 0},  {6, 6, 0},   {6, 56, 0},  {30, 44, 0},
+                                       {35, 8, 0}, {42, 58, 0}, {58, 12, 0}, {58, 12, 0}};
+    const float half = 3.5F;
+    const Picture picture = drawLine(Selection::WideLinesAdjacency, Primitive::LineStripAdjacency, points,
+                                     [](auto& pipeline) { pipeline.setLineWidth(7); });
+    for (int i = 0; i < edge * edge; ++i) {
+        const Vector3f pixel(float(i % edge) + 0.5F, float(i / edge) + 0.5F, 0);
+        bool covered = false;
+        float distance = edge;
+        for (std::size_t k = 1; k + 2 < points.size(); ++k) {
+            const Vector3f line = points[k + 1] - points[k];
+            const float along = (pixel - points[k]).dot(line) / line.squaredNorm();
+            const float nearest = (pixel - points[k] - std::clamp(along, 0.F, 1.F) * line).norm();
+            covered = covered || (along > 0.01F && along < 0.99F && nearest < half - 0.1F);
+            distance = std::min(distance, nearest);
+        }
+        const int value = picture[std::size_t(i)].x();
+        EXPECT_TRUE(value == 102 || (value == 0 && !covered)) << value << " at " << pixel.transpose();
+        EXPECT_TRUE(value == 0 || distance < 4 * half) << pixel.transpose();
+    }
+}
+
+TEST_F(FixedFunctionPipelineGL, LinesAreClippedAtTheNearPlane) {
+    const ViewState view({0, 0, edge, edge}, createPerspective(1, 1, 1, 20), Matrix4d::Identity());
+    const auto wide = [](auto& pipeline) { pipeline.setLineWidth(6); };
+    const Vector3f far(-0.8F, 0.9F, -4);
+    const Vector3f near(0.1F, -0.3F, -1);
+    const Vector3f behind = near + (near - far);
+    const Picture expected = drawLine(Selection::WideLines, Primitive::Lines, {far, near}, wide, view);
+    EXPECT_EQ(drawLine(Selection::WideLines, Primitive::Lines, {far, behind}, wide, view), expected);
+    EXPECT_EQ(drawLine(Selection::WideLinesAdjacency, Primitive::LineStripAdjacency,
+                       {far, far, behind, behind + Vector3f(1, 1, 1), behind}, wide, view),
+              expected);
+}
+
+TEST_F(FixedFunctionPipelineGL, TransparencyTakesTheFragmentsOfEachProgram) {
+    if (!OrderIndependentTransparency::isSupported())
+        GTEST_SKIP() << "needs OpenGL 4.4";
+    OrderIndependentTransparency transparency;
+    Texture background(Vector3i(edge, edge, 1), InternalFormat::RGBA8);
+    Texture depth(Vector3i(edge, edge, 1), InternalFormat::DepthComponent32F);
+    background.clear(Vector4f(0, 0, 0, 1));
+    depth.clear(Vector4f(1, 1, 1, 1));
+    const std::vector<Vector3f> points{
+        {-0.9F, -0.6F, 0.5F}, {-0.9F, -0.6F, 0.5F}, {0, 0.8F, 0}, {0.9F, -0.6F, -0.5F}, {0.9F, -0.6F, -0.5F}};
+    VertexBuffer buffer(Buffer::Usage::StaticDraw);
+    buffer.setData(points);
+    const ViewState view({0, 0, edge, edge}, Matrix4d::Identity(), Matrix4d::Identity());
+    auto& pipeline = *FixedFunctionPipeline::get();
+    for (const auto& [selection, primitive] :
+         {std::pair(Selection::Plain, Primitive::Points),
+          {Selection::WideLines, Primitive::LineStrip},
+          {Selection::WideLinesAdjacency, Primitive::LineStripAdjacency}}) {
+        const auto draw = [&, s = selection, p = primitive](const OrderIndependentTransparency* target) {
+            pipeline.enable(view, s, target);
+            pipeline.setDefaultColor(Eigen::Vector4d(1, 0.5, 0.2, 0.4));
+            pipeline.setPointSize(9);
+            pipeline.setLineWidth(9);
+            pipeline.setStipplePattern(0x0FFF);
+            pipeline.enablePointSmoothing();
+            buffer.draw(p);
+            pipeline.disable();
+        };
+        transparency.reset({edge, edge}, false);
+        const Picture gathered = render([&] {
+            draw(&transparency);
+            EXPECT_FALSE(GL::getBool(GL_BLEND));
+            transparency.renderBlendedFragments(background, depth);
+        });
+        expectAlike(gathered, render([&] {
+                        glEnable(GL_BLEND);
+                        glBlendFuncSeparate(GL_SRC_ALPHA, GL_ONE_MINUS_SRC_ALPHA, GL_ONE,
+                                            GL_ONE_MINUS_SRC_ALPHA);
+                        draw(nullptr);
+                    }),
+                    "transparency");
+    }
 }
 
 } // namespace

@@ -18,7 +18,7 @@ struct TextBitmap {
 };
 
 /// Draws @p text in a 5 by 7 dot type, one dot between characters. There are glyphs for the capital
-/// letters but F K Q V X Z, for x y z m, digits, '=', '-', '.' and blank; anything else becomes '?'.
+/// letters but K Q V Z, for x y z m, digits, '=', '-', '.' and blank; anything else becomes '?'.
 [[nodiscard]] TextBitmap drawText(std::string_view text);
 
 } // namespace Veltrand::Apps

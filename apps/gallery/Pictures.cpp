@@ -7,13 +7,15 @@ namespace Veltrand::Apps {
 
 namespace {
 
-constexpr std::array<Picture, 5> AllPictures{{
+constexpr std::array<Picture, 6> AllPictures{{
     {"slices", "axial, coronal and sagittal slices through one point", drawSlices},
     {"projection", "the brightest voxels along three axes", drawProjection},
     {"filtered", "a detail raw, after a 3x3x3 mean, and as the length of its gradient", drawFiltered},
     {"transparency", "regions within the head as translucent surfaces, by two ways of drawing",
      drawTransparency},
     {"lines", "a test card of wide lines: widths, joins, stipples, colours", drawLines},
+    {"fixedfunction", "legacy drawing on a core context, and by the driver's own pipeline",
+     drawFixedFunction},
 }};
 
 } // namespace

@@ -40,6 +40,7 @@ struct Picture {
 [[nodiscard]] Utils::Span<const Picture> allPictures();
 
 void drawFiltered(const Scene& scene, const Canvas& canvas);
+void drawFixedFunction(const Scene& scene, const Canvas& canvas);
 void drawLines(const Scene& scene, const Canvas& canvas);
 void drawProjection(const Scene& scene, const Canvas& canvas);
 void drawSlices(const Scene& scene, const Canvas& canvas);

@@ -56,6 +56,8 @@ FixedFunctionPipeline::FixedFunctionPipeline()
     for (std::size_t i = 0; i < targets.size(); ++i) {
         m_placeholders[i] =
             std::make_unique<Texture>(targets[i], Eigen::Vector3i::Ones(), InternalFormat::R8);
+        // Software drivers read all three for every fragment, so they had better be cheap.
+        m_placeholders[i]->setFiltering(Sampler::MinFilter::Nearest, Sampler::MagFilter::Nearest);
         Texture::unbind(0, targets[i]);
     }
 }

@@ -12,6 +12,7 @@
 #include <Veltrand/GL/Texture.h>
 #include <Veltrand/GL/VertexBuffer.h>
 
+#include <algorithm>
 #include <memory>
 #include <string_view>
 
@@ -165,9 +166,10 @@ void drawFixedFunction(const Scene& scene, const Canvas& canvas) {
 
     const LabelPainter labels;
     const int rightHalf = canvas.size().x() / 2;
+    const int captionScale = std::clamp(rightHalf / 400, 1, 4);
     const auto show = [&](const GL::Texture& image, int left, std::string_view caption) {
         showImage(image, left + gap, captionHeight);
-        labels.drawText(caption, left + rightHalf / 2, captionHeight / 2, 2, TextColor);
+        labels.drawText(caption, left + rightHalf / 2, captionHeight / 2, captionScale, TextColor);
     };
     show(ours, 0, "CORE CONTEXT");
 
@@ -184,7 +186,8 @@ void drawFixedFunction(const Scene& scene, const Canvas& canvas) {
     if (theirs)
         show(*theirs, rightHalf, "FIXED FUNCTION");
     else
-        labels.drawText("NO FIXED FUNCTION", rightHalf * 3 / 2, canvas.size().y() / 2, 2, TextColor);
+        labels.drawText("NO FIXED FUNCTION", rightHalf * 3 / 2, canvas.size().y() / 2, captionScale,
+                        TextColor);
 }
 
 } // namespace Veltrand::Apps

@@ -103,10 +103,16 @@ LegacyScene::LegacyScene(const Scene& scene, const Eigen::Vector2i& size)
     m_views.push_back(spaceView());
 }
 
+GL::Viewport LegacyScene::viewportOf(const Vector2f& origin, const Vector2f& size) const {
+    const auto pixels = [this](float units) { return int(std::lround(units * m_scale)); };
+    const int left = (m_size.x() - pixels(Width)) / 2;
+    const int bottom = (m_size.y() - pixels(Height)) / 2;
+    return {left + pixels(origin.x()), bottom + pixels(origin.y()), pixels(size.x()), pixels(size.y())};
+}
+
 LegacyView LegacyScene::flatView() const {
-    LegacyView flat{{{0, 0, m_size.x(), m_size.y()},
-                     GL::createOrtho(0, double(m_size.x()) / double(m_scale), 0,
-                                     double(m_size.y()) / double(m_scale), -1, 1),
+    LegacyView flat{{viewportOf({0, 0}, {Width, Height}),
+                     GL::createOrtho(0, double(Width), 0, double(Height), -1, 1),
                      Eigen::Matrix4d::Identity()},
                     {}};
     addPoints(flat.figures);
@@ -210,8 +216,7 @@ LegacyView LegacyScene::spaceView() const {
         .rotate(Eigen::AngleAxisd(-1.1, Vector3d::UnitX()))
         .rotate(Eigen::AngleAxisd(2.6, Vector3d::UnitZ()))
         .translate(-bounds.center());
-    const auto pixels = [this](float units) { return int(std::lround(units * m_scale)); };
-    const GL::Viewport viewport{pixels(385), pixels(5), pixels(390), pixels(450)};
+    const GL::Viewport viewport = viewportOf({385, 5}, {390, 450});
     LegacyView space{
         {viewport,
          GL::createPerspective(0.62, double(viewport.width) / viewport.height, 0.2 * diagonal, 4 * diagonal),

@@ -35,16 +35,17 @@ struct LegacyView {
     std::vector<LegacyFigure> figures;
 };
 
-/// Drawing in the style of the nineties, with blending: points, lines, stipples, joins, vertex colours,
-/// textures, and a slice of the volume in a box of lines.
+/// A drawing in the style of fixed-function OpenGL, with blending: points, lines, stipples, joins, vertex
+/// colours, textures, and a slice of the volume in a box of lines.
 class LegacyScene {
 public:
     LegacyScene(const Scene& scene, const Eigen::Vector2i& size);
 
-    /// Where to draw, with the origin at the lower left corner of the scene.
+    /// In the order in which they are drawn; viewports count from the lower left corner of the scene.
     [[nodiscard]] const std::vector<LegacyView>& views() const { return m_views; }
 
 private:
+    [[nodiscard]] GL::Viewport viewportOf(const Eigen::Vector2f& origin, const Eigen::Vector2f& size) const;
     [[nodiscard]] LegacyView flatView() const;
     [[nodiscard]] LegacyView spaceView() const;
     void addPoints(std::vector<LegacyFigure>& figures) const;

@@ -1,4 +1,6 @@
 // SPDX-License-Identifier: BSD-3-Clause
+#include "RatioReporter.h"
+
 #include <Veltrand/Core/Log.h>
 #include <Veltrand/GL/ContextManager.h>
 #include <Veltrand/GL/Debug.h>
@@ -7,11 +9,21 @@
 #include <benchmark/benchmark.h>
 #include <cstdio>
 #include <exception>
+#include <vector>
 
-// Each measurement of ours stands beside a floor of the same name with "Floor": the same work in plain
-// OpenGL.
+// Each measurement of ours stands beside a floor of the same name with "/Floor": the same work in plain OpenGL.
+// All are repeated in mixed order, so that what else the machine does falls on all alike; arguments of the
+// caller come later and win.
 int main(int argc, char** argv) {
     using namespace Veltrand;
+    std::vector<char*> arguments(argv, argv + argc);
+    char repetitions[] = "--benchmark_repetitions=5";
+    char mixed[] = "--benchmark_enable_random_interleaving=true";
+    char time[] = "--benchmark_min_time=0.1";
+    arguments.insert(arguments.begin() + 1, {repetitions, mixed, time});
+    arguments.push_back(nullptr);
+    argc += 3;
+    argv = arguments.data();
     benchmark::Initialize(&argc, argv);
     if (benchmark::ReportUnrecognizedArguments(argc, argv))
         return 2;
@@ -24,7 +36,8 @@ int main(int argc, char** argv) {
     }
     benchmark::AddCustomContext("renderer", GL::platformInfo().rendererString);
     benchmark::AddCustomContext("version", GL::platformInfo().versionString);
-    benchmark::RunSpecifiedBenchmarks();
+    GL::RatioReporter reporter;
+    benchmark::RunSpecifiedBenchmarks(&reporter);
     const bool clean = GL::Debug::check() == GL::Debug::Error::NoError;
     GL::deinit();
     benchmark::Shutdown();

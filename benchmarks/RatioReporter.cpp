@@ -1,0 +1,107 @@
+// SPDX-License-Identifier: BSD-3-Clause
+#include "RatioReporter.h"
+
+#include <algorithm>
+#include <array>
+#include <cstdio>
+#include <utility>
+
+namespace Veltrand::GL {
+
+namespace {
+
+struct Limit {
+    std::string name;
+    std::string base;
+    double limit;
+};
+
+std::vector<Limit>& limits() {
+    static std::vector<Limit> list;
+    return list;
+}
+
+std::string timeText(double seconds) {
+    const std::pair<double, const char*> units[] = {{1, "s"}, {1e-3, "ms"}, {1e-6, "us"}};
+    std::array<char, 32> text{};
+    for (const auto& [unit, name] : units)
+        if (seconds >= unit) {
+            std::snprintf(text.data(), text.size(), "%.3g %s", seconds / unit, name);
+            return text.data();
+        }
+    std::snprintf(text.data(), text.size(), "%.3g ns", seconds * 1e9);
+    return text.data();
+}
+
+std::string fullName(const std::pair<std::string, std::string>& key) {
+    return key.second.empty() ? key.first : key.first + " " + key.second;
+}
+
+void printRatio(const std::string& name, const std::string& base, double best, double median, double limit) {
+    std::printf("%-36s %-36s %7.3g %7.3g", name.c_str(), base.c_str(), best, median);
+    if (limit > 0)
+        std::printf(" %7.3g%s", limit, best <= limit ? "" : "  missed");
+    std::printf("\n");
+}
+
+} // namespace
+
+RatioLimit::RatioLimit(std::string name, std::string base, double limit) {
+    limits().push_back({std::move(name), std::move(base), limit});
+}
+
+bool RatioReporter::ReportContext(const Context& context) {
+    PrintBasicContext(&GetErrorStream(), context);
+    std::printf("%-48s %10s %10s\n", "benchmark", "best", "median");
+    return true;
+}
+
+void RatioReporter::ReportRuns(const std::vector<Run>& runs) {
+    std::vector<double> seconds;
+    for (const Run& run : runs) {
+        if (run.error_occurred)
+            std::printf("%-48s %s\n", run.benchmark_name().c_str(), run.error_message.c_str());
+        else if (run.run_type == Run::RT_Iteration)
+            seconds.push_back(run.real_accumulated_time / static_cast<double>(run.iterations));
+    }
+    if (seconds.empty())
+        return;
+    std::sort(seconds.begin(), seconds.end());
+    const Times times{seconds.front(), seconds[seconds.size() / 2]};
+    const Key key(runs.front().run_name.function_name, runs.front().run_name.args);
+    m_times[key] = times;
+    std::printf("%-48s %10s %10s", fullName(key).c_str(), timeText(times.best).c_str(),
+                timeText(times.median).c_str());
+    for (const auto& [name, counter] : runs.front().counters)
+        std::printf("  %s=%.4g", name.c_str(), counter.value);
+    std::printf("\n");
+    std::fflush(stdout);
+}
+
+const RatioReporter::Times* RatioReporter::findBase(const std::string& name,
+                                                    const std::string& arguments) const {
+    auto found = m_times.find({name, arguments});
+    if (found == m_times.end())
+        found = m_times.find({name, ""});
+    return found == m_times.end() ? nullptr : &found->second;
+}
+
+void RatioReporter::Finalize() {
+    std::printf("\n%-36s %-36s %7s %7s %7s\n", "time of", "in times of", "best", "median", "limit");
+    for (const auto& [key, times] : m_times) {
+        std::vector<Limit> comparisons;
+        for (const Limit& limit : limits())
+            if (limit.name == key.first)
+                comparisons.push_back(limit);
+        const std::string floor = key.first + "/Floor";
+        if (std::none_of(comparisons.begin(), comparisons.end(),
+                         [&floor](const Limit& limit) { return limit.base == floor; }))
+            comparisons.push_back({key.first, floor, 0});
+        for (const Limit& comparison : comparisons)
+            if (const Times* const base = findBase(comparison.base, key.second))
+                printRatio(fullName(key), comparison.base, times.best / base->best,
+                           times.median / base->median, comparison.limit);
+    }
+}
+
+} // namespace Veltrand::GL

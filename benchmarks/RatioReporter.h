@@ -1,0 +1,39 @@
+// SPDX-License-Identifier: BSD-3-Clause
+#pragma once
+
+#include <benchmark/benchmark.h>
+#include <map>
+#include <string>
+#include <vector>
+
+namespace Veltrand::GL {
+
+/// Promises that a benchmark takes at most @p limit times as long as another one of the same arguments, or of
+/// none. Make it at namespace scope, beside the benchmarks. Without one, a benchmark is only compared with the
+/// one that has "/Floor" behind its name.
+class RatioLimit {
+public:
+    RatioLimit(std::string name, std::string base, double limit);
+};
+
+/// Prints the best and the median time of each benchmark's repetitions, and at the end how the benchmarks
+/// compare.
+class RatioReporter : public benchmark::BenchmarkReporter {
+public:
+    bool ReportContext(const Context& context) override;
+    void ReportRuns(const std::vector<Run>& runs) override;
+    void Finalize() override;
+
+private:
+    struct Times {
+        double best = 0; ///< seconds
+        double median = 0;
+    };
+    using Key = std::pair<std::string, std::string>; ///< name and arguments
+
+    [[nodiscard]] const Times* findBase(const std::string& name, const std::string& arguments) const;
+
+    std::map<Key, Times> m_times;
+};
+
+} // namespace Veltrand::GL

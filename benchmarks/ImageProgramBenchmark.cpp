@@ -217,9 +217,9 @@ BENCHMARK(meanSeparable)->Name("mean256/ThreePasses")->UseRealTime();
 
 void meanHostFloor(benchmark::State& state) {
     const RawImageProgram program(VolumeWork::meanStatements);
-    timeFromHostToHostRaw(
-        state, VolumeWork::findMeanError,
-        [&](const Texture& input, const Texture& output) { program.compute(input, output); });
+    timeFromHostToHostRaw(state, VolumeWork::findMeanError, [&](const Texture& input, const Texture& output) {
+        program.compute(input, output);
+    });
 }
 BENCHMARK(meanHostFloor)->Name("meanHostToHost/Floor")->UseRealTime();
 

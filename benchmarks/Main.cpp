@@ -11,9 +11,9 @@
 #include <exception>
 #include <vector>
 
-// Each measurement of ours stands beside a floor of the same name with "/Floor": the same work in plain OpenGL.
-// All are repeated in mixed order, so that what else the machine does falls on all alike; arguments of the
-// caller come later and win.
+// Each measurement of ours stands beside a floor of the same name with "/Floor": the same work in plain
+// OpenGL. All are repeated in mixed order, so that what else the machine does falls on all alike; arguments
+// of the caller come later and win.
 int main(int argc, char** argv) {
     using namespace Veltrand;
     std::vector<char*> arguments(argv, argv + argc);

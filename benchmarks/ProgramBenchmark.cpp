@@ -1,5 +1,8 @@
 // SPDX-License-Identifier: BSD-3-Clause
-#include <Veltrand/Core/Resource.h>
+#include "RatioReporter.h"
+#include "tests/support/CallCounter.h"
+#include "tests/support/MapRepository.h"
+
 #include <Veltrand/GL/AbstractInclude.h>
 #include <Veltrand/GL/Program.h>
 #include <Veltrand/GL/ProgramCache.h>
@@ -8,51 +11,35 @@
 #include <Eigen/Core>
 #include <benchmark/benchmark.h>
 #include <glad/gl.h>
-#include <map>
 #include <string>
+#include <tuple>
+#include <utility>
 #include <vector>
 
 namespace Veltrand::GL {
 
 namespace {
 
-class Shaders : public Resource::Repository {
-public:
-    Shaders() {
-        m_files["plain.vert"] = "#version 330\n"
-                                "layout(location = 0) in vec2 position;\n"
-                                "uniform vec4 offset;\n"
-                                "void main() { gl_Position = vec4(position, 0, 1) + offset; }\n";
-        m_files["plain.frag"] = "#version 330\n"
-                                "out vec4 color;\n"
-                                "void main() { color = vec4(1); }\n";
-        std::string main = "#version 330\n";
-        for (int file = 0; file < 16; ++file) {
-            const std::string name = "part" + std::to_string(file) + ".glh";
-            std::string& text = m_files[name];
-            for (int line = 0; line < 1000; ++line)
-                text += "float value" + std::to_string(line) + "(vec3 p) { return texture(volume, p).r; }\n";
-            main += "#pragma include \"Bench/" + name + "\"\n";
-        }
-        m_files["large.frag"] = main;
-        Resource::addRepository(this);
+Testing::MapRepository createShaders() {
+    Testing::MapRepository::Files files;
+    files["plain.vert"] = "#version 330\n"
+                          "layout(location = 0) in vec2 position;\n"
+                          "uniform vec4 offset;\n"
+                          "void main() { gl_Position = vec4(position, 0, 1) + offset; }\n";
+    files["plain.frag"] = "#version 330\n"
+                          "out vec4 color;\n"
+                          "void main() { color = vec4(1); }\n";
+    std::string main = "#version 330\n";
+    for (int file = 0; file < 16; ++file) {
+        const std::string name = "part" + std::to_string(file) + ".glh";
+        std::string& text = files[name];
+        for (int line = 0; line < 1000; ++line)
+            text += "float value" + std::to_string(line) + "(vec3 p) { return texture(volume, p).r; }\n";
+        main += "#pragma include \"Bench/" + name + "\"\n";
     }
-    ~Shaders() override { Resource::removeRepository(this); }
-
-    [[nodiscard]] std::string name() const override { return "Bench"; }
-    [[nodiscard]] bool contains(std::string_view const& file) const override {
-        return m_files.find(file) != m_files.end();
-    }
-    [[nodiscard]] std::optional<ByteBuffer> query(std::string_view const& file) const override {
-        const auto found = m_files.find(file);
-        if (found == m_files.end())
-            return std::nullopt;
-        return ByteBuffer(ByteBufferView(found->second.data(), found->second.size()));
-    }
-
-private:
-    std::map<std::string, std::string, std::less<>> m_files;
-};
+    files["large.frag"] = main;
+    return {"Bench", std::move(files)};
+}
 
 std::unique_ptr<Program> createProgram() {
     return Program::createVertexFragment("Bench/plain.vert", "Bench/plain.frag", "",
@@ -60,7 +47,7 @@ std::unique_ptr<Program> createProgram() {
 }
 
 void assembly(benchmark::State& state) {
-    const Shaders shaders;
+    const Testing::MapRepository shaders = createShaders();
     Program::ShaderInfo info;
     info.stage = Program::Stage::Fragment;
     info.name = "Bench/large.frag";
@@ -74,32 +61,60 @@ void assembly(benchmark::State& state) {
 }
 BENCHMARK(assembly)->Name("shaderAssembly")->Unit(benchmark::kMillisecond);
 
-// No OpenGL call is made, so there is no floor to compare with.
+// Counts every entry point that Program and ProgramCache make and compile programs with.
+class ProgramCalls {
+public:
+    [[nodiscard]] int take() {
+        return std::apply([](auto&... counters) { return (counters.take() + ...); }, m_counters);
+    }
+
+private:
+    template<auto&... slots>
+    using Counters = std::tuple<Testing::CallCounter<slots>...>;
+    Counters<glad_glAttachShader, glad_glCompileShader, glad_glCreateProgram, glad_glCreateShader,
+             glad_glDeleteProgram, glad_glDeleteShader, glad_glDetachShader, glad_glGetProgramiv,
+             glad_glGetShaderiv, glad_glLinkProgram, glad_glShaderSource, glad_glUseProgram>
+        m_counters;
+};
+
+// What makes no OpenGL call has no floor; the calls are counted apart from the timing, which they would slow.
+template<class Work>
+void timeWithoutCalls(benchmark::State& state, Work&& work) {
+    work();
+    {
+        ProgramCalls calls;
+        work();
+        state.counters["OpenGL calls"] = calls.take();
+    }
+    for (auto _ : state)
+        work();
+}
+
 void cacheHit(benchmark::State& state) {
-    const Shaders shaders;
+    const Testing::MapRepository shaders = createShaders();
     const AbstractInclude transfer("TRANSFER_FUNCTION", "Bench/transfer.glh");
     const AbstractInclude lookup("MASK_LOOKUP_FUNCTION", "Bench/mask.glh");
     const AbstractInclude shading("SURFACE_SHADING", "Bench/shading.glh");
     ProgramCache cache(createProgram(), 10);
     const std::vector<const AbstractInclude*> includes{&transfer, &lookup, &shading};
     const std::string defines = "#define WITH_GRADIENT\n#define NUM_SAMPLES 4\n";
-    for (auto _ : state)
-        benchmark::DoNotOptimize(cache.getProgram(includes, defines));
+    timeWithoutCalls(state, [&] { benchmark::DoNotOptimize(cache.getProgram(includes, defines)); });
 }
 BENCHMARK(cacheHit)->Name("programCacheHit");
+const TimeLimit cacheHitLimit("programCacheHit", 1e-6);
 
 void setDefinesAgain(benchmark::State& state) {
-    const Shaders shaders;
+    const Testing::MapRepository shaders = createShaders();
     const auto program = createProgram();
     const std::string defines = "#define WITH_GRADIENT\n#define NUM_SAMPLES 4\n";
-    program->setDefines(defines, Program::Compilation::ImmediateThrow);
-    for (auto _ : state)
+    timeWithoutCalls(state, [&] {
         benchmark::DoNotOptimize(program->setDefines(defines, Program::Compilation::ImmediateThrow));
+    });
 }
 BENCHMARK(setDefinesAgain)->Name("setDefinesAgain");
 
 void setArgumentFloor(benchmark::State& state) {
-    const Shaders shaders;
+    const Testing::MapRepository shaders = createShaders();
     const auto program = createProgram();
     program->enable();
     const Eigen::Vector4f value(0, 0, 0, 0);
@@ -110,7 +125,7 @@ void setArgumentFloor(benchmark::State& state) {
 BENCHMARK(setArgumentFloor)->Name("setArgument/Floor");
 
 void setArgument(benchmark::State& state) {
-    const Shaders shaders;
+    const Testing::MapRepository shaders = createShaders();
     const auto program = createProgram();
     program->enable();
     const Eigen::Vector4f value(0, 0, 0, 0);
@@ -126,7 +141,7 @@ BENCHMARK(setArgument)->Name("setArgument");
 constexpr float outside = 5;
 
 void drawFloor(benchmark::State& state) {
-    const Shaders shaders;
+    const Testing::MapRepository shaders = createShaders();
     const auto program = createProgram();
     program->enable();
     const std::vector<float> positions(6, outside);
@@ -152,7 +167,7 @@ void drawFloor(benchmark::State& state) {
 BENCHMARK(drawFloor)->Name("draw/Floor");
 
 void draw(benchmark::State& state) {
-    const Shaders shaders;
+    const Testing::MapRepository shaders = createShaders();
     const auto program = createProgram();
     program->enable();
     const std::vector<Eigen::Vector2f> positions(3, Eigen::Vector2f(outside, outside));

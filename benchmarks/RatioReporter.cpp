@@ -12,7 +12,7 @@ namespace {
 
 struct Limit {
     std::string name;
-    std::string base;
+    std::string base; // empty where the limit is a time in seconds
     double limit;
 };
 
@@ -38,7 +38,7 @@ std::string fullName(const std::pair<std::string, std::string>& key) {
 }
 
 void printRatio(const std::string& name, const std::string& base, double best, double median, double limit) {
-    std::printf("%-36s %-36s %7.3g %7.3g", name.c_str(), base.c_str(), best, median);
+    std::printf("%-36s %-36s %7.3g %7.3g", name.c_str(), base.empty() ? "1 s" : base.c_str(), best, median);
     if (limit > 0)
         std::printf(" %7.3g%s", limit, best <= limit ? "" : "  missed");
     std::printf("\n");
@@ -48,6 +48,10 @@ void printRatio(const std::string& name, const std::string& base, double best, d
 
 RatioLimit::RatioLimit(std::string name, std::string base, double limit) {
     limits().push_back({std::move(name), std::move(base), limit});
+}
+
+TimeLimit::TimeLimit(std::string name, double seconds) {
+    limits().push_back({std::move(name), "", seconds});
 }
 
 bool RatioReporter::ReportContext(const Context& context) {
@@ -80,6 +84,9 @@ void RatioReporter::ReportRuns(const std::vector<Run>& runs) {
 
 const RatioReporter::Times* RatioReporter::findBase(const std::string& name,
                                                     const std::string& arguments) const {
+    static const Times oneSecond{1, 1};
+    if (name.empty())
+        return &oneSecond;
     auto found = m_times.find({name, arguments});
     if (found == m_times.end())
         found = m_times.find({name, ""});

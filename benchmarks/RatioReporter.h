@@ -9,11 +9,17 @@
 namespace Veltrand::GL {
 
 /// Promises that a benchmark takes at most @p limit times as long as another one of the same arguments, or of
-/// none. Make it at namespace scope, beside the benchmarks. Without one, a benchmark is only compared with the
-/// one that has "/Floor" behind its name.
+/// none. Make it at namespace scope, beside the benchmarks. Without one, a benchmark is only compared with
+/// the one that has "/Floor" behind its name.
 class RatioLimit {
 public:
     RatioLimit(std::string name, std::string base, double limit);
+};
+
+/// Promises that a benchmark takes at most this many seconds.
+class TimeLimit {
+public:
+    TimeLimit(std::string name, double seconds);
 };
 
 /// Prints the best and the median time of each benchmark's repetitions, and at the end how the benchmarks

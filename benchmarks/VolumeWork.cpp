@@ -46,12 +46,16 @@ std::vector<float> makeVolume() {
 
 const std::string thresholdStatements = "float value = texelFetch(volume, p, 0).r >= 500.0 ? 1.0 : 0.0;\n";
 const std::string meanStatements =
-    "ivec3 last = textureSize(volume, 0) - 1;\n"
+    "ivec3 before = max(p - 1, ivec3(0));\n"
+    "ivec3 after = min(p + 1, textureSize(volume, 0) - 1);\n"
+    "ivec3 xs = ivec3(before.x, p.x, after.x);\n"
+    "ivec3 ys = ivec3(before.y, p.y, after.y);\n"
+    "ivec3 zs = ivec3(before.z, p.z, after.z);\n"
     "float value = 0.0;\n"
-    "for (int z = -1; z <= 1; ++z)\n"
-    "    for (int y = -1; y <= 1; ++y)\n"
-    "        for (int x = -1; x <= 1; ++x)\n"
-    "            value += texelFetch(volume, clamp(p + ivec3(x, y, z), ivec3(0), last), 0).r;\n"
+    "for (int z = 0; z < 3; ++z)\n"
+    "    for (int y = 0; y < 3; ++y)\n"
+    "        for (int x = 0; x < 3; ++x)\n"
+    "            value += texelFetch(volume, ivec3(xs[x], ys[y], zs[z]), 0).r;\n"
     "value *= 1.0 / 27.0;\n";
 
 const char* findThresholdError(const std::vector<float>& input, const float* output) {

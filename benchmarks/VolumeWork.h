@@ -15,12 +15,13 @@ constexpr float threshold = 500;
 /// Values from 0 to 999.
 std::vector<float> makeVolume();
 
-/// GLSL statements that compute `value` from `sampler3D volume` at the voxel `ivec3 p`; coordinates beyond the
-/// border read the border. The mean is over the 27 neighbours.
+/// GLSL statements that compute `value` from `sampler3D volume` at the voxel `ivec3 p`; coordinates beyond
+/// the border read the border. The mean is over the 27 neighbours.
 extern const std::string thresholdStatements;
 extern const std::string meanStatements;
 
-/// What differs from the expected result in voxels off the border, for `State::SkipWithError`; null if nothing.
+/// What differs from the expected result in voxels off the border, for `State::SkipWithError`; null if
+/// nothing.
 const char* findThresholdError(const std::vector<float>& input, const float* output);
 const char* findMeanError(const std::vector<float>& input, const float* output);
 

@@ -2,7 +2,6 @@
 #include "TransparencyScene.h"
 
 #include <algorithm>
-#include <cmath>
 #include <random>
 
 namespace Veltrand::GL::TransparencyScene {
@@ -12,16 +11,17 @@ std::vector<Quad> makeQuads(int number) {
     std::uniform_real_distribution<float> unit(0, 1);
     std::uniform_int_distribution<int> byte(0, 255);
     std::uniform_int_distribution<int> opacity(25, 153);
+    std::uniform_int_distribution<int> halfSize(20, 60);
     const auto channel = [&] { return static_cast<float>(byte(random)) / 255; };
     std::vector<Quad> quads;
     for (int i = 0; i < number; ++i) {
-        const float halfWidth = 20 + 40 * unit(random);
-        const float halfHeight = 20 + 40 * unit(random);
-        const float x = width * unit(random);
-        const float y = height * unit(random);
+        const int halfWidth = halfSize(random);
+        const int halfHeight = halfSize(random);
+        const auto x = static_cast<int>(width * unit(random));
+        const auto y = static_cast<int>(height * unit(random));
         const float alpha = static_cast<float>(opacity(random)) / 255;
-        quads.push_back({{std::max(x - halfWidth, 0.F), std::max(y - halfHeight, 0.F),
-                          std::min(x + halfWidth, float{width}), std::min(y + halfHeight, float{height})},
+        quads.push_back({{std::max(x - halfWidth, 0), std::max(y - halfHeight, 0),
+                          std::min(x + halfWidth, width), std::min(y + halfHeight, height)},
                          (static_cast<float>(i) + 0.5F) / static_cast<float>(number),
                          {channel(), channel(), channel(), alpha}});
     }
@@ -35,7 +35,8 @@ Triangles makeTriangles(const std::vector<Quad>& quads) {
         constexpr std::array<std::array<std::size_t, 2>, 6> corners{
             {{0, 1}, {2, 1}, {2, 3}, {0, 1}, {2, 3}, {0, 3}}};
         for (const auto& [x, y] : corners) {
-            triangles.positions.emplace_back(2 * box[x] / width - 1, 2 * box[y] / height - 1, 2 * depth - 1);
+            triangles.positions.emplace_back(2 * static_cast<float>(box[x]) / width - 1,
+                                             2 * static_cast<float>(box[y]) / height - 1, 2 * depth - 1);
             triangles.colors.push_back(color);
         }
     }
@@ -45,13 +46,11 @@ Triangles makeTriangles(const std::vector<Quad>& quads) {
 Picture renderExactly(std::vector<Quad> quads) {
     std::sort(quads.begin(), quads.end(), [](const Quad& a, const Quad& b) { return a.depth > b.depth; });
     std::vector<Eigen::Vector3d> sums(std::size_t{width} * height, Eigen::Vector3d::Zero());
-    // A pixel belongs to a quad that its centre lies in.
-    const auto firstPixel = [](float edge) { return static_cast<int>(std::ceil(edge - 0.5F)); };
     for (const auto& [box, depth, color] : quads) {
         const Eigen::Vector3d rgb = color.head<3>().cast<double>();
         const auto alpha = static_cast<double>(color.w());
-        for (int y = firstPixel(box[1]); y < firstPixel(box[3]); ++y)
-            for (int x = firstPixel(box[0]); x < firstPixel(box[2]); ++x) {
+        for (int y = box[1]; y < box[3]; ++y)
+            for (int x = box[0]; x < box[2]; ++x) {
                 Eigen::Vector3d& pixel = sums[static_cast<std::size_t>(y * width + x)];
                 pixel = alpha * rgb + (1 - alpha) * pixel;
             }

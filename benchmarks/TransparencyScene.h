@@ -9,9 +9,9 @@
 namespace Veltrand::GL::TransparencyScene {
 
 struct Quad {
-    std::array<float, 4> box; ///< left, bottom, right, top in pixels
-    float depth;              ///< window depth, from 0 to 1; no two are alike
-    Eigen::Vector4f color;    ///< the alpha is the opacity; multiples of 1/255
+    std::array<int, 4> box; ///< left, bottom, right, top in pixels
+    float depth;            ///< window depth, from 0 to 1; no two are alike
+    Eigen::Vector4f color;  ///< the alpha is the opacity; multiples of 1/255
 };
 using Picture = std::vector<Eigen::Vector4f>;
 

@@ -48,7 +48,7 @@ void startUpFloor(benchmark::State& state) {
     }
     ContextManager::makeCurrent();
 }
-BENCHMARK(startUpFloor)->Name("createContext/Floor")->Unit(benchmark::kMillisecond);
+BENCHMARK(startUpFloor)->Name("createContext/Floor");
 
 // A driver without 4.6 is asked twice.
 void startUp(benchmark::State& state) {
@@ -56,7 +56,7 @@ void startUp(benchmark::State& state) {
         benchmark::DoNotOptimize(Context::create({}));
     ContextManager::makeCurrent();
 }
-BENCHMARK(startUp)->Name("createContext")->Unit(benchmark::kMillisecond);
+BENCHMARK(startUp)->Name("createContext");
 
 // A hand-over to another thread and back with the means of the standard library, and the flush.
 void roundTripFloor(benchmark::State& state) {
@@ -89,7 +89,7 @@ void roundTripFloor(benchmark::State& state) {
     signal.notify_all();
     server.join();
 }
-BENCHMARK(roundTripFloor)->Name("runWithOpenGL/Floor")->UseRealTime();
+BENCHMARK(roundTripFloor)->Name("runWithOpenGL/Floor")->MeasureProcessCPUTime()->UseRealTime();
 
 void roundTrip(benchmark::State& state) {
     int calls = 0;
@@ -98,7 +98,7 @@ void roundTrip(benchmark::State& state) {
     if (calls != state.iterations())
         state.SkipWithError("calls were lost");
 }
-BENCHMARK(roundTrip)->Name("runWithOpenGL")->UseRealTime();
+BENCHMARK(roundTrip)->Name("runWithOpenGL")->MeasureProcessCPUTime()->UseRealTime();
 
 } // namespace
 

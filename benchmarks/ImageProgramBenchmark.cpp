@@ -198,14 +198,14 @@ void meanFloor(benchmark::State& state) {
     timeOnDevice(state, VolumeWork::findMeanError,
                  [&](const Texture& input, const Texture& output) { program.compute(input, output); });
 }
-BENCHMARK(meanFloor)->Name("mean256/Floor")->UseRealTime();
+BENCHMARK(meanFloor)->Name("mean256/Floor")->MeasureProcessCPUTime()->UseRealTime();
 
 void mean(benchmark::State& state) {
     ImageProgram program = createProgram("BenchImage/mean.frag", state.range(0) != 0);
     timeOnDevice(state, VolumeWork::findMeanError,
                  [&](const Texture& input, Texture& output) { compute(program, input, output); });
 }
-BENCHMARK(mean)->Name("mean256")->ArgName("layered")->Arg(1)->Arg(0)->UseRealTime();
+BENCHMARK(mean)->Name("mean256")->ArgName("layered")->Arg(1)->Arg(0)->MeasureProcessCPUTime()->UseRealTime();
 const RatioLimit meanLimit("mean256", "mean256/Floor", 1.1);
 
 void meanSeparable(benchmark::State& state) {
@@ -213,7 +213,7 @@ void meanSeparable(benchmark::State& state) {
     timeOnDevice(state, VolumeWork::findMeanError,
                  [&](const Texture& input, Texture& output) { program.compute(input, output); });
 }
-BENCHMARK(meanSeparable)->Name("mean256/ThreePasses")->UseRealTime();
+BENCHMARK(meanSeparable)->Name("mean256/ThreePasses")->MeasureProcessCPUTime()->UseRealTime();
 
 void meanHostFloor(benchmark::State& state) {
     const RawImageProgram program(VolumeWork::meanStatements);
@@ -221,21 +221,21 @@ void meanHostFloor(benchmark::State& state) {
         program.compute(input, output);
     });
 }
-BENCHMARK(meanHostFloor)->Name("meanHostToHost/Floor")->UseRealTime();
+BENCHMARK(meanHostFloor)->Name("meanHostToHost/Floor")->MeasureProcessCPUTime()->UseRealTime();
 
 void meanHost(benchmark::State& state) {
     ImageProgram program = createProgram("BenchImage/mean.frag", true);
     timeFromHostToHost(state, VolumeWork::findMeanError,
                        [&](const Texture& input, Texture& output) { compute(program, input, output); });
 }
-BENCHMARK(meanHost)->Name("meanHostToHost")->UseRealTime();
+BENCHMARK(meanHost)->Name("meanHostToHost")->MeasureProcessCPUTime()->UseRealTime();
 
 void meanSeparableHost(benchmark::State& state) {
     SeparableMean program;
     timeFromHostToHost(state, VolumeWork::findMeanError,
                        [&](const Texture& input, Texture& output) { program.compute(input, output); });
 }
-BENCHMARK(meanSeparableHost)->Name("meanHostToHost/ThreePasses")->UseRealTime();
+BENCHMARK(meanSeparableHost)->Name("meanHostToHost/ThreePasses")->MeasureProcessCPUTime()->UseRealTime();
 
 void thresholdHostFloor(benchmark::State& state) {
     const RawImageProgram program(VolumeWork::thresholdStatements);
@@ -243,14 +243,14 @@ void thresholdHostFloor(benchmark::State& state) {
         state, VolumeWork::findThresholdError,
         [&](const Texture& input, const Texture& output) { program.compute(input, output); });
 }
-BENCHMARK(thresholdHostFloor)->Name("thresholdHostToHost/Floor")->UseRealTime();
+BENCHMARK(thresholdHostFloor)->Name("thresholdHostToHost/Floor")->MeasureProcessCPUTime()->UseRealTime();
 
 void thresholdHost(benchmark::State& state) {
     ImageProgram program = createProgram("BenchImage/threshold.frag", true);
     timeFromHostToHost(state, VolumeWork::findThresholdError,
                        [&](const Texture& input, Texture& output) { compute(program, input, output); });
 }
-BENCHMARK(thresholdHost)->Name("thresholdHostToHost")->UseRealTime();
+BENCHMARK(thresholdHost)->Name("thresholdHostToHost")->MeasureProcessCPUTime()->UseRealTime();
 
 } // namespace
 

@@ -59,7 +59,7 @@ void assembly(benchmark::State& state) {
     }
     state.SetBytesProcessed(bytes);
 }
-BENCHMARK(assembly)->Name("shaderAssembly")->Unit(benchmark::kMillisecond);
+BENCHMARK(assembly)->Name("shaderAssembly");
 
 // Counts every entry point that Program and ProgramCache make and compile programs with.
 class ProgramCalls {

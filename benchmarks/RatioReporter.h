@@ -22,8 +22,8 @@ public:
     TimeLimit(std::string name, double seconds);
 };
 
-/// Prints the best and the median time of each benchmark's repetitions, and at the end how the benchmarks
-/// compare.
+/// Prints the best and the median time of each benchmark's repetitions and the least processor time, of all
+/// threads where the benchmark measures it, and at the end how the benchmarks compare.
 class RatioReporter : public benchmark::BenchmarkReporter {
 public:
     bool ReportContext(const Context& context) override;
@@ -31,12 +31,19 @@ public:
     void Finalize() override;
 
 private:
+    friend class RatioLimit;
+    friend class TimeLimit;
+    struct Limit;
     struct Times {
         double best = 0; ///< seconds
         double median = 0;
+        double cpu = 0; ///< the least
     };
     using Key = std::pair<std::string, std::string>; ///< name and arguments
 
+    static std::vector<Limit>& limits();
+    static void printRatio(const std::string& name, const Times& times, const Limit& limit,
+                           const Times& base);
     [[nodiscard]] const Times* findBase(const std::string& name, const std::string& arguments) const;
 
     std::map<Key, Times> m_times;

@@ -35,7 +35,7 @@ void uploadFloor(benchmark::State& state) {
     glDeleteTextures(1, &texture);
     state.SetBytesProcessed(state.iterations() * volumeBytes);
 }
-BENCHMARK(uploadFloor)->Name("upload256/Floor")->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK(uploadFloor)->Name("upload256/Floor")->MeasureProcessCPUTime()->UseRealTime();
 
 void upload(benchmark::State& state) {
     const std::vector<float> data(voxels, 0.5F);
@@ -46,7 +46,7 @@ void upload(benchmark::State& state) {
     }
     state.SetBytesProcessed(state.iterations() * volumeBytes);
 }
-BENCHMARK(upload)->Name("upload256")->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK(upload)->Name("upload256")->MeasureProcessCPUTime()->UseRealTime();
 
 void downloadFloor(benchmark::State& state) {
     std::vector<float> data(voxels);
@@ -59,7 +59,7 @@ void downloadFloor(benchmark::State& state) {
     glDeleteTextures(1, &texture);
     state.SetBytesProcessed(state.iterations() * volumeBytes);
 }
-BENCHMARK(downloadFloor)->Name("download256/Floor")->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK(downloadFloor)->Name("download256/Floor")->MeasureProcessCPUTime()->UseRealTime();
 
 void download(benchmark::State& state) {
     std::vector<float> data(voxels);
@@ -70,7 +70,7 @@ void download(benchmark::State& state) {
     }
     state.SetBytesProcessed(state.iterations() * volumeBytes);
 }
-BENCHMARK(download)->Name("download256")->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK(download)->Name("download256")->MeasureProcessCPUTime()->UseRealTime();
 
 } // namespace
 

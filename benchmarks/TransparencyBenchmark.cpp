@@ -258,7 +258,7 @@ void transparencyFloor(benchmark::State& state) {
     Handwritten lists(stage, nodesPerPixel, longestList);
     timeFrames(state, lists);
 }
-BENCHMARK(transparencyFloor)->Name("transparency/Floor")->UseRealTime();
+BENCHMARK(transparencyFloor)->Name("transparency/Floor")->MeasureProcessCPUTime()->UseRealTime();
 
 void transparency(benchmark::State& state) {
     const Triangles triangles = makeTriangles(makeQuads(numQuads));
@@ -272,8 +272,33 @@ void transparency(benchmark::State& state) {
     reportError(state, stage, lists, "byte");
     timeFrames(state, lists);
 }
-BENCHMARK(transparency)->Name("transparency")->UseRealTime();
+BENCHMARK(transparency)->Name("transparency")->MeasureProcessCPUTime()->UseRealTime();
 const RatioLimit transparencyLimit("transparency", "transparency/Floor", 1.15);
+
+template<class Lists>
+void timeGather(benchmark::State& state, Lists& lists) {
+    const auto gather = [&lists] {
+        lists.gather();
+        finish();
+    };
+    gather();
+    for (auto _ : state)
+        gather();
+}
+
+void gatherFloor(benchmark::State& state) {
+    const Stage stage(makeTriangles(makeQuads(numQuads)), width, height, InternalFormat::RGBA8);
+    Handwritten lists(stage, nodesPerPixel, longestList);
+    timeGather(state, lists);
+}
+BENCHMARK(gatherFloor)->Name("transparencyGather/Floor")->MeasureProcessCPUTime()->UseRealTime();
+
+void gather(benchmark::State& state) {
+    const Stage stage(makeTriangles(makeQuads(numQuads)), width, height, InternalFormat::RGBA8);
+    Library lists(stage);
+    timeGather(state, lists);
+}
+BENCHMARK(gather)->Name("transparencyGather")->MeasureProcessCPUTime()->UseRealTime();
 
 // The blend pass alone, over as many full-screen layers as the argument says, drawn in random order.
 constexpr int resolveEdge = 256;
@@ -312,6 +337,7 @@ BENCHMARK(resolveFloor)
     ->ArgName("layers")
     ->RangeMultiplier(2)
     ->Range(4, 128)
+    ->MeasureProcessCPUTime()
     ->UseRealTime();
 
 void resolve(benchmark::State& state) {
@@ -325,6 +351,7 @@ BENCHMARK(resolve)
     ->ArgName("layers")
     ->RangeMultiplier(2)
     ->Range(4, 128)
+    ->MeasureProcessCPUTime()
     ->UseRealTime();
 
 } // namespace

@@ -50,7 +50,7 @@ void meanConvolve(benchmark::State& state) {
         convolve->Update();
     }
 }
-BENCHMARK(meanConvolve)->Name("meanHostToHost/VTKConvolve")->UseRealTime();
+BENCHMARK(meanConvolve)->Name("meanHostToHost/VTKConvolve")->MeasureProcessCPUTime()->UseRealTime();
 const RatioLimit convolveLimit("meanHostToHost/ThreePasses", "meanHostToHost/VTKConvolve", 1);
 
 void runHelper(benchmark::State& state, const std::string& statements,
@@ -107,13 +107,13 @@ void runHelper(benchmark::State& state, const std::string& statements,
 void meanHelper(benchmark::State& state) {
     runHelper(state, VolumeWork::meanStatements, VolumeWork::findMeanError);
 }
-BENCHMARK(meanHelper)->Name("meanHostToHost/VTK")->UseRealTime();
+BENCHMARK(meanHelper)->Name("meanHostToHost/VTK")->MeasureProcessCPUTime()->UseRealTime();
 const RatioLimit meanLimit("meanHostToHost", "meanHostToHost/VTK", 1 / 1.3);
 
 void thresholdHelper(benchmark::State& state) {
     runHelper(state, VolumeWork::thresholdStatements, VolumeWork::findThresholdError);
 }
-BENCHMARK(thresholdHelper)->Name("thresholdHostToHost/VTK")->UseRealTime();
+BENCHMARK(thresholdHelper)->Name("thresholdHostToHost/VTK")->MeasureProcessCPUTime()->UseRealTime();
 const RatioLimit thresholdLimit("thresholdHostToHost", "thresholdHostToHost/VTK", 1 / 2.5);
 
 } // namespace

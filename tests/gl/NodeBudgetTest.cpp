@@ -20,7 +20,7 @@ TEST(NodeBudget, StaysWithinAStorageBlockAndThirtyTwoBits) {
              Case{128 * mebibyte, vga, 23, 11'040'000},
              Case{128 * mebibyte, vga, 24, 11'184'810},
              // 2^28 pixels with 16 nodes each would wrap around to none.
-             Case{std::int64_t{1} << 62, std::int64_t{1} << 28, 16, 0x0FFFFFFF},
+             Case{std::int64_t{1} << 62, std::int64_t{1} << 28, 16, 0x55555555},
              Case{mebibyte, std::int64_t{1} << 62, 2'147'483'647, 87381},
          })
         EXPECT_EQ(NodeBudget::fromBlockSize(c.blockSize).capacity(c.pixels, c.nodesPerPixel), c.capacity)

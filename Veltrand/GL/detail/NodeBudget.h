@@ -10,8 +10,8 @@ namespace Veltrand::GL {
 /// How many list nodes order-independent transparency may have. Pure arithmetic, which does not overflow.
 struct NodeBudget {
     static constexpr std::int64_t bytesPerNode = 12;
-    /// A node refers to the next one with 28 bits, and the largest number ends the list.
-    static constexpr std::int64_t largestCapacity = 0x0FFFFFFF;
+    /// Shaders number the three words of all nodes with 32 bits.
+    static constexpr std::int64_t largestCapacity = 0x55555555;
 
     std::int64_t maxNodes = 0;
 

@@ -15,7 +15,7 @@ layout(location = 0) out vec4 out_color;
 // A pixel's fragments are composited in batches, nearest batch first. A batch is made of runs, each kept sorted
 // from near to far by insertion, which is the fastest for the few fragments that most pixels have; it is read by
 // merging the runs.
-const uint runLength = 16u;
+const uint runLength = 8u;
 const uint batchSize = 4u * runLength;
 uvec2 batch[batchSize]; // the first two words of the nodes
 

@@ -1,7 +1,15 @@
 #!/usr/bin/env bash
 # Installs every package that building, testing and the gallery need on Debian 12, as root or through sudo.
-# Silent and quick when all are there.
+# With --peers also the libraries that the benchmarks can be compared with, about a gigabyte. Silent and quick
+# when all are there.
 set -euo pipefail
+
+peers=()
+case "${1-}" in
+    "") ;;
+    --peers) peers=(libftgl-dev libopenscenegraph-dev libvtk9-dev) ;;
+    *) echo "usage: setup.sh [--peers]" >&2; exit 2 ;;
+esac
 
 packages=(
     # compilers and tools
@@ -17,6 +25,7 @@ packages=(
     fonts-dejavu-core fonts-dejavu-extra
     # the gallery's volume
     mricron-data
+    "${peers[@]}"
 )
 
 missing=()

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Installs every package that building, testing and the gallery need on Debian 12, as root or through sudo.
-# With --peers also the libraries that the benchmarks can be compared with, about a gigabyte. Silent and quick
+# With --peers also the libraries that the benchmarks can be compared with, a large download. Silent and quick
 # when all are there.
 set -euo pipefail
 

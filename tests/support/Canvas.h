@@ -23,6 +23,7 @@ public:
     void clear();
     /// One row, a digit per pixel: 1 red + 2 green + 4 blue, each when above one half.
     [[nodiscard]] std::string row(int y) const;
+    [[nodiscard]] const GL::Texture& texture() const { return m_texture; }
 
 private:
     GL::StateGuard m_guard;

@@ -12,6 +12,7 @@
 #include <Veltrand/GL/Texture.h>
 #include <Veltrand/GL/detail/LogMessage.h>
 #include <Veltrand/GL/detail/NodeBudget.h>
+#include <Veltrand/GL/detail/ScopedState.h>
 
 #include <Eigen/Core>
 #include <algorithm>
@@ -21,7 +22,6 @@
 #include <string>
 #include <string_view>
 #include <type_traits>
-#include <vector>
 
 namespace Veltrand::GL {
 
@@ -37,91 +37,31 @@ constexpr GLuint endOfList = 0xFFFFFFFF;
 
 /// Lets what a fragment shader writes reach the first draw buffer, and nothing else, unchanged; then puts
 /// back what the caller had set.
-class PlainOutput {
+class PlainOutput : private Utils::NotCopyable {
 public:
     PlainOutput()
-        : m_vertexArray(static_cast<GLuint>(getInt(GL_VERTEX_ARRAY_BINDING)))
-        , m_activeTexture(static_cast<GLenum>(getInt(GL_ACTIVE_TEXTURE)))
-        , m_blend(glIsEnabledi(GL_BLEND, 0) == GL_TRUE)
-        , m_scissor(glIsEnabledi(GL_SCISSOR_TEST, 0) == GL_TRUE)
-        , m_colorMasks(static_cast<std::size_t>(getInt(GL_MAX_DRAW_BUFFERS))) {
-        for (std::size_t i = 0; i < capabilities.size(); ++i) {
-            m_enabled[i] = glIsEnabled(capabilities[i]) == GL_TRUE;
-            glDisable(capabilities[i]);
-        }
+        : m_blend(glIsEnabledi(GL_BLEND, 0) == GL_TRUE)
+        , m_scissor(glIsEnabledi(GL_SCISSOR_TEST, 0) == GL_TRUE) {
         glDisablei(GL_BLEND, 0);
         glDisablei(GL_SCISSOR_TEST, 0);
-        glGetIntegerv(GL_POLYGON_MODE, m_polygonMode.data());
-        glPolygonMode(GL_FRONT_AND_BACK, GL_FILL);
-        for (std::size_t i = 0; i < m_colorMasks.size(); ++i) {
-            const auto buffer = static_cast<GLuint>(i);
-            glGetBooleani_v(GL_COLOR_WRITEMASK, buffer, m_colorMasks[i].data());
-            const GLboolean written = i == 0 ? GL_TRUE : GL_FALSE;
-            glColorMaski(buffer, written, written, written, written);
-        }
     }
     ~PlainOutput() {
-        for (std::size_t i = 0; i < capabilities.size(); ++i)
-            if (m_enabled[i])
-                glEnable(capabilities[i]);
         if (m_blend)
             glEnablei(GL_BLEND, 0);
         if (m_scissor)
             glEnablei(GL_SCISSOR_TEST, 0);
-        restorePolygonMode();
-        for (std::size_t i = 0; i < m_colorMasks.size(); ++i) {
-            const ColorMask& mask = m_colorMasks[i];
-            glColorMaski(static_cast<GLuint>(i), mask[0], mask[1], mask[2], mask[3]);
-        }
-        glActiveTexture(m_activeTexture);
-        glBindVertexArray(m_vertexArray);
     }
-    PlainOutput(const PlainOutput&) = delete;
-    PlainOutput& operator=(const PlainOutput&) = delete;
 
 private:
-    using ColorMask = std::array<GLboolean, 4>;
+    static constexpr std::array tests = {GLenum{GL_DEPTH_TEST}, GLenum{GL_STENCIL_TEST}};
 
-    // Clipping would read distances that the vertex shader does not write; eight are the fewest there are.
-    static constexpr std::array capabilities = {GLenum{GL_DEPTH_TEST},
-                                                GLenum{GL_STENCIL_TEST},
-                                                GLenum{GL_CULL_FACE},
-                                                GLenum{GL_COLOR_LOGIC_OP},
-                                                GLenum{GL_POLYGON_SMOOTH},
-                                                GLenum{GL_RASTERIZER_DISCARD},
-                                                GLenum{GL_DITHER},
-                                                GLenum{GL_SAMPLE_ALPHA_TO_COVERAGE},
-                                                GLenum{GL_SAMPLE_ALPHA_TO_ONE},
-                                                GLenum{GL_SAMPLE_COVERAGE},
-                                                GLenum{GL_SAMPLE_MASK},
-                                                GLenum{GL_CLIP_DISTANCE0},
-                                                GLenum{GL_CLIP_DISTANCE1},
-                                                GLenum{GL_CLIP_DISTANCE2},
-                                                GLenum{GL_CLIP_DISTANCE3},
-                                                GLenum{GL_CLIP_DISTANCE4},
-                                                GLenum{GL_CLIP_DISTANCE5},
-                                                GLenum{GL_CLIP_DISTANCE6},
-                                                GLenum{GL_CLIP_DISTANCE7}};
-
-    void restorePolygonMode() const {
-        const auto front = static_cast<GLenum>(m_polygonMode[0]);
-        const auto back = static_cast<GLenum>(m_polygonMode[1]);
-        // A core context has one mode for both sides, and may answer with one number.
-        if (back == 0 || back == front) {
-            glPolygonMode(GL_FRONT_AND_BACK, front);
-        } else {
-            glPolygonMode(GL_FRONT, front);
-            glPolygonMode(GL_BACK, back);
-        }
-    }
-
-    GLuint m_vertexArray;
-    GLenum m_activeTexture;
+    DrawingBindings m_bindings;
+    DisabledCapabilities m_tests{tests};
+    DisabledCapabilities m_obstacles{squareObstacles};
+    FilledPolygons m_polygons;
+    FirstBufferOnly m_buffers{FirstBufferOnly::First::Written};
     bool m_blend;
     bool m_scissor;
-    std::array<bool, capabilities.size()> m_enabled{};
-    std::array<GLint, 2> m_polygonMode{};
-    std::vector<ColorMask> m_colorMasks;
 };
 
 std::int64_t maxStorageBlockSize() {

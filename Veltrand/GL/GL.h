@@ -40,6 +40,7 @@ class IndexBuffer;
 class InternalFormat;
 class LineRenderer;
 class MultiAbstractIncludeBase;
+class ObjectPicking;
 class OffscreenRenderHelper;
 class OpenGLNotFoundException;
 class OrderIndependentTransparency;

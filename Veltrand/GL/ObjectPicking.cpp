@@ -1,0 +1,245 @@
+// SPDX-License-Identifier: BSD-3-Clause
+#include <Veltrand/GL/ObjectPicking.h>
+
+#include <Veltrand/Core/Log.h>
+#include <Veltrand/GL/Framebuffer.h>
+#include <Veltrand/GL/Functions.h>
+#include <Veltrand/GL/Program.h>
+#include <Veltrand/GL/Texture.h>
+#include <Veltrand/GL/detail/LogMessage.h>
+#include <Veltrand/GL/detail/TargetSize.h>
+
+#include <Eigen/Core>
+#include <algorithm>
+#include <glad/gl.h>
+#include <span>
+#include <string>
+#include <string_view>
+#include <type_traits>
+#include <utility>
+
+namespace Veltrand::GL {
+
+static_assert(std::is_nothrow_move_constructible_v<ObjectPicking> &&
+              std::is_nothrow_move_assignable_v<ObjectPicking> &&
+              !std::is_copy_constructible_v<ObjectPicking>);
+static_assert(sizeof(ObjectPicking::PickingInfo) == 8);
+
+namespace {
+
+constexpr std::string_view category = "GL.ObjectPicking";
+constexpr std::size_t colorIndex = 1;
+constexpr auto attachment = Framebuffer::Attachment::Color1;
+
+/// Makes a framebuffer the one that is drawn to for a scope, and leaves the one that is read alone.
+class DrawBinding : private Utils::NotCopyable {
+public:
+    explicit DrawBinding(const Framebuffer& framebuffer)
+        : m_previous(static_cast<GLuint>(getInt(GL_DRAW_FRAMEBUFFER_BINDING))) {
+        glBindFramebuffer(GL_DRAW_FRAMEBUFFER, framebuffer.id());
+    }
+    ~DrawBinding() { glBindFramebuffer(GL_DRAW_FRAMEBUFFER, m_previous); }
+
+private:
+    GLuint m_previous;
+};
+
+/// Downloads arrive in memory, without gaps, for a scope.
+class PlainPacking : private Utils::NotCopyable {
+public:
+    PlainPacking()
+        : m_buffer(static_cast<GLuint>(getInt(GL_PIXEL_PACK_BUFFER_BINDING))) {
+        glBindBuffer(GL_PIXEL_PACK_BUFFER, 0);
+        for (std::size_t i = 0; i < parameters.size(); ++i) {
+            m_values[i] = getInt(parameters[i]);
+            glPixelStorei(parameters[i], 0);
+        }
+        m_alignment = getInt(GL_PACK_ALIGNMENT);
+    }
+    ~PlainPacking() {
+        glPixelStorei(GL_PACK_ALIGNMENT, m_alignment);
+        for (std::size_t i = 0; i < parameters.size(); ++i)
+            glPixelStorei(parameters[i], m_values[i]);
+        glBindBuffer(GL_PIXEL_PACK_BUFFER, m_buffer);
+    }
+
+private:
+    static constexpr std::array parameters = {GLenum{GL_PACK_SWAP_BYTES}, GLenum{GL_PACK_ROW_LENGTH},
+                                              GLenum{GL_PACK_SKIP_ROWS}, GLenum{GL_PACK_SKIP_PIXELS}};
+    GLuint m_buffer;
+    std::array<GLint, parameters.size()> m_values{};
+    GLint m_alignment = 4;
+};
+
+} // namespace
+
+ObjectPicking::ObjectPicking() {
+    createTexture();
+}
+
+ObjectPicking::~ObjectPicking() {
+    disable();
+}
+
+ObjectPicking::ObjectPicking(ObjectPicking&& other) noexcept
+    : m_texture(std::move(other.m_texture))
+    , m_objects(std::move(other.m_objects))
+    , m_framebuffer(std::exchange(other.m_framebuffer, nullptr))
+    , m_width(other.m_width)
+    , m_height(other.m_height)
+    , m_attached(std::exchange(other.m_attached, false))
+    , m_refused(other.m_refused) {}
+
+ObjectPicking& ObjectPicking::operator=(ObjectPicking&& other) noexcept {
+    if (this == &other)
+        return *this;
+    disable();
+    m_texture = std::move(other.m_texture);
+    m_objects = std::move(other.m_objects);
+    m_framebuffer = std::exchange(other.m_framebuffer, nullptr);
+    m_width = other.m_width;
+    m_height = other.m_height;
+    m_attached = std::exchange(other.m_attached, false);
+    m_refused = other.m_refused;
+    return *this;
+}
+
+void ObjectPicking::createTexture() {
+    m_texture.reset();
+    if (m_width < 1 || m_height < 1)
+        return;
+    const auto [maxWidth, maxHeight] = largestTarget();
+    if (m_width > maxWidth || m_height > maxHeight) {
+        logMessage(Log::Error, category, [this] {
+            return "Cannot pick among " + std::to_string(m_width) + " x " + std::to_string(m_height) +
+                   " pixels, more than OpenGL can draw to.";
+        });
+        return;
+    }
+    m_texture = std::make_unique<Texture>(Texture::Target::Texture2D, Eigen::Vector3i(m_width, m_height, 1),
+                                          InternalFormat::RG32UI);
+    m_texture->clear<unsigned>(Eigen::Matrix<unsigned, 4, 1>::Constant(Nothing));
+}
+
+void ObjectPicking::reset(Framebuffer& framebuffer, const Eigen::Vector2i& size,
+                          std::vector<const void*> objects) {
+    const bool resized = size.x() != m_width || size.y() != m_height;
+    if (resized || &framebuffer != m_framebuffer)
+        disable();
+    m_framebuffer = &framebuffer;
+    m_refused = false;
+    m_objects = std::move(objects);
+    if (resized) {
+        m_width = size.x();
+        m_height = size.y();
+        createTexture();
+    } else if (m_texture) {
+        m_texture->clear<unsigned>(Eigen::Matrix<unsigned, 4, 1>::Constant(Nothing));
+    }
+}
+
+void ObjectPicking::registerObject(const void* object) {
+    if (std::ranges::find(m_objects, object) == m_objects.end())
+        m_objects.push_back(object);
+}
+
+unsigned ObjectPicking::objectId(const void* object) const {
+    const auto found = std::ranges::find(m_objects, object);
+    return found == m_objects.end() ? Nothing : static_cast<unsigned>(found - m_objects.begin());
+}
+
+const void* ObjectPicking::objectWithId(unsigned id) const {
+    return id < m_objects.size() ? m_objects[id] : nullptr;
+}
+
+// The framebuffer's record is asked too, because its owner may have detached everything.
+bool ObjectPicking::isAttached() const {
+    if (!m_attached)
+        return false;
+    const auto& attachments = m_framebuffer->colorAttachments();
+    return attachments.size() > colorIndex && attachments[colorIndex] != GL_NONE;
+}
+
+void ObjectPicking::attach() const {
+    const DrawBinding binding(*m_framebuffer);
+    if (const int samples = getInt(GL_SAMPLES); samples > 0) {
+        m_refused = true;
+        logMessage(Log::Error, category, [samples] {
+            return "Cannot pick in a framebuffer with " + std::to_string(samples) +
+                   " samples per pixel. Draw the pass for picking into one without multisampling.";
+        });
+        return;
+    }
+    const auto& attachments = m_framebuffer->colorAttachments();
+    if (attachments.size() > colorIndex && attachments[colorIndex] != GL_NONE)
+        logMessage(Log::Warning, category,
+                   "The picking texture takes the place of another one at color attachment 1.");
+    m_framebuffer->attach(*m_texture, attachment);
+    m_framebuffer->setDrawBuffers();
+    m_attached = true;
+}
+
+void ObjectPicking::enable(Program& program, unsigned id) const {
+    if (m_framebuffer && m_texture && !m_refused && !isAttached())
+        attach();
+    program.setArgument("picking_objectId", id);
+}
+
+void ObjectPicking::enable(Program& program, const void* object) const {
+    enable(program, objectId(object));
+}
+
+void ObjectPicking::disable() const {
+    if (isAttached()) {
+        const DrawBinding binding(*m_framebuffer);
+        m_framebuffer->detach(attachment);
+        m_framebuffer->setDrawBuffers();
+    }
+    m_attached = false;
+}
+
+bool ObjectPicking::isInside(const Eigen::Vector2i& position) const {
+    return position.x() >= 0 && position.x() < m_width && position.y() >= 0 && position.y() < m_height;
+}
+
+std::unique_ptr<ObjectPicking::Ids[]> ObjectPicking::download() const {
+    const std::size_t expected = static_cast<std::size_t>(m_width) * static_cast<std::size_t>(m_height);
+    auto ids = std::make_unique_for_overwrite<Ids[]>(expected);
+    const PlainPacking packing;
+    if (m_texture->downloadTo(PixelFormat::RGInteger, PixelType::UInt,
+                              std::as_writable_bytes(std::span(ids.get(), expected))))
+        return ids;
+    logMessage(Log::Error, "", "Unexpected number of elements returned during picking buffer download.");
+    return nullptr;
+}
+
+std::vector<ObjectPicking::PickingInfo>
+ObjectPicking::getPickingInfo(const std::vector<Eigen::Vector2i>& positions, const void* object) const {
+    if (!m_texture)
+        return {};
+    const unsigned filter = objectId(object);
+    if (object && filter == Nothing)
+        return {};
+    if (std::ranges::none_of(positions, [this](const auto& position) { return isInside(position); }))
+        return {};
+    const auto ids = download();
+    if (!ids)
+        return {};
+
+    std::vector<PickingInfo> result;
+    result.reserve(positions.size());
+    for (const Eigen::Vector2i& position : positions) {
+        if (!isInside(position))
+            continue;
+        const auto index = static_cast<std::size_t>(position.x()) +
+                           static_cast<std::size_t>(position.y()) * static_cast<std::size_t>(m_width);
+        const PickingInfo info{ids[index][0], ids[index][1]};
+        if (info.objectId < Nothing && info.secondId < Nothing && (!object || info.objectId == filter))
+            result.push_back(info);
+    }
+    std::ranges::sort(result);
+    result.erase(std::unique(result.begin(), result.end()), result.end());
+    return result;
+}
+
+} // namespace Veltrand::GL

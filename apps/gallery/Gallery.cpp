@@ -16,8 +16,10 @@
 #include <algorithm>
 #include <chrono>
 #include <cstdio>
+#include <fstream>
 #include <iostream>
 #include <optional>
+#include <sstream>
 #include <system_error>
 
 #include <unistd.h>
@@ -96,14 +98,34 @@ Eigen::Vector3d choosePoint(const GalleryOptions& options, const Volume& volume)
     return *options.point;
 }
 
-/// The region numbers that were asked for, or those that belong to the volume shown unless told otherwise.
-std::optional<Volume> readLabels(const GalleryOptions& options) {
+/// The file of region numbers that was asked for, or the one that belongs to the volume shown unless told
+/// otherwise; empty if there is none.
+std::filesystem::path labelsFile(const GalleryOptions& options) {
     if (options.labels)
-        return readNifti(*options.labels);
-    const GalleryOptions defaults;
-    if (options.volume == defaults.volume)
-        return readNifti(DefaultLabels);
-    return std::nullopt;
+        return *options.labels;
+    return options.volume == GalleryOptions().volume ? std::filesystem::path(DefaultLabels)
+                                                     : std::filesystem::path();
+}
+
+/// The names of regions from the text file that atlases have beside their volume: lines of a number and a
+/// name.
+std::vector<std::string> readRegionNames(std::filesystem::path labels) {
+    if (labels.extension() == ".gz")
+        labels.replace_extension();
+    constexpr std::size_t HighestRegion = 0xFFFF;
+    std::vector<std::string> names;
+    std::ifstream file(labels += ".txt");
+    std::string line;
+    while (std::getline(file, line)) {
+        std::istringstream words(line);
+        std::size_t region = 0;
+        std::string name;
+        if (words >> region >> name && region <= HighestRegion) {
+            names.resize(std::max(names.size(), region + 1));
+            names[region] = name;
+        }
+    }
+    return names;
 }
 
 /// Reads all pending OpenGL errors; each is logged. A lost context may report errors without end.
@@ -138,13 +160,22 @@ int runGallery(const GalleryOptions& options) {
     }
     prepareDirectory(options.directory);
     const Volume volume = readNifti(options.volume);
-    const std::optional<Volume> labels = readLabels(options);
+    std::optional<Volume> labels;
+    const std::filesystem::path labelsPath = labelsFile(options);
+    if (!labelsPath.empty())
+        labels = readNifti(labelsPath);
     const Eigen::Vector3d point = choosePoint(options, volume);
 
     const ShaderRepository shaders;
     const OpenGL openGl(options.verbose);
     const GL::Texture texture = uploadVolume(volume);
-    const Scene scene{volume, texture, labels ? &*labels : nullptr, point, percentileWindow(volume, 1, 99.5)};
+    const Scene scene{volume,
+                      texture,
+                      labels ? &*labels : nullptr,
+                      point,
+                      percentileWindow(volume, 1, 99.5),
+                      readRegionNames(labelsPath),
+                      options.directory};
     if (!volume.orientationKnown && Log::isAccepted(Log::Warning, "Gallery"))
         Log::log(Log::Warning, "Gallery", options.volume.string() + " does not say which side is left.");
     int errors = takeErrors();

@@ -7,7 +7,7 @@ namespace Veltrand::Apps {
 
 namespace {
 
-constexpr std::array<Picture, 6> AllPictures{{
+constexpr std::array<Picture, 8> AllPictures{{
     {"slices", "axial, coronal and sagittal slices through one point", drawSlices},
     {"projection", "the brightest voxels along three axes", drawProjection},
     {"filtered", "a detail raw, after a 3x3x3 mean, and as the length of its gradient", drawFiltered},
@@ -16,6 +16,9 @@ constexpr std::array<Picture, 6> AllPictures{{
     {"lines", "a test card of wide lines: widths, joins, stipples, colours", drawLines},
     {"fixedfunction", "legacy drawing on a core context, and by the driver's own pipeline",
      drawFixedFunction},
+    {"picking", "the regions under a grid of clicks, on a slice and on surfaces; also as picking.json",
+     drawPicking},
+    {"composited", "surfaces, lines and text, drawn apart and put together in several ways", drawComposited},
 }};
 
 } // namespace

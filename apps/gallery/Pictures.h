@@ -7,7 +7,10 @@
 #include <Veltrand/GL/GL.h>
 
 #include <Eigen/Core>
+#include <filesystem>
+#include <string>
 #include <string_view>
+#include <vector>
 
 namespace Veltrand::Apps {
 
@@ -23,6 +26,10 @@ struct Scene {
     /// Where slices meet, in patient space.
     Eigen::Vector3d point;
     Window window;
+    /// By region number; empty where there is none.
+    std::vector<std::string> regionNames{};
+    /// Where pictures may write further files.
+    std::filesystem::path directory{};
 };
 
 /// A picture that the gallery can make. A new one is a function and a line in the table in Pictures.cpp.
@@ -39,9 +46,11 @@ struct Picture {
 /// All pictures, in the order in which they are made.
 [[nodiscard]] Utils::Span<const Picture> allPictures();
 
+void drawComposited(const Scene& scene, const Canvas& canvas);
 void drawFiltered(const Scene& scene, const Canvas& canvas);
 void drawFixedFunction(const Scene& scene, const Canvas& canvas);
 void drawLines(const Scene& scene, const Canvas& canvas);
+void drawPicking(const Scene& scene, const Canvas& canvas);
 void drawProjection(const Scene& scene, const Canvas& canvas);
 void drawSlices(const Scene& scene, const Canvas& canvas);
 void drawTransparency(const Scene& scene, const Canvas& canvas);

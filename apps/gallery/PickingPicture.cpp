@@ -1,0 +1,203 @@
+// SPDX-License-Identifier: BSD-3-Clause
+#include "gallery/Canvas.h"
+#include "gallery/LabelPainter.h"
+#include "gallery/RegionModel.h"
+#include "gallery/VolumeTexture.h"
+
+#include <Veltrand/GL/FullscreenSquare.h>
+#include <Veltrand/GL/ObjectPicking.h>
+#include <Veltrand/GL/OffscreenRenderHelper.h>
+#include <Veltrand/GL/TextRenderer.h>
+
+#include <algorithm>
+#include <fstream>
+#include <optional>
+#include <stdexcept>
+#include <string>
+
+namespace Veltrand::Apps {
+
+namespace {
+
+using RenderBuffer = GL::OffscreenRenderHelper::RenderBuffer;
+
+/// Pixels that are drawn and picked in, per pixel of the picture and direction, as on a dense screen with
+/// this many pixels per point.
+constexpr int Scale = 2;
+
+/// A place where the user clicks, in points from the picture's upper left corner, and what is seen there.
+struct Click {
+    const char* panel;
+    Eigen::Vector2i point;
+    std::optional<unsigned> region;
+};
+
+/// A slice with its regions.
+class RegionSlice {
+public:
+    explicit RegionSlice(const Scene& scene)
+        : m_scene(scene)
+        , m_program(GL::Program::createVertexFragment("VeltrandGallery/Panel.vert",
+                                                      "VeltrandGallery/RegionSlice.frag", "",
+                                                      GL::Program::Compilation::ImmediateThrow)) {
+        if (scene.labels != nullptr)
+            m_labels = std::make_unique<GL::Texture>(uploadVolume(*scene.labels));
+    }
+
+    void draw(const PixelRect& rect, const Eigen::Affine3d& panelToPatient, const GL::ObjectPicking& picking,
+              const void* object) const {
+        const Volume& labels = m_scene.labels != nullptr ? *m_scene.labels : m_scene.volume;
+        const Window window = textureWindow(m_scene.volume, m_scene.window);
+        const Window numbers = textureWindow(labels, {0, 1});
+        // Without regions, numbers beyond every value leave the volume alone as the labels.
+        const double one = m_labels ? numbers.high : 1e9;
+        setViewport(rect);
+        m_program->enable();
+        picking.enable(*m_program, object);
+        m_program->setArgument("volume", m_scene.texture);
+        m_program->setArgument("labels", m_labels ? *m_labels : m_scene.texture);
+        m_program->setArgument("panelToTexture",
+                               (patientToTexture(m_scene.volume) * panelToPatient).matrix().eval());
+        m_program->setArgument("panelToLabels", (patientToTexture(labels) * panelToPatient).matrix().eval());
+        m_program->setArgument("window", Eigen::Vector2d(window.low, window.high));
+        m_program->setArgument("labelWindow", Eigen::Vector2d(numbers.low, one));
+        GL::FullscreenSquare::get()->drawFilled();
+        m_program->disable();
+    }
+
+private:
+    const Scene& m_scene;
+    std::unique_ptr<GL::Program> m_program;
+    std::unique_ptr<GL::Texture> m_labels;
+};
+
+PixelRect scaled(const PixelRect& rect) {
+    return {Scale * rect.x, Scale * rect.y, Scale * rect.width, Scale * rect.height};
+}
+
+/// The largest rectangle of the shape of @p shape in the middle of @p room.
+PixelRect fitted(const PixelRect& shape, const PixelRect& room) {
+    const double scale = std::min(static_cast<double>(room.width) / shape.width,
+                                  static_cast<double>(room.height) / shape.height);
+    const int width = std::max(1, static_cast<int>(shape.width * scale));
+    const int height = std::max(1, static_cast<int>(shape.height * scale));
+    return {room.x + (room.width - width) / 2, room.y + (room.height - height) / 2, width, height};
+}
+
+/// Rows of clicks over a panel, every second one shifted by half a step.
+void addClicks(std::vector<Click>& clicks, const char* panel, const PixelRect& rect, int pictureHeight) {
+    constexpr int Columns = 4;
+    constexpr int Rows = 13;
+    for (int row = 0; row < Rows; ++row)
+        for (int column = 0; column < Columns; ++column) {
+            const int x = rect.width * (4 * column + 1 + 2 * (row % 2)) / (4 * Columns);
+            const int y = rect.height * (2 * row + 1) / (2 * Rows);
+            clicks.push_back({panel, {rect.x + x, pictureHeight - 1 - (rect.y + y)}, std::nullopt});
+        }
+}
+
+std::string regionName(const Scene& scene, unsigned region) {
+    const bool isNamed = region < scene.regionNames.size() && !scene.regionNames[region].empty();
+    return isNamed ? scene.regionNames[region] : std::to_string(region);
+}
+
+/// Marks clicks and writes on the framebuffer that is bound, at pixels from its lower left corner.
+class Marker {
+public:
+    explicit Marker(const Eigen::Vector2i& size)
+        : m_window{0, 0, size.x(), size.y()} {}
+
+    void text(const std::string& text, const Eigen::Vector2d& topCenter, int points) const {
+        GL::TextRenderer::Font font;
+        font.size = std::max(5, points);
+        font.decorations = GL::TextRenderer::Decoration::Shadow;
+        GL::TextRenderer::get()->renderText(m_window, topCenter, text, font,
+                                            GL::TextRenderer::AlignmentH::Center,
+                                            GL::TextRenderer::AlignmentV::Top);
+    }
+
+    /// A dot where the click was, and below it the answer.
+    void answer(const Scene& scene, const Click& click) const {
+        const int x = click.point.x();
+        const int y = m_window.height - 1 - click.point.y();
+        const int radius = click.region ? 2 : 1;
+        m_dots.fill({x - radius - 1, y - radius - 1, 2 * radius + 3, 2 * radius + 3}, {0, 0, 0});
+        m_dots.fill({x - radius, y - radius, 2 * radius + 1, 2 * radius + 1}, {1, 1, 1});
+        if (!click.region)
+            return;
+        std::string name = regionName(scene, *click.region);
+        std::replace(name.begin(), name.end(), '_', ' ');
+        text(name, Eigen::Vector2d(x, y - radius - 3), m_window.height / 90);
+    }
+
+private:
+    GL::Viewport m_window;
+    LabelPainter m_dots;
+};
+
+void writeAnswers(const Scene& scene, const std::vector<Click>& clicks) {
+    const std::filesystem::path path = scene.directory / "picking.json";
+    std::ofstream file(path);
+    file << "[\n";
+    for (std::size_t i = 0; i < clicks.size(); ++i) {
+        const Click& click = clicks[i];
+        file << "  {\"panel\": \"" << click.panel << "\", \"point\": [" << click.point.x() << ", "
+             << click.point.y() << "], \"region\": ";
+        if (click.region)
+            file << *click.region << ", \"name\": \"" << regionName(scene, *click.region) << "\"}";
+        else
+            file << "null, \"name\": null}";
+        file << (i + 1 < clicks.size() ? ",\n" : "\n");
+    }
+    file << "]\n";
+    if (!file.flush())
+        throw std::runtime_error("cannot write " + path.string() + ".");
+}
+
+} // namespace
+
+void drawPicking(const Scene& scene, const Canvas& canvas) {
+    const SliceLayout layout = layoutSlices(canvas.size(), scene.volume.bounds(), scene.point);
+    const SlicePanel& axial = layout.panels.front();
+    const int margin = layout.margin;
+    const int half = canvas.size().x() / 2;
+    const PixelRect left{margin, 2 * margin, std::max(1, half - 2 * margin),
+                         std::max(1, canvas.size().y() - 3 * margin)};
+    const PixelRect slicePanel = fitted(axial.rect, left);
+    const PixelRect surfacePanel{left.x + half, left.y, left.width, left.height};
+    std::vector<Click> clicks;
+    addClicks(clicks, "slice", slicePanel, canvas.size().y());
+    addClicks(clicks, "surfaces", surfacePanel, canvas.size().y());
+
+    const RegionSlice slice(scene);
+    const RegionModel surfaces(scene);
+    const Eigen::Vector2i pixels = Scale * canvas.size();
+    GL::OffscreenRenderHelper helper;
+    GL::ObjectPicking picking;
+    {
+        RenderBuffer buffer =
+            helper.create(pixels, GL::InternalFormat::RGBA8, GL::InternalFormat::DepthComponent24);
+        if (buffer.isEmpty())
+            throw std::runtime_error("the driver cannot draw a picture of twice the size.");
+        picking.reset(buffer.framebuffer(), pixels, {&slice, &surfaces});
+        slice.draw(scaled(slicePanel), axial.panelToPatient, picking, &slice);
+        surfaces.draw(surfaces.view(scaled(surfacePanel)), &picking, &surfaces);
+        picking.disable();
+        buffer.blendToParent();
+    }
+
+    const Marker marker(canvas.size());
+    for (Click& click : clicks) {
+        // From points below the window's upper edge to pixels above the framebuffer's lower one.
+        const Eigen::Vector2i pixel(Scale * click.point.x(), pixels.y() - 1 - Scale * click.point.y());
+        for (const auto& info : picking.getPickingInfo({pixel}, nullptr))
+            click.region = info.secondId;
+        marker.answer(scene, click);
+    }
+    const int captionSize = canvas.size().y() / 45;
+    marker.text("Picked on a slice", Eigen::Vector2d(half / 2, 1.5 * margin), captionSize);
+    marker.text("Picked on surfaces", Eigen::Vector2d(half + half / 2, 1.5 * margin), captionSize);
+    writeAnswers(scene, clicks);
+}
+
+} // namespace Veltrand::Apps

@@ -10,6 +10,7 @@
 #include <functional>
 #include <memory>
 #include <mutex>
+#include <type_traits>
 
 namespace Veltrand::GL {
 
@@ -97,10 +98,23 @@ VELTRAND_GL_API void init(std::unique_ptr<Context> context = nullptr);
 /// `ContextManager::get().deinit()`
 VELTRAND_GL_API void deinit();
 
-/// The address of the OpenGL function @p name, for loaders of the application's own; its signature is the
-/// one that glXGetProcAddress and most loaders expect. GLX answers non-null for names that the driver does
-/// not have, so presence follows from the context's version, profile and extensions, never from this
-/// address. Any thread; needs no current context.
+// Raw OpenGL for applications
+
+/// The address of the OpenGL (or GLX) function @p name, for raw calls and for loaders of the application's
+/// own. As a callback it fits both kinds of loader, those that take a function for it and those that take
+/// `void*`; called directly, it gives the function of the type asked for:
+///
+///     gladLoadGL(&GL::entryPoint);
+///     const auto enable = GL::entryPoint<void (*)(GLenum)>("glEnable");
+///
+/// What an application loads this way is its own; it does not meet the entry points of this library. GLX
+/// answers non-null for names that the driver does not have, so presence follows from the context's version,
+/// profile and extensions, never from this address. Any thread; needs no current context.
 [[nodiscard]] VELTRAND_GL_API void (*entryPoint(const char* name))();
+template<class Address>
+requires std::is_pointer_v<Address>
+[[nodiscard]] Address entryPoint(const char* name) {
+    return reinterpret_cast<Address>(entryPoint(name));
+}
 
 } // namespace Veltrand::GL

@@ -19,6 +19,8 @@ packages=(
     libutfcpp-dev libx11-dev libzstd-dev zlib1g-dev
     # tests and benchmarks
     libbenchmark-dev libgtest-dev
+    # windows of toolkits that the tests draw into
+    libglfw3-dev libqt6opengl6-dev libsdl2-dev qt6-base-dev
     # OpenGL without a screen
     libgl1-mesa-dri libglx-mesa0 xauth xvfb
     # the fonts that the library carries

@@ -23,6 +23,7 @@
 #include <stdexcept>
 #include <string>
 #include <string_view>
+#include <thread>
 #include <unistd.h>
 #include <unordered_map>
 #include <utility>
@@ -45,7 +46,9 @@ using XPointer = std::unique_ptr<T, XFreeDeleter>;
 // do not use up the server's connections.
 class ShareGroup {
 public:
-    ShareGroup() = default;
+    // Connects to the display of that name; an empty one stands for the environment's.
+    explicit ShareGroup(std::string displayName = {})
+        : m_displayName(std::move(displayName)) {}
     ShareGroup(const ShareGroup&) = delete;
     ShareGroup& operator=(const ShareGroup&) = delete;
     ~ShareGroup() {
@@ -64,7 +67,7 @@ public:
                 return display;
             }
         }
-        return XOpenDisplay(nullptr);
+        return XOpenDisplay(m_displayName.empty() ? nullptr : m_displayName.c_str());
     }
 
     // Waits for the server, so that no late error reaches the connection's next context.
@@ -75,6 +78,7 @@ public:
     }
 
 private:
+    std::string m_displayName;
     std::mutex m_mutex;
     std::vector<Display*> m_idle;
     pid_t m_process = getpid();
@@ -83,20 +87,30 @@ private:
 // What is known of every living context of ours, by handle.
 struct ContextRecord {
     std::shared_ptr<ShareGroup> group;
-    bool current = false;
+    std::thread::id thread{}; // on which this library made it current and has not released it since
 };
 
 struct ContextTable {
     std::mutex mutex;
     std::unordered_map<GLXContext, ContextRecord> records;
-    // The groups of contexts that share with a context made elsewhere, by that one's handle.
-    std::unordered_map<GLXContext, std::weak_ptr<ShareGroup>> foreign;
+    // The groups of contexts that share with contexts made elsewhere, by the name of the display. When those
+    // end is not known, and until then they may hold objects made through our connections, so that these
+    // stay open and serve whatever context comes next.
+    std::unordered_map<std::string, std::shared_ptr<ShareGroup>> foreign;
 };
 
 // Never destroyed, since contexts may be destroyed by static objects.
 ContextTable& contextTable() {
     static ContextTable* const instance = new ContextTable;
     return *instance;
+}
+
+// The table is locked.
+std::shared_ptr<ShareGroup> foreignGroup(ContextTable& table, const std::string& displayName) {
+    std::shared_ptr<ShareGroup>& group = table.foreign[displayName];
+    if (!group)
+        group = std::make_shared<ShareGroup>(displayName);
+    return group;
 }
 
 std::shared_ptr<ShareGroup> shareGroupOf(GLXContext context) {
@@ -106,18 +120,14 @@ std::shared_ptr<ShareGroup> shareGroupOf(GLXContext context) {
     const std::lock_guard lock(table.mutex);
     if (const auto found = table.records.find(context); found != table.records.end())
         return found->second.group;
-    std::weak_ptr<ShareGroup>& foreign = table.foreign[context];
-    auto group = foreign.lock();
-    if (!group)
-        foreign = group = std::make_shared<ShareGroup>();
-    return group;
+    return foreignGroup(table, {});
 }
 
 void setCurrent(GLXContext context, bool current) {
     ContextTable& table = contextTable();
     const std::lock_guard lock(table.mutex);
     if (const auto found = table.records.find(context); found != table.records.end())
-        found->second.current = current;
+        found->second.thread = current ? std::this_thread::get_id() : std::thread::id();
 }
 
 // X errors are reported process-wide, asynchronously. While contexts are created, the errors of the display
@@ -169,8 +179,8 @@ class PreviousCurrent {
 public:
     PreviousCurrent() = default;
     ~PreviousCurrent() {
-        if (m_context)
-            glXMakeContextCurrent(m_display, m_draw, m_read, m_context);
+        if (m_context && glXMakeContextCurrent(m_display, m_draw, m_read, m_context))
+            setCurrent(m_context, true);
     }
     PreviousCurrent(const PreviousCurrent&) = delete;
     PreviousCurrent& operator=(const PreviousCurrent&) = delete;
@@ -184,6 +194,38 @@ private:
     GLXContext m_context = glXGetCurrentContext();
 };
 
+// The version of the current context, also before the entry points are loaded; -1.-1, logged, when the
+// driver's text cannot be read.
+Utils::Version currentVersion() {
+    const EarlyEntryPoint string(glGetString, "glGetString");
+    try {
+        return versionInfo();
+    } catch (const std::logic_error&) {
+        logMessage(Log::Error, category,
+                   [] { return "Unreadable OpenGL version \"" + getString(GL_VERSION) + "\""; });
+        return {.major = -1, .minor = -1, .patch = 0, .preRelease = {}, .build = {}};
+    }
+}
+
+// Of the current context, whose entry points are loaded.
+bool hasExtension(std::string_view wanted) {
+    for (GLuint i = 0; i < static_cast<GLuint>(getInt(GL_NUM_EXTENSIONS)); ++i)
+        if (wanted == reinterpret_cast<const char*>(glGetStringi(GL_EXTENSIONS, i)))
+            return true;
+    return false;
+}
+
+// The name that connects to the screen of a context made elsewhere.
+std::string displayNameOf(Display* display, GLXContext context) {
+    std::string name = DisplayString(display);
+    int screen = 0;
+    const std::size_t colon = name.rfind(':');
+    if (colon == std::string::npos || glXQueryContext(display, context, GLX_SCREEN, &screen) != Success)
+        return name;
+    name.resize(std::min(name.find('.', colon), name.size()));
+    return name + "." + std::to_string(screen);
+}
+
 } // namespace
 
 struct ContextGLX::Private {
@@ -193,6 +235,9 @@ struct ContextGLX::Private {
     Colormap colormap = 0;
     CreateInfo info;
 
+    bool adopted = false; // display, drawables and context are someone else's
+    GLXDrawable draw = 0;
+    GLXDrawable read = 0;
     std::shared_ptr<ShareGroup> group;
     GLXFBConfig config = nullptr;
     pid_t process = getpid();
@@ -202,6 +247,9 @@ struct ContextGLX::Private {
     Private& operator=(const Private&) = delete;
     ~Private() { destroy(); }
     void destroy();
+
+    bool adopt();
+    void rememberDrawables();
 
     bool connect();
     bool chooseConfig();
@@ -226,8 +274,11 @@ void ContextGLX::Private::destroy() {
         ContextTable& table = contextTable();
         const std::lock_guard lock(table.mutex);
         table.records.erase(context);
-        glXDestroyContext(display, std::exchange(context, nullptr));
+        if (!adopted)
+            glXDestroyContext(display, std::exchange(context, nullptr));
     }
+    if (adopted)
+        return;
     if (window)
         XDestroyWindow(display, std::exchange(window, 0));
     if (colormap)
@@ -324,6 +375,7 @@ bool ContextGLX::Private::createWindow(const ErrorTrap& trap) {
         return false;
     }
     XStoreName(display, window, "OpenGL Context");
+    draw = read = window;
     return true;
 }
 
@@ -395,14 +447,7 @@ GLXContext ContextGLX::Private::preferCompatibility(GLXContext context_, std::ve
 bool ContextGLX::Private::reachesVersion(GLXContext candidate, const CreateInfo& wanted) const {
     if (!glXMakeCurrent(display, window, candidate))
         return false;
-    const EarlyEntryPoint string(glGetString, "glGetString");
-    bool reached = false;
-    try {
-        reached = versionInfo() >= wanted.version;
-    } catch (const std::logic_error&) {
-        logMessage(Log::Error, category,
-                   [] { return "Unreadable OpenGL version \"" + getString(GL_VERSION) + "\""; });
-    }
+    const bool reached = currentVersion() >= wanted.version;
     glXMakeCurrent(display, None, nullptr);
     return reached;
 }
@@ -488,7 +533,7 @@ std::unique_ptr<Context> ContextGLX::create(CreateInfo info) {
     {
         ContextTable& table = contextTable();
         const std::lock_guard tableLock(table.mutex);
-        table.records.emplace(data->context, ContextRecord{data->group, false});
+        table.records.emplace(data->context, ContextRecord{data->group});
     }
     std::unique_ptr<ContextGLX> context(new ContextGLX(std::move(data)));
     if (!context->makeCurrent()) {
@@ -501,6 +546,71 @@ std::unique_ptr<Context> ContextGLX::create(CreateInfo info) {
     return context;
 }
 
+// Takes over what clones of the current context have to match; whether the library can work with it. Asks for
+// nothing that the context lacks, because an error would be left to its owner.
+bool ContextGLX::Private::adopt() {
+    const EarlyEntryPoint string(glGetString, "glGetString");
+    const EarlyEntryPoint indexedString(glGetStringi, "glGetStringi");
+    const EarlyEntryPoint integer(glGetIntegerv, "glGetIntegerv");
+    const Utils::Version version = currentVersion();
+    const auto atLeast = [&version](int major, int minor) {
+        return version.major > major || (version.major == major && version.minor >= minor);
+    };
+    const std::string text = getString(GL_VERSION);
+    if (!atLeast(3, 3) || text.starts_with("OpenGL ES")) {
+        logMessage(Log::Error, category, [&text] {
+            return "Cannot adopt a context of version \"" + text + "\", OpenGL 3.3 is needed";
+        });
+        return false;
+    }
+    const int flags = getInt(GL_CONTEXT_FLAGS);
+    if ((flags & GL_CONTEXT_FLAG_NO_ERROR_BIT) != 0) {
+        logMessage(Log::Error, category, "Cannot adopt a context that was made without error checking");
+        return false;
+    }
+    info.debug = (flags & GL_CONTEXT_FLAG_DEBUG_BIT) != 0;
+    info.compatibility = (getInt(GL_CONTEXT_PROFILE_MASK) & GL_CONTEXT_CORE_PROFILE_BIT) == 0;
+    if (atLeast(4, 5) || hasExtension("GL_KHR_robustness") || hasExtension("GL_ARB_robustness"))
+        info.resetNotification = getInt(GL_RESET_NOTIFICATION_STRATEGY) == GL_LOSE_CONTEXT_ON_RESET;
+    rememberDrawables();
+    return true;
+}
+
+// The owner may have moved an adopted context to another of its windows.
+void ContextGLX::Private::rememberDrawables() {
+    draw = glXGetCurrentDrawable();
+    read = glXGetCurrentReadDrawable();
+}
+
+std::unique_ptr<Context> ContextGLX::adoptCurrent() {
+    const GLXContext current = glXGetCurrentContext();
+    if (!current) {
+        logMessage(Log::Error, category,
+                   "Cannot adopt a context: no GLX context is current on this thread, and one made through "
+                   "EGL does not count");
+        return nullptr;
+    }
+    const std::lock_guard lock(entryPointMutex());
+    auto data = std::make_unique<Private>();
+    data->adopted = true;
+    if (!data->adopt())
+        return nullptr;
+    Display* const display = glXGetCurrentDisplay();
+    {
+        ContextTable& table = contextTable();
+        const std::lock_guard tableLock(table.mutex);
+        data->group = foreignGroup(table, displayNameOf(display, current));
+        const ContextRecord record{data->group, std::this_thread::get_id()};
+        if (!table.records.emplace(current, record).second) {
+            logMessage(Log::Error, category, "Cannot adopt a context that is this library's already");
+            return nullptr;
+        }
+    }
+    data->display = display;
+    data->context = current;
+    return std::unique_ptr<Context>(new ContextGLX(std::move(data)));
+}
+
 ContextGLX::ContextGLX(std::unique_ptr<Private> data)
     : m_data(std::move(data)) {}
 
@@ -511,14 +621,24 @@ ContextGLX::~ContextGLX() {
 void ContextGLX::cleanup() {
     if (m_data->process != getpid())
         return;
-    deinitialize();
-    glXMakeCurrent(m_data->display, None, nullptr);
+    if (m_data->adopted) {
+        // Its owner, who may not ask what is current, goes on with what it was.
+        const PreviousCurrent previous;
+        deinitialize();
+    } else {
+        deinitialize();
+        glXMakeCurrent(m_data->display, None, nullptr);
+    }
     m_data.reset();
 }
 
 bool ContextGLX::makeCurrent() const {
     const GLXContext previous = glXGetCurrentContext();
-    if (!glXMakeCurrent(m_data->display, m_data->window, m_data->context))
+    if (m_data->adopted && previous == m_data->context)
+        m_data->rememberDrawables();
+    else if (!(m_data->draw == m_data->read
+                   ? glXMakeCurrent(m_data->display, m_data->draw, m_data->context)
+                   : glXMakeContextCurrent(m_data->display, m_data->draw, m_data->read, m_data->context)))
         return false;
     if (previous && previous != m_data->context)
         setCurrent(previous, false);
@@ -528,6 +648,8 @@ bool ContextGLX::makeCurrent() const {
 
 bool ContextGLX::doneCurrent() const {
     const GLXContext previous = glXGetCurrentContext();
+    if (m_data->adopted && previous == m_data->context)
+        m_data->rememberDrawables();
     if (!glXMakeCurrent(m_data->display, None, nullptr))
         return false;
     setCurrent(previous, false);
@@ -572,7 +694,10 @@ bool ContextGLX::isCurrentOnSomeThread() const {
     ContextTable& table = contextTable();
     const std::lock_guard lock(table.mutex);
     const auto found = table.records.find(m_data->context);
-    return found != table.records.end() && found->second.current;
+    if (found == table.records.end() || found->second.thread == std::thread::id())
+        return false;
+    // Others may have released it here; about another thread the window system does not tell.
+    return found->second.thread != std::this_thread::get_id() || glXGetCurrentContext() == m_data->context;
 }
 
 std::mutex& entryPointMutex() {

@@ -314,6 +314,9 @@ void ContextManager::init(std::unique_ptr<Context> context) {
         if (s->backgroundThread.joinable())
             s->backgroundThread.join();
         s->hasContexts = false;
+        // A context that the caller has brought stays current.
+        if (std::exchange(s->backgroundContext, nullptr))
+            s->mainContext->makeCurrent();
         destroyContexts(*s);
         CurrentState::get().renew();
         throw OpenGLNotFoundException(reason);

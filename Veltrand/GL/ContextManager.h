@@ -33,9 +33,10 @@ public:
 
     // Start and end, on the main thread
 
-    /// Starts OpenGL with @p context as main context, which must be current on the calling thread, or with a
-    /// new hidden one. On return the main context is current and the background thread serves tasks. Throws
-    /// `OpenGLNotFoundException` when there is no usable OpenGL. Must not be called while initialised.
+    /// Starts OpenGL with @p context as main context, which must be current on the calling thread (that of a
+    /// window toolkit: `ContextGLX::adoptCurrent`), or with a new hidden one. On return the main context is
+    /// current and the background thread serves tasks. Throws `OpenGLNotFoundException` when there is no
+    /// usable OpenGL. Must not be called while initialised.
     void init(std::unique_ptr<Context> context);
     /// Destroys all per-context instances, stops the background thread and destroys all contexts. A local
     /// context that is still current on a live thread is left to that thread, which is logged. Without `init`

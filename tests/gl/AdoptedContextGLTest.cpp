@@ -1,0 +1,148 @@
+// SPDX-License-Identifier: BSD-3-Clause
+#include <Veltrand/GL/ContextGLX.h>
+#include <Veltrand/GL/ContextManager.h>
+#include <Veltrand/GL/Functions.h>
+#include <Veltrand/GL/Texture.h>
+
+#include "support/LogCapture.h"
+#include "support/WindowSystem.h"
+
+#include <Eigen/Core>
+#include <glad/gl.h>
+#include <gtest/gtest.h>
+#include <optional>
+#include <vector>
+
+// Last: glad has to come before it, and its macros break other headers.
+#include <GL/glx.h>
+#include <GL/glxext.h>
+
+namespace Veltrand::GL {
+
+namespace {
+
+// A window with a context as a toolkit would make it, current while it lives.
+class ToolkitWindow {
+public:
+    explicit ToolkitWindow(std::vector<int> attributes) {
+        const int wanted[] = {GLX_DOUBLEBUFFER, True, GLX_RED_SIZE, 8, None};
+        int count = 0;
+        GLXFBConfig* const configs = glXChooseFBConfig(display, DefaultScreen(display), wanted, &count);
+        XVisualInfo* const visual = glXGetVisualFromFBConfig(display, configs[0]);
+        XSetWindowAttributes settings{};
+        settings.colormap = XCreateColormap(display, DefaultRootWindow(display), visual->visual, AllocNone);
+        window = XCreateWindow(display, DefaultRootWindow(display), 0, 0, 32, 32, 0, visual->depth,
+                               InputOutput, visual->visual, CWColormap | CWBorderPixel, &settings);
+        attributes.push_back(None);
+        const auto create = entryPoint<PFNGLXCREATECONTEXTATTRIBSARBPROC>("glXCreateContextAttribsARB");
+        context = create(display, configs[0], nullptr, True, attributes.data());
+        glXMakeCurrent(display, window, context);
+        XFree(visual);
+        XFree(configs);
+    }
+    ToolkitWindow(const ToolkitWindow&) = delete;
+    ToolkitWindow& operator=(const ToolkitWindow&) = delete;
+    ~ToolkitWindow() {
+        glXMakeCurrent(display, None, nullptr);
+        glXDestroyContext(display, context);
+        XCloseDisplay(display);
+    }
+
+    Display* display = XOpenDisplay(nullptr);
+    Window window = None;
+    GLXContext context = nullptr;
+};
+
+const std::vector<int> core33{GLX_CONTEXT_MAJOR_VERSION_ARB, 3, GLX_CONTEXT_MINOR_VERSION_ARB, 3};
+
+int currentInt(GLenum name) {
+    int value = -1;
+    entryPoint<void (*)(GLenum, GLint*)>("glGetIntegerv")(name, &value);
+    EXPECT_EQ(entryPoint<GLenum (*)()>("glGetError")(), GLenum{GL_NO_ERROR}) << name;
+    return value;
+}
+
+void expectRefusal(Testing::LogCapture& log, const char* text) {
+    EXPECT_EQ(ContextGLX::adoptCurrent(), nullptr) << text;
+    EXPECT_TRUE(log.takeLine({Log::Error, "GL.ContextGLX", text})) << text;
+}
+
+} // namespace
+
+TEST(AdoptedContextGL, RefusesWhatItCannotServe) {
+    Testing::LogCapture log;
+    expectRefusal(log, "Cannot adopt a context: no GLX context is current on this thread, and one made "
+                       "through EGL does not count");
+    {
+        const auto ours = Context::create({});
+        expectRefusal(log, "Cannot adopt a context that is this library's already");
+    }
+    const ToolkitWindow plain(core33);
+    const auto adopted = ContextGLX::adoptCurrent();
+    expectRefusal(log, "Cannot adopt a context that is this library's already");
+    const ToolkitWindow es(
+        {GLX_CONTEXT_PROFILE_MASK_ARB, GLX_CONTEXT_ES2_PROFILE_BIT_EXT, GLX_CONTEXT_MAJOR_VERSION_ARB, 2});
+    EXPECT_EQ(ContextGLX::adoptCurrent(), nullptr);
+    EXPECT_EQ(log.take("GL.ContextGLX").back().text.rfind("Cannot adopt a context of version \"OpenGL ES", 0),
+              0u);
+}
+
+TEST(AdoptedContextGL, ClonesMatchAndWhatIsTheToolkitsStays) {
+    for (const int profile : {GLX_CONTEXT_CORE_PROFILE_BIT_ARB, GLX_CONTEXT_COMPATIBILITY_PROFILE_BIT_ARB})
+        for (const int flags : {0, GLX_CONTEXT_DEBUG_BIT_ARB})
+            for (const int reset : {GLX_NO_RESET_NOTIFICATION_ARB, GLX_LOSE_CONTEXT_ON_RESET_ARB}) {
+                Testing::LogCapture log;
+                std::vector<int> attributes = core33;
+                attributes.insert(attributes.end(),
+                                  {GLX_CONTEXT_PROFILE_MASK_ARB, profile, GLX_CONTEXT_FLAGS_ARB, flags,
+                                   GLX_CONTEXT_RESET_NOTIFICATION_STRATEGY_ARB, reset});
+                const ToolkitWindow toolkit(attributes);
+                const auto settings = [] {
+                    return std::vector{currentInt(GL_CONTEXT_PROFILE_MASK), currentInt(GL_CONTEXT_FLAGS),
+                                       currentInt(GL_RESET_NOTIFICATION_STRATEGY)};
+                };
+                const auto wanted = settings();
+                auto adopted = ContextGLX::adoptCurrent();
+                ASSERT_TRUE(adopted);
+                const auto clone = adopted->clone();
+                EXPECT_NE(glXGetCurrentContext(), toolkit.context);
+                EXPECT_EQ(settings(), wanted);
+
+                EXPECT_TRUE(adopted->makeCurrent());
+                EXPECT_EQ(glXGetCurrentDrawable(), toolkit.window);
+                EXPECT_TRUE(adopted->doneCurrent());
+                EXPECT_FALSE(ContextGLX::hasCurrent());
+                EXPECT_TRUE(clone->makeCurrent());
+                adopted.reset();
+                EXPECT_EQ(glXGetCurrentContext(), clone->internalHandle()) << "put back what was current";
+                EXPECT_TRUE(glXMakeCurrent(toolkit.display, toolkit.window, toolkit.context));
+                EXPECT_EQ(settings(), wanted);
+            }
+}
+
+// The toolkit's context is left holding a texture whose memory belongs to a connection of ours.
+TEST(AdoptedContextGL, ServesTheManagerAndOutlivesIt) {
+    const ToolkitWindow toolkit(core33);
+    for (int life = 0; life < 2; ++life) {
+        Testing::LogCapture log;
+        Testing::windowSystem() = {};
+        init(ContextGLX::adoptCurrent());
+        static_cast<void>(log.take("GL"));
+        std::optional<Texture> texture;
+        const auto inBackground = [](const auto& task) { ContextManager::get().runWithOpenGL(task, true); };
+        inBackground([&texture] {
+            texture.emplace(Eigen::Vector3i(4, 4, 1), InternalFormat::RGBA8);
+            texture->clear<float>({0.0F, 1.0F, 0.0F, 1.0F});
+            finish();
+        });
+        glBindTexture(GL_TEXTURE_2D, texture->id());
+        inBackground([&texture] { texture.reset(); });
+        deinit();
+        EXPECT_EQ(glXGetCurrentContext(), toolkit.context);
+        EXPECT_EQ(Testing::windowSystem().displaysClosed, 0);
+        EXPECT_EQ(Testing::windowSystem().displaysOpened, 0) << "connections of earlier lives serve again";
+        EXPECT_EQ(Testing::windowSystem().contextsDestroyed, 1) << "the background context";
+    }
+}
+
+} // namespace Veltrand::GL

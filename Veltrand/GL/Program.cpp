@@ -141,11 +141,26 @@ std::unique_ptr<Program> Program::createCompute(const std::string& computeName, 
                                      compilation);
 }
 
-std::unique_ptr<Program> Program::cloneImpl() const {
+std::vector<Program::StageName> Program::stageNames() const {
     std::vector<StageName> stages;
+    stages.reserve(m_shaders.size());
     for (const ShaderInfo& shader : m_shaders)
         stages.emplace_back(shader.stage, shader.name.c_str());
-    return std::make_unique<Program>(stages, m_defines, Compilation::Deferred);
+    return stages;
+}
+
+std::unique_ptr<Program> Program::cloneImpl() const {
+    return std::make_unique<Program>(stageNames(), m_defines, Compilation::Deferred);
+}
+
+// What the constructor does not take.
+void Program::copySettings(const Program& other, Flags<Cloning> flags) {
+    if (!flags.test(Cloning::SkipDecorators))
+        m_decorators = other.m_decorators;
+    if (!flags.test(Cloning::SkipAbstractIncludes))
+        m_abstractIncludes = other.m_abstractIncludes;
+    m_expandDefines = other.m_expandDefines;
+    m_requiredExtensions = other.m_requiredExtensions;
 }
 
 std::unique_ptr<Program> Program::clone(Flags<Cloning> flags, Compilation compilation) const {
@@ -153,12 +168,7 @@ std::unique_ptr<Program> Program::clone(Flags<Cloning> flags, Compilation compil
         std::unique_ptr<Program> copy = cloneImpl();
         if (!copy)
             return nullptr;
-        if (!flags.test(Cloning::SkipDecorators))
-            copy->m_decorators = m_decorators;
-        if (!flags.test(Cloning::SkipAbstractIncludes))
-            copy->m_abstractIncludes = m_abstractIncludes;
-        copy->m_expandDefines = m_expandDefines;
-        copy->m_requiredExtensions = m_requiredExtensions;
+        copy->copySettings(*this, flags);
         if (!copy->changed(compilation))
             return nullptr;
         return copy;
@@ -173,6 +183,29 @@ std::unique_ptr<Program> Program::clone(Flags<Cloning> flags, Compilation compil
 
 bool Program::compile(Compilation compilation) {
     return initProgram(compilation);
+}
+
+// In objects of its own, since a program object whose last link has failed cannot be made current any more.
+bool Program::reload() {
+    try {
+        Program fresh(stageNames(), m_defines, Compilation::Deferred);
+        fresh.copySettings(*this, Cloning::SkipDecorators);
+        for (std::size_t i = 0; i < m_shaders.size(); ++i)
+            fresh.m_shaders[i].overrideSource = m_shaders[i].overrideSource;
+        if (!fresh.compile(Compilation::Immediate))
+            return false;
+        unbindImages(false);
+        unbindBuffers();
+        if (static_cast<GLuint>(getInt(GL_CURRENT_PROGRAM)) == m_id)
+            glUseProgram(fresh.m_id);
+        std::swap(m_id, fresh.m_id);
+        m_shaders.swap(fresh.m_shaders);
+        m_needsCompilation = false;
+        return true;
+    } catch (const std::exception& exception) {
+        logMessage(Log::Error, category, [&] { return exception.what(); });
+        return false;
+    }
 }
 
 bool Program::changed(Compilation compilation) {

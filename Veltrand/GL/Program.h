@@ -142,6 +142,11 @@ public:
     /// GL: glCompileShader, glLinkProgram, 2.0
     bool compile(Compilation compilation);
     [[nodiscard]] bool isCompiled() const { return !m_needsCompilation; }
+    /// Compiles anew from the files as they are now, as after an edit. If that fails, which is logged with
+    /// file and line, the answer is false and the program goes on as it was. Otherwise its OpenGL name is a
+    /// new one, which is in use if the old one was; uniforms have their initial values, and bindings of
+    /// images and buffers are forgotten. GL: glCompileShader, glLinkProgram, 2.0
+    bool reload();
 
     [[nodiscard]] const std::string& defines() const { return m_defines; }
     [[nodiscard]] bool expandsDefines() const { return m_expandDefines; }
@@ -267,6 +272,8 @@ private:
     void compileAndLink();
     void initShader(const ShaderInfo& shaderInfo) const;
     [[nodiscard]] std::string joinShaderNames() const;
+    [[nodiscard]] std::vector<StageName> stageNames() const;
+    void copySettings(const Program& other, Flags<Cloning> flags);
     bool changed(Compilation compilation);
     void collectDefinitions(const AbstractInclude& include, const std::string& keyPrefix,
                             std::vector<AbstractIncludeStruct>& definitions) const;

@@ -170,6 +170,35 @@ TEST_F(ProgramGL, RewritesCompilerLogsAndDropsChatter) {
     }
 }
 
+TEST_F(ProgramGL, ReloadingABrokenTextKeepsTheRunningProgram) {
+    const auto program = make(Compilation::ImmediateThrow);
+    EXPECT_TRUE(program->overrideShaderSource(Stage::Vertex,
+                                              "#version 330\nvoid main() { gl_Position = vec4(1); }\n",
+                                              Compilation::ImmediateThrow));
+    NameCounter names;
+    const GLuint running = program->id();
+    program->enable();
+    m_files.set("color.glh", "vec4 color() {\n    return broken;\n}\n");
+    (void)takeLog();
+    EXPECT_FALSE(program->reload());
+    const auto lines = takeLog();
+    EXPECT_TRUE(std::any_of(lines.begin(), lines.end(),
+                            [](const LogLine& l) { return l.text.starts_with("[T/color.glh:2] "); }));
+    EXPECT_TRUE(program->isCompiled());
+    EXPECT_EQ(getInt(GL_CURRENT_PROGRAM), static_cast<int>(running));
+    program->enable(); // a program object whose link has failed would refuse
+    names.expectBalance(1, 2);
+
+    m_files.set("color.glh", "uniform vec4 added;\nvec4 color() { return added; }\n");
+    EXPECT_TRUE(program->reload());
+    EXPECT_GE(program->loc("added"), 0);
+    EXPECT_EQ(getInt(GL_CURRENT_PROGRAM), static_cast<int>(program->id()));
+    EXPECT_EQ(sourceOf(*program, Stage::Vertex).find("gl_Position = p"), std::string::npos) << "the override";
+    names.expectBalance(1, 2);
+    program->disable();
+    (void)takeLog();
+}
+
 TEST_F(ProgramGL, ATextThatTheMatcherRefusesFailsLikeAnyOther) {
     m_files.set("color.glh", "#version 330" + std::string(100000, '\n') + "int x;\n");
     const auto program = make(Compilation::Immediate);

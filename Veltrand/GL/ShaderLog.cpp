@@ -133,4 +133,31 @@ std::vector<std::string> placeShaderMessages(std::string_view log, std::string_v
     return placed;
 }
 
+std::vector<ShaderMessage> parseShaderLog(std::string_view log, std::string_view source) {
+    // Each with the groups line, severity and text; (?|...) numbers them alike.
+    static const boost::regex form(
+        "(?|[0-9]+:([0-9]+)\\([0-9]+\\): (?:preprocessor )?(error|warning): (.*)"   // Mesa
+        "|[0-9]+\\(([0-9]+)\\) ?: (error|warning) (.*)"                             // NVIDIA
+        "|(?=(?:ERROR|WARNING): [0-9]+:([0-9]+): )(ERROR|WARNING): [0-9]+:[0-9]+: " // AMD
+        "(?:(?:error|warning)\\(#[0-9]+\\) )?(.*))");
+    const Lines lines = splitLines(source);
+    std::vector<ShaderMessage> messages;
+    boost::cmatch match;
+    for (const std::string_view line : splitLog(log)) {
+        if (line.empty())
+            continue;
+        ShaderMessage& message = messages.emplace_back();
+        if (!search(line, match, form, boost::match_continuous)) {
+            message.text = line;
+            continue;
+        }
+        message.severity = String::toLowerCopy(view(match[2])) == "error" ? ShaderMessage::Severity::Error
+                                                                          : ShaderMessage::Severity::Warning;
+        if (const auto index = lineIndex(view(match[1]), lines.size()))
+            message.location = locate(lines, *index);
+        message.text = view(match[3]);
+    }
+    return messages;
+}
+
 } // namespace Veltrand::GL

@@ -37,4 +37,18 @@ struct ShaderLocation {
 [[nodiscard]] VELTRAND_GL_API std::vector<std::string> placeShaderMessages(std::string_view log,
                                                                            std::string_view source);
 
+/// One message of a compiler.
+struct ShaderMessage {
+    enum class Severity { Error, Warning, Note };
+    Severity severity = Severity::Note;
+    std::optional<ShaderLocation> location; ///< none for a line before the first marker
+    std::string text;                       ///< without the driver's position and severity
+    friend bool operator==(const ShaderMessage&, const ShaderMessage&) = default;
+};
+
+/// Takes a compiler log apart: one message for each line that is not empty, in the forms of Mesa, NVIDIA, AMD
+/// and Intel. A line of any other form is a note without location.
+[[nodiscard]] VELTRAND_GL_API std::vector<ShaderMessage> parseShaderLog(std::string_view log,
+                                                                        std::string_view source);
+
 } // namespace Veltrand::GL

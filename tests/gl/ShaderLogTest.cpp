@@ -89,4 +89,25 @@ TEST(ShaderLog, PlacesTheMessagesOfMesa) {
                                         "[T/main.frag:4] 0:15(3): preprocessor error: #endif without #if"}));
 }
 
+TEST(ShaderLog, TakesTheMessagesOfAllDriversApart) {
+    using Severity = ShaderMessage::Severity;
+    const std::string log = "0:6(5): preprocessor error: a: b\n"
+                            "0:1(10): error: GLSL 9.99 is not supported\n"
+                            "0(8) : warning C7050: might be used\n"
+                            "Fragment shader failed to compile with the following errors:\n"
+                            "ERROR: 0:11: error(#162) Wrong operand types\n\n"
+                            "WARNING: 0:15: 'x' : unused\n"
+                            "0(99) : error C1008: beyond";
+    EXPECT_EQ(parseShaderLog(log, source),
+              (std::vector<ShaderMessage>{
+                  {Severity::Error, {{"T/one.glh", 1}}, "a: b"},
+                  {Severity::Error, {}, "GLSL 9.99 is not supported"},
+                  {Severity::Warning, {{"HOLE", 1}}, "C7050: might be used"},
+                  {Severity::Note, {}, "Fragment shader failed to compile with the following errors:"},
+                  {Severity::Error, {{"T/one.glh", 3}}, "Wrong operand types"},
+                  {Severity::Warning, {{"T/main.frag", 4}}, "'x' : unused"},
+                  {Severity::Error, {}, "C1008: beyond"},
+              }));
+}
+
 } // namespace Veltrand::GL

@@ -45,36 +45,6 @@ Eigen::Vector3d parsePoint(std::string_view text) {
     return {point[0], point[1], point[2]};
 }
 
-/// Walks along the arguments and hands out options and their values.
-class Arguments {
-public:
-    explicit Arguments(Utils::Span<const char* const> arguments)
-        : m_arguments(arguments) {}
-
-    [[nodiscard]] bool atEnd() const { return m_next == m_arguments.size(); }
-    std::string_view take() { return m_arguments[m_next++]; }
-
-    /// Whether @p argument is the option @p name; if so, @p value is what follows it, after '=' or as the
-    /// next argument.
-    bool takeValue(std::string_view argument, std::string_view name, std::string_view& value) {
-        if (argument.substr(0, name.size()) != name)
-            return false;
-        const std::string_view rest = argument.substr(name.size());
-        if (!rest.empty() && rest.front() != '=')
-            return false;
-        if (rest.empty() && atEnd())
-            throw UsageError(std::string(name) + " needs a value.");
-        value = rest.empty() ? take() : rest.substr(1);
-        if (value.empty())
-            throw UsageError(std::string(name) + " needs a value.");
-        return true;
-    }
-
-private:
-    Utils::Span<const char* const> m_arguments;
-    std::size_t m_next = 0;
-};
-
 } // namespace
 
 GalleryOptions parseOptions(Utils::Span<const char* const> arguments) {

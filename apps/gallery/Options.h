@@ -1,23 +1,16 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-#include <Veltrand/Core/Span.h>
+#include "support/CommandLine.h"
 
 #include <Eigen/Core>
 #include <filesystem>
 #include <optional>
-#include <stdexcept>
 #include <string>
 #include <string_view>
 #include <vector>
 
 namespace Veltrand::Apps {
-
-/// A command line that cannot be understood; the text is one sentence.
-class UsageError : public std::runtime_error {
-public:
-    using std::runtime_error::runtime_error;
-};
 
 /// The regions of the brain template, from the same package.
 inline constexpr const char* DefaultLabels = "/usr/share/mricron/templates/aal.nii.gz";

@@ -1,0 +1,3 @@
+#version 330
+#pragma include "My/outer.glh"
+void main() {}

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include "gallery/Canvas.h"
 #include "gallery/LabelPainter.h"
+#include "gallery/PlanePainter.h"
 #include "gallery/VolumeTexture.h"
 
 #include <Veltrand/GL/ImageProgram.h>
@@ -50,10 +51,7 @@ void drawFiltered(const Scene& scene, const Canvas& canvas) {
         scene.point - (panelToPatient.linear().col(0) + panelToPatient.linear().col(1)) / 2;
     const Eigen::Affine3d panelToTexture = patientToTexture(scene.volume) * panelToPatient;
 
-    const auto show =
-        GL::Program::createVertexFragment("VeltrandGallery/Panel.vert", "VeltrandGallery/Slice.frag", "",
-                                          GL::Program::Compilation::ImmediateThrow);
-    const auto square = GL::VertexBuffer::createFullscreenSquare();
+    const PlanePainter planes;
     const LabelPainter labels;
     const Window grey = textureWindow(scene.volume, scene.window);
     // A step over all of the window within two millimetres shows white.
@@ -64,16 +62,7 @@ void drawFiltered(const Scene& scene, const Canvas& canvas) {
     int left = (canvas.size().x() - 3 * (edge + 2 * margin)) / 2 + margin;
     const auto drawPanel = [&](const GL::Texture& texture, const Window& window, std::string_view caption) {
         panel.rect = {left, bottom, edge, edge};
-        setViewport(panel.rect);
-        show->enable();
-        show->setArgument("volume", texture);
-        show->setArgument("panelToTexture", panelToTexture.matrix());
-        show->setArgument("window", Eigen::Vector2d(window.low, window.high));
-        // No lines of other planes.
-        show->setArgument("gap", 1e9);
-        square->draw(GL::Primitive::TriangleFan);
-        show->disable();
-        show->unbindSamplers("volume");
+        planes.draw(texture, panel.rect, panelToTexture, window);
         labels.drawLetters(scene, panel, layout);
         labels.drawText(caption, left + edge / 2, bottom - 2 * margin, scale, TextColor);
         left += edge + 2 * margin;

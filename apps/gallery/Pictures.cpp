@@ -7,7 +7,7 @@ namespace Veltrand::Apps {
 
 namespace {
 
-constexpr std::array<Picture, 8> AllPictures{{
+constexpr std::array<Picture, 9> AllPictures{{
     {"slices", "axial, coronal and sagittal slices through one point", drawSlices},
     {"projection", "the brightest voxels along three axes", drawProjection},
     {"filtered", "a detail raw, after a 3x3x3 mean, and as the length of its gradient", drawFiltered},
@@ -19,6 +19,7 @@ constexpr std::array<Picture, 8> AllPictures{{
     {"picking", "the regions under a grid of clicks, on a slice and on surfaces; also as picking.json",
      drawPicking},
     {"composited", "surfaces, lines and text, drawn apart and put together in several ways", drawComposited},
+    {"annotation", "slices through a region with its contour, a distance and labels", drawAnnotation},
 }};
 
 } // namespace

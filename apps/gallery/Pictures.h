@@ -46,6 +46,7 @@ struct Picture {
 /// All pictures, in the order in which they are made.
 [[nodiscard]] Utils::Span<const Picture> allPictures();
 
+void drawAnnotation(const Scene& scene, const Canvas& canvas);
 void drawComposited(const Scene& scene, const Canvas& canvas);
 void drawFiltered(const Scene& scene, const Canvas& canvas);
 void drawFixedFunction(const Scene& scene, const Canvas& canvas);

@@ -1,7 +1,10 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include "support/Surface.h"
 
+#include <algorithm>
 #include <array>
+#include <map>
+#include <optional>
 #include <utility>
 
 namespace Veltrand::Apps {
@@ -147,10 +150,62 @@ private:
     Surface m_surface;
 };
 
+/// An edge by its lower and its higher vertex.
+using Edge = std::pair<int, int>;
+
+/// The two edges by which a plane's trace leaves and enters a triangle.
+struct Crossing {
+    Edge enters;
+    Edge leaves;
+};
+
+/// Nothing if the triangle lies on one side.
+template<class IsAbove>
+std::optional<Crossing> crossTriangle(const Vector3i& triangle, IsAbove isAbove) {
+    std::optional<Edge> enters;
+    std::optional<Edge> leaves;
+    for (int i = 0; i < 3; ++i) {
+        const int from = triangle[i];
+        const int to = triangle[(i + 1) % 3];
+        if (isAbove(from) == isAbove(to))
+            continue;
+        (isAbove(from) ? enters : leaves) = std::minmax(from, to);
+    }
+    if (!enters)
+        return std::nullopt;
+    return Crossing{*enters, *leaves};
+}
+
 } // namespace
 
 Surface extractSurface(const ScalarGrid& grid, float level) {
     return SurfaceNet(grid, level).extract();
+}
+
+std::vector<std::vector<Vector3d>> crossSection(const Surface& surface, int axis, double position) {
+    const auto place = [&surface](int vertex) {
+        return Vector3d(surface.positions[static_cast<std::size_t>(vertex)].cast<double>());
+    };
+    const auto isAbove = [&](int vertex) { return place(vertex)[axis] > position; };
+    // Where surfaces touch, an edge may belong to more than two triangles.
+    std::multimap<Edge, Edge> steps;
+    for (const Vector3i& triangle : surface.triangles)
+        if (const auto crossing = crossTriangle(triangle, isAbove))
+            steps.emplace(crossing->enters, crossing->leaves);
+
+    std::vector<std::vector<Vector3d>> loops;
+    while (!steps.empty()) {
+        std::vector<Vector3d>& loop = loops.emplace_back();
+        for (auto step = steps.begin(); step != steps.end();) {
+            const Vector3d low = place(step->first.first);
+            const Vector3d high = place(step->first.second);
+            loop.push_back(low + (position - low[axis]) / (high[axis] - low[axis]) * (high - low));
+            const Edge next = step->second;
+            steps.erase(step);
+            step = steps.find(next);
+        }
+    }
+    return loops;
 }
 
 } // namespace Veltrand::Apps

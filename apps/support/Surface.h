@@ -26,4 +26,10 @@ struct Surface {
 /// a cell.
 [[nodiscard]] Surface extractSurface(const ScalarGrid& grid, float level);
 
+/// Where a closed surface meets a plane: closed loops, the last point joined to the first, counter-clockwise
+/// around what lies inside as seen from the axis's positive end.
+/// @param axis of patient space that is perpendicular to the plane
+[[nodiscard]] std::vector<std::vector<Eigen::Vector3d>> crossSection(const Surface& surface, int axis,
+                                                                     double position);
+
 } // namespace Veltrand::Apps

@@ -70,6 +70,10 @@ protected:
     std::mt19937 m_random;
 };
 
+bool isInBall(const Vector3i& voxel, const Vector3i& center, int radius) {
+    return (voxel - center).squaredNorm() < radius * radius;
+}
+
 int grey(double value, const Apps::Window& window) {
     return int(std::lround(255 * std::clamp((value - window.low) / (window.high - window.low), 0.0, 1.0)));
 }
@@ -130,12 +134,9 @@ TEST_F(PicturesGL, FilteredShowsMeansAndGradients) {
 }
 
 TEST_F(PicturesGL, TransparencyIsTheSameWithAndWithoutSorting) {
-    const auto isInBall = [](const Vector3i& voxel, const Vector3i& center, int radius) {
-        return (voxel - center).squaredNorm() < radius * radius;
-    };
-    use(4, [&](const Vector3i& voxel) { return isInBall(voxel, {7, 7, 7}, 6) ? 200 : 10; });
+    use(4, [](const Vector3i& voxel) { return isInBall(voxel, {7, 7, 7}, 6) ? 200 : 10; });
     // A thalamus in front, a hippocampus on top.
-    const auto labels = m_directory.write("labels.nii", cube(4, [&](const Vector3i& voxel) {
+    const auto labels = m_directory.write("labels.nii", cube(4, [](const Vector3i& voxel) {
                                               if (isInBall(voxel, {7, 10, 7}, 2))
                                                   return 77;
                                               return isInBall(voxel, {7, 7, 10}, 2) ? 37 : 0;
@@ -164,6 +165,39 @@ TEST_F(PicturesGL, TransparencyIsTheSameWithAndWithoutSorting) {
     EXPECT_LT(different, lit / 200);
     EXPECT_LT(thalamus.hnormalized().x(), head.hnormalized().x() - 20); // seen from the patient's left
     EXPECT_GT(hippocampus.hnormalized().y(), head.hnormalized().y() + 20);
+}
+
+TEST_F(PicturesGL, AnnotationMarksARegionWhereItIs) {
+    use(4, [](const Vector3i&) { return 10; });
+    const auto labels = m_directory.write("labels.nii", cube(4, [](const Vector3i& voxel) {
+                                              return isInBall(voxel, {7, 7, 7}, 5) ? 37 : 0;
+                                          }));
+    const PngPicture picture = make("annotation", {"--labels", labels.string()});
+    constexpr int Below = Height * 3 / 10;
+    const Apps::SliceLayout layout =
+        Apps::layoutSlices({Width, Height - Below}, m_volume.bounds(), Vector3d::Zero());
+    const double radius = 18.3 * layout.pixelsPerMillimetre;
+    int measured = 0;
+    for (const Apps::SlicePanel& panel : layout.panels) {
+        const Eigen::Vector2d center(panel.rect.x + panel.rect.width / 2.0,
+                                     Below + panel.rect.y + panel.rect.height / 2.0);
+        int onContour = 0;
+        int elsewhere = 0;
+        int onDistance = 0;
+        for (int y = int(center.y()); y < Below + panel.rect.y + panel.rect.height; ++y) // names stand below
+            for (int x = panel.rect.x; x < panel.rect.x + panel.rect.width; ++x) {
+                const int red = picture.at(x, y, 0);
+                const int green = picture.at(x, y, 1);
+                const double offset = (Eigen::Vector2d(x + 0.5, y + 0.5) - center).norm() - radius;
+                if (green > 225 && red < 110)
+                    ++(std::abs(offset) < 4 ? onContour : elsewhere);
+                onDistance += red > 230 && green > 190 ? 1 : 0;
+            }
+        EXPECT_GT(onContour, 2 * radius) << panel.normal;
+        EXPECT_EQ(elsewhere, 0) << panel.normal;
+        measured += onDistance > radius / 2 ? 1 : 0;
+    }
+    EXPECT_EQ(measured, 1);
 }
 
 } // namespace

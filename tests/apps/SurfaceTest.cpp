@@ -65,6 +65,18 @@ TEST(Surface, OfABallIsRoundInMillimetres) {
     EXPECT_NEAR(area / (4 * std::numbers::pi * Radius * Radius), 1, 0.03);
     for (std::size_t i = 0; i < surface.positions.size(); ++i)
         EXPECT_GT(surface.normals[i].dot(surface.positions[i].normalized()), 0.97F);
+
+    for (int axis = 0; axis < 3; ++axis) {
+        const auto loops = crossSection(surface, axis, 9);
+        ASSERT_EQ(loops.size(), 1U);
+        double disc = 0;
+        for (std::size_t i = 0; i < loops[0].size(); ++i) {
+            EXPECT_NEAR(loops[0][i][axis], 9, 1e-5);
+            disc += loops[0][i].cross(loops[0][(i + 1) % loops[0].size()])[axis] / 2;
+        }
+        EXPECT_NEAR(disc / (std::numbers::pi * (Radius * Radius - 81)), 1, 0.03);
+    }
+    EXPECT_TRUE(crossSection(surface, 0, 20).empty());
 }
 
 TEST(Surface, ClosesAtTheEndOfTheGridAndAroundEveryDetail) {

@@ -1,0 +1,354 @@
+// SPDX-License-Identifier: BSD-3-Clause
+#include "gallery/Canvas.h"
+#include "gallery/LabelPainter.h"
+#include "gallery/PlanePainter.h"
+#include "gallery/VolumeTexture.h"
+#include "support/Surface.h"
+
+#include <Veltrand/GL/Blending.h>
+#include <Veltrand/GL/Functions.h>
+#include <Veltrand/GL/LineRenderer.h>
+#include <Veltrand/GL/TextRenderer.h>
+#include <Veltrand/GL/ViewState.h>
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <cstdio>
+#include <string>
+#include <utility>
+
+namespace Veltrand::Apps {
+
+namespace {
+
+using Eigen::Vector2d;
+using Eigen::Vector3d;
+using Eigen::Vector4d;
+using GL::TextRenderer;
+using AlignmentH = TextRenderer::AlignmentH;
+using AlignmentV = TextRenderer::AlignmentV;
+using Decoration = TextRenderer::Decoration;
+using Style = TextRenderer::Style;
+using Loop = std::vector<Vector3d>;
+
+const Vector4d White(0.92, 0.92, 0.92, 1);
+const Vector4d RegionColor(0.35, 0.95, 0.45, 1);
+const Vector4d DistanceColor(1, 0.85, 0.25, 1);
+/// A plane's colour by the axis that is perpendicular to it: its line on the other slices, and its caption.
+const std::array<Vector4d, 3> PlaneColors{
+    {{0.95, 0.42, 0.38, 1}, {0.45, 0.82, 0.42, 1}, {0.42, 0.66, 1.0, 1}}};
+
+/// What is annotated: its surface, its name and where the slices meet.
+struct Region {
+    Surface surface;
+    std::string name;
+    Vector3d center;
+};
+
+/// The left hippocampus by its number in the AAL atlas, or, without labels, the head.
+Region findRegion(const Scene& scene) {
+    constexpr int LeftHippocampus = 37;
+    if (scene.labels != nullptr) {
+        const ScalarGrid field = regionFields(*scene.labels, std::array{LeftHippocampus}).front();
+        Region region{extractSurface(field, 0.5F), "Left hippocampus", Vector3d::Zero()};
+        for (const Eigen::Vector3f& position : region.surface.positions)
+            region.center += position.cast<double>() / static_cast<double>(region.surface.positions.size());
+        if (scene.volume.bounds().contains(region.center) && !region.surface.positions.empty())
+            return region;
+    }
+    const ScalarGrid head = shrink(scene.volume, 2);
+    return {extractSurface(head, separatingLevel(head)), "Head", scene.point};
+}
+
+/// A cube around the region with some room for what is beside it, as far as the volume reaches.
+Eigen::AlignedBox3d surroundings(const Scene& scene, const Region& region) {
+    Eigen::AlignedBox3d box(region.center);
+    for (const Eigen::Vector3f& position : region.surface.positions)
+        box.extend(position.cast<double>());
+    const Vector3d reach = Vector3d::Constant(box.sizes().maxCoeff());
+    const Eigen::AlignedBox3d cube(region.center - reach, region.center + reach);
+    return scene.volume.bounds().intersection(cube);
+}
+
+/// A contour and those two of its points that are farthest apart; without points if there is none.
+struct Contour {
+    Loop loop;
+    Vector3d first = Vector3d::Zero();
+    Vector3d last = Vector3d::Zero();
+
+    [[nodiscard]] double length() const { return (last - first).norm(); }
+};
+
+Contour measure(const Loop& loop) {
+    Contour contour{loop};
+    for (std::size_t i = 0; i < loop.size(); ++i)
+        for (std::size_t j = 0; j < i; ++j)
+            if ((loop[i] - loop[j]).norm() > contour.length()) {
+                contour.first = loop[i];
+                contour.last = loop[j];
+            }
+    return contour;
+}
+
+/// The longest contour of a region in a plane through its middle.
+Contour findContour(const Region& region, int axis) {
+    Contour longest;
+    for (const Loop& loop : crossSection(region.surface, axis, region.center[axis])) {
+        Contour contour = measure(loop);
+        if (contour.length() > longest.length())
+            longest = std::move(contour);
+    }
+    return longest;
+}
+
+std::string millimetres(double length) {
+    std::array<char, 32> text{};
+    // Adding 0 turns -0 into 0.
+    std::snprintf(text.data(), text.size(), "%.1f mm", std::round(length * 10) / 10 + 0.0);
+    return text.data();
+}
+
+/// Draws lines and text onto the framebuffer that is bound, at pixels from the picture's lower left corner.
+class Annotator {
+public:
+    explicit Annotator(const Eigen::Vector2i& size)
+        : m_window{0, 0, size.x(), size.y()}
+        , m_view(m_window, GL::createOrtho2d(size.x(), size.y()), Eigen::Matrix4d::Identity())
+        , m_points(std::max(6, size.y() / 54)) {}
+
+    [[nodiscard]] TextRenderer::Font font(const Vector4d& color, Style style = Style::Regular,
+                                          Flags<Decoration> decorations = {}) const {
+        TextRenderer::Font font;
+        font.size = m_points;
+        font.style = style;
+        font.decorations = decorations;
+        font.color = color;
+        return font;
+    }
+    /// Pixels from one line of text to the next.
+    [[nodiscard]] double lineHeight() const { return m_text->lineHeightPx(font(White)); }
+    /// Pixels of a thin line.
+    [[nodiscard]] double lineWidth() const { return std::max(1.0, std::floor(m_points / 12.0)); }
+
+    void text(const std::string& text, const Vector2d& place, const TextRenderer::Font& font,
+              AlignmentH alignH, AlignmentV alignV) const {
+        m_text->renderText(m_window, place, text, font, alignH, alignV);
+    }
+
+    /// @param points pairs, each joined by a line
+    void lines(const std::vector<Vector3d>& points, double width, const Vector4d& color) const {
+        const GL::Blending blending(GL::Blending::Preset::Alpha);
+        m_window.set();
+        m_lines->renderLines(points, GL::LineRenderer::Options(color, width), m_view);
+    }
+    /// Through the middles of pixels, which keeps upright and level lines sharp.
+    void sharpLines(std::vector<Vector3d> points, double width, const Vector4d& color) const {
+        for (Vector3d& point : points)
+            point.head<2>() = (point.head<2>().array().floor() + 0.5).matrix();
+        lines(points, width, color);
+    }
+    /// A dashed loop of points of the patient.
+    void loop(const Loop& points, const Vector4d& color, const GL::ViewState& view) const {
+        constexpr unsigned short Dashes = 0x0FFF;
+        const GL::Blending blending(GL::Blending::Preset::Alpha);
+        view.viewport().set();
+        m_lines->renderLineLoop(points,
+                                GL::LineRenderer::Options(color, 2 * lineWidth(), Eigen::Matrix4d::Identity(),
+                                                          Dashes, lineWidth()),
+                                view);
+    }
+
+private:
+    GL::Viewport m_window;
+    GL::ViewState m_view;
+    int m_points;
+    GL::LineRenderer* m_lines = GL::LineRenderer::get();
+    TextRenderer* m_text = TextRenderer::get();
+};
+
+/// A slice with everything that is marked on it.
+class AnnotatedSlice {
+public:
+    AnnotatedSlice(const Annotator& annotator, const SlicePanel& panel, const Region& region)
+        : m_annotator(annotator)
+        , m_panel(panel)
+        , m_region(region)
+        , m_view({panel.rect.x, panel.rect.y, panel.rect.width, panel.rect.height},
+                 GL::createOrtho(0, 1, 0, 1, -1, 1), panel.panelToPatient.inverse().matrix())
+        , m_contour(findContour(region, panel.normal)) {}
+
+    [[nodiscard]] double contourLength() const { return m_contour.length(); }
+
+    void drawCrossHair() const {
+        const Vector3d crossing = m_view.project(m_region.center);
+        const Vector3d low(m_panel.rect.x, m_panel.rect.y, 0);
+        const Vector3d high = low + Vector3d(m_panel.rect.width, m_panel.rect.height, 0);
+        const double gap = 2 * m_annotator.lineHeight();
+        for (const int along : {0, 1}) {
+            // From edge to edge, with the crossing left free.
+            std::vector<Vector3d> points(4, Vector3d(crossing.x(), crossing.y(), 0));
+            points[0][along] = low[along];
+            points[1][along] -= gap;
+            points[2][along] += gap;
+            points[3][along] = high[along];
+            m_annotator.sharpLines(points, m_annotator.lineWidth(),
+                                   planeColor(along == 0 ? m_panel.vertical : m_panel.horizontal));
+        }
+    }
+
+    /// The contour, and the region's name below it.
+    void drawContour() const {
+        if (m_contour.loop.empty())
+            return;
+        m_annotator.loop(m_contour.loop, RegionColor, m_view);
+        Eigen::AlignedBox2d box;
+        for (const Vector3d& point : m_contour.loop)
+            box.extend(Vector2d(m_view.project(point).head<2>()));
+        const double height = m_annotator.lineHeight();
+        const double top = std::max(box.min().y() - height / 2, m_panel.rect.y + 1.5 * height);
+        m_annotator.text(m_region.name, {box.center().x(), top},
+                         m_annotator.font(RegionColor, Style::Bold, Decoration::Shadow), AlignmentH::Center,
+                         AlignmentV::Top);
+    }
+
+    /// A line between the contour's farthest points with ticks at its ends and its length beside it.
+    void drawDistance() const {
+        if (m_contour.loop.empty())
+            return;
+        const Vector3d first = m_view.project(m_contour.first);
+        const Vector3d last = m_view.project(m_contour.last);
+        Vector3d up = Vector3d::UnitZ().cross(last - first).normalized();
+        up *= up.y() < 0 ? -1 : 1;
+        const Vector3d tick = m_annotator.lineHeight() / 3 * up;
+        m_annotator.lines({first, last, first - tick, first + tick, last - tick, last + tick},
+                          1.5 * m_annotator.lineWidth(), DistanceColor);
+        const Vector3d place = (first + last) / 2 + 2 * tick;
+        m_annotator.text(
+            millimetres(m_contour.length()), place.head<2>(),
+            m_annotator.font(DistanceColor, Style::Regular, Decoration::Underline | Decoration::Shadow),
+            up.x() < 0 ? AlignmentH::Right : AlignmentH::Left, AlignmentV::Bottom);
+    }
+
+    /// The letters of the patient's sides, and which slice it is.
+    void drawMarks(const Scene& scene, int margin) const {
+        const PixelRect& rect = m_panel.rect;
+        const Vector2d middle(rect.x + rect.width / 2, rect.y + rect.height / 2);
+        const Vector2d reach = Vector2d(rect.width + margin, rect.height + margin) / 2;
+        const auto letter = [&](char side, const Vector2d& place) {
+            m_annotator.text(std::string(1, scene.volume.orientationKnown ? side : '?'), place,
+                             m_annotator.font(White, Style::Bold), AlignmentH::Center, AlignmentV::Center);
+        };
+        letter(m_panel.letters.left, middle - Vector2d(reach.x(), 0));
+        letter(m_panel.letters.right, middle + Vector2d(reach.x(), 0));
+        letter(m_panel.letters.bottom, middle - Vector2d(0, reach.y()));
+        letter(m_panel.letters.top, middle + Vector2d(0, reach.y()));
+
+        const Vector2d caption(middle.x(), rect.y - margin - m_annotator.lineHeight() * 0.8);
+        const Vector2d space(m_annotator.lineHeight() / 5, 0);
+        const Vector4d& color = planeColor(m_panel.normal);
+        constexpr std::array Names{"Sagittal", "Coronal", "Axial"};
+        m_annotator.text(Names[static_cast<std::size_t>(m_panel.normal)], caption - space,
+                         m_annotator.font(color, Style::BoldItalic), AlignmentH::Right, AlignmentV::Baseline);
+        m_annotator.text(
+            std::string(1, "xyz"[m_panel.normal]) + " = " + millimetres(m_region.center[m_panel.normal]),
+            caption + space, m_annotator.font(color, Style::Italic), AlignmentH::Left, AlignmentV::Baseline);
+    }
+
+private:
+    static const Vector4d& planeColor(int axis) { return PlaneColors[static_cast<std::size_t>(axis)]; }
+
+    const Annotator& m_annotator;
+    const SlicePanel& m_panel;
+    const Region& m_region;
+    GL::ViewState m_view;
+    Contour m_contour;
+};
+
+/// The styles of a font, a row each, plain and with their decorations.
+void drawStyles(const Annotator& annotator, const PixelRect& rect) {
+    constexpr std::array Styles{std::pair("Regular", Style::Regular), std::pair("Bold", Style::Bold),
+                                std::pair("Bold italic", Style::BoldItalic),
+                                std::pair("Italic", Style::Italic)};
+    constexpr std::array Decorations{std::pair("Shadow", Decoration::Shadow),
+                                     std::pair("Underline", Decoration::Underline),
+                                     std::pair("Strike-through", Decoration::StrikeThrough)};
+    const Vector2d cell(rect.width / 4.0, rect.height / 4.0);
+    for (std::size_t row = 0; row < 4; ++row) {
+        const auto [name, style] = Styles[row];
+        const double y = rect.y + rect.height - (static_cast<double>(row) + 0.65) * cell.y();
+        for (std::size_t column = 0; column < 4; ++column) {
+            const bool plain = column == 0;
+            annotator.text(
+                plain ? name : Decorations[column - 1].first,
+                {rect.x + (static_cast<double>(column) + 0.5) * cell.x(), y},
+                annotator.font(White, style, plain ? Flags<Decoration>() : Decorations[column - 1].second),
+                AlignmentH::Center, AlignmentV::Baseline);
+        }
+    }
+}
+
+/// Text of two lines around anchors, in every alignment.
+void drawAlignments(const Annotator& annotator, const PixelRect& rect) {
+    constexpr std::array Rows{std::pair("left", AlignmentH::Left), std::pair("center", AlignmentH::Center),
+                              std::pair("right", AlignmentH::Right)};
+    constexpr std::array Columns{std::pair("Top", AlignmentV::Top), std::pair("Center", AlignmentV::Center),
+                                 std::pair("Baseline", AlignmentV::Baseline),
+                                 std::pair("Bottom", AlignmentV::Bottom)};
+    const double arm = annotator.lineHeight() / 3;
+    for (std::size_t row = 0; row < Rows.size(); ++row)
+        for (std::size_t column = 0; column < Columns.size(); ++column) {
+            const Vector3d anchor(rect.x + (static_cast<double>(column) + 0.5) * rect.width / 4,
+                                  rect.y + rect.height - (static_cast<double>(row) + 0.5) * rect.height / 3,
+                                  0);
+            annotator.sharpLines({anchor - Vector3d(arm, 0, 0), anchor + Vector3d(arm, 0, 0),
+                                  anchor - Vector3d(0, arm, 0), anchor + Vector3d(0, arm, 0)},
+                                 annotator.lineWidth(), PlaneColors[0]);
+            annotator.text(std::string(Columns[column].first) + "\n" + Rows[row].first, anchor.head<2>(),
+                           annotator.font(White), Rows[row].second, Columns[column].second);
+        }
+}
+
+/// Three slices through a region that fill a part of the picture from its top.
+void drawAnnotatedSlices(const Scene& scene, const Annotator& annotator, const Region& region,
+                         SliceLayout layout, int below) {
+    const PlanePainter planes;
+    std::vector<AnnotatedSlice> slices;
+    for (SlicePanel& panel : layout.panels) {
+        panel.rect.y += below;
+        planes.draw(scene.texture, panel.rect, patientToTexture(scene.volume) * panel.panelToPatient,
+                    textureWindow(scene.volume, scene.window));
+        slices.emplace_back(annotator, panel, region);
+    }
+    const AnnotatedSlice& longest = *std::ranges::max_element(slices, {}, &AnnotatedSlice::contourLength);
+    for (const AnnotatedSlice& slice : slices) {
+        slice.drawCrossHair();
+        slice.drawContour();
+        if (&slice == &longest)
+            slice.drawDistance();
+        slice.drawMarks(scene, layout.margin);
+    }
+}
+
+} // namespace
+
+void drawAnnotation(const Scene& scene, const Canvas& canvas) {
+    const Annotator annotator(canvas.size());
+    const int width = canvas.size().x();
+    // A narrow picture has no room for specimens that could be read.
+    const int below = width > 60 * annotator.lineHeight() ? canvas.size().y() * 3 / 10 : 0;
+    const Region region = findRegion(scene);
+    const SliceLayout layout =
+        layoutSlices({width, canvas.size().y() - below}, surroundings(scene, region), region.center);
+    drawAnnotatedSlices(scene, annotator, region, layout, below);
+    if (below == 0)
+        return;
+    const int margin = layout.margin;
+    const PixelRect styles{margin, margin, width / 2 - 2 * margin, below - 2 * margin};
+    // Shadows show on grey only.
+    LabelPainter().fill(styles, Eigen::Vector3f::Constant(0.3F));
+    drawStyles(annotator, styles);
+    drawAlignments(annotator, {width / 2 + margin, margin / 4, width / 2 - 2 * margin, below - margin});
+}
+
+} // namespace Veltrand::Apps

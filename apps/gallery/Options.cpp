@@ -97,7 +97,7 @@ Makes pictures of a volume with OpenGL and writes them as PNG files; all of them
   --out DIR       where the pictures go, made if it is not there; by default gallery
   --size WxH      pixels of a picture; by default 1600x720
   --point X,Y,Z   where slices meet, in millimetres to the patient's right, front and head; by default the
-                  middle of the volume
+                  middle of the volume; the slices of annotation meet in its region
   --list          name the pictures and end
   --verbose       show what the library logs on standard error, not only its warnings
   --help          this text

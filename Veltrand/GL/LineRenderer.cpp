@@ -31,8 +31,16 @@ bool isLinePrimitive(Primitive primitive) {
     return false;
 }
 
-bool canAccumulate() {
-    return GLAD_GL_VERSION_4_3;
+std::int64_t bytesOfPoints(const VertexBuffer& vertexBuffer) {
+    return static_cast<std::int64_t>(vertexBuffer.numVertices() * 3 * sizeof(float));
+}
+
+bool canAccumulate(const VertexBuffer& vertexBuffer) {
+    if (!GLAD_GL_VERSION_4_3)
+        return false;
+    GLint64 largestBlock = 0;
+    glGetInteger64v(GL_MAX_SHADER_STORAGE_BLOCK_SIZE, &largestBlock);
+    return bytesOfPoints(vertexBuffer) <= largestBlock;
 }
 
 int numSegments(const VertexBuffer& vertexBuffer) {
@@ -117,11 +125,11 @@ bool LineRenderer::makeVertexData(const std::vector<Eigen::Vector3d>& points,
 
 void LineRenderer::render(const VertexBuffer& vertexBuffer, Primitive primitive, const Options& options,
                           const ViewState& viewState, const OrderIndependentTransparency* oit) {
-    if (!isLinePrimitive(primitive) || numSegments(vertexBuffer) < 1)
+    if (!isLinePrimitive(primitive) || numSegments(vertexBuffer) < 1 || !(options.lineWidth > 0))
         return;
     const bool isClosed = primitive == Primitive::LineLoop;
     const bool isStippled = options.stipplePattern < solid;
-    const bool isAccumulated = isStippled && primitive != Primitive::Lines && canAccumulate();
+    const bool isAccumulated = isStippled && primitive != Primitive::Lines && canAccumulate(vertexBuffer);
     if (isAccumulated)
         accumulateLengths(vertexBuffer, isClosed, options, viewState);
 
@@ -207,9 +215,8 @@ void LineRenderer::accumulateLengths(const VertexBuffer& vertexBuffer, bool isCl
     program.setArgument("u_numLineSegments", numSegments(vertexBuffer));
     program.setArgument("u_isClosed", isClosed);
     program.bindBuffer("b_lengthAccumulationBuffer", *m_lengths);
-    constexpr std::int64_t bytesPerPoint = verticesPerPoint * 3 * sizeof(float);
     glBindBufferRange(GL_SHADER_STORAGE_BUFFER, pointsBinding, vertexBuffer.id(), 0,
-                      numPoints * bytesPerPoint);
+                      bytesOfPoints(vertexBuffer));
     const auto run = [&program](Pass pass, int numGroups) {
         program.setArgument("u_pass", int{pass});
         program.dispatchCompute(numGroups, 1, 1);

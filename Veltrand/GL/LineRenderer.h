@@ -77,7 +77,8 @@ public:
     /// has to be set in OpenGL too.
     ///
     /// A stipple starts at the first point and runs on through corners; in loops it is compressed or
-    /// stretched to whole repetitions, so that it closes. Below OpenGL 4.3, and for `Lines`, it starts anew
+    /// stretched to whole repetitions, so that it closes. Below OpenGL 4.3, beyond the size of the
+    /// driver's storage blocks, and for `Lines`, it starts anew
     /// with each segment.
     ///
     /// Leaves no program, vertex array object or array buffer bound, attribute 3 at the options' colour, and,

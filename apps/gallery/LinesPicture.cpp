@@ -142,14 +142,14 @@ public:
         caption("NEAR PLANE", 1335, 298);
         const GL::Viewport viewport{x(1095), y(20), length(480), length(260)};
         Eigen::Matrix4d camera = Eigen::Matrix4d::Identity();
-        camera(1, 3) = -1;
+        camera(1, 3) = -2.5;
         const GL::ViewState view(viewport, GL::createPerspective(1, 480.0 / 260, 0.1, 60), camera);
         viewport.set();
         auto& lines = *GL::LineRenderer::get();
-        const Options floor(Vector3d(0.7 * Blue), 3 * m_scale);
+        const Options floor(Vector3d(0.7 * Blue), 1.5 * m_scale);
         for (int i = -8; i <= 8; ++i) {
-            lines.renderLines({{2.0 * i, 0, 30}, {2.0 * i, 0, -30}}, floor, view);
-            lines.renderLines({{-40, 0, 4.0 * i - 1}, {40, 0, 4.0 * i - 1}}, floor, view);
+            lines.renderLines({{3.0 * i, 0, 30}, {3.0 * i, 0, -25}}, floor, view);
+            lines.renderLines({{-24, 0, 3.0 * i - 1}, {24, 0, 3.0 * i - 1}}, floor, view);
         }
         const auto options = [this](const Vector3d& color, double width, unsigned short pattern) {
             return Options(color, width * m_scale, Eigen::Matrix4d::Identity(), pattern, 3 * m_scale);
@@ -157,9 +157,9 @@ public:
         // Round the eye, and to and fro through the plane.
         Points ring = polygon({0, 0}, 6, 60);
         for (Vector3d& point : ring)
-            point = {point.x(), 1.2 + 0.5 * std::sin(point.x()), point.y() - 3};
+            point = {point.x(), 2 + 0.7 * std::sin(point.x()), point.y() - 3};
         lines.renderLineLoop(ring, options(Orange, 8, Solid), view);
-        lines.renderLineStrip({{-5, 0.1, -12}, {-1.5, 0.6, 3}, {0, 0.1, -9}, {1.5, 0.6, 3}, {5, 0.1, -12}},
+        lines.renderLineStrip({{-9, 0, -16}, {-3, 0, 3}, {0, 0, -13}, {3, 0, 3}, {9, 0, -16}},
                               options(Green, 6, Dashed), view);
         m_view.viewport().set();
     }

@@ -147,8 +147,8 @@ TEST_F(LineRendererGL, JoinsNeitherGapNorSpikeNorOverlap) {
                         std::min(distanceToSegment(pixel, a, corner), distanceToSegment(pixel, corner, b));
                     const bool isAtEnd = (pixel - a).norm() < width || (pixel - b).norm() < width;
                     // Where the turn is bevelled, the line ends before the corner's circle does.
-                    const bool isBevelled = std::abs(degrees) > 150 &&
-                                            (pixel - corner).dot(outwards) > width / 2 * std::cos(turn / 2) - 1;
+                    const bool isBevelled = std::abs(degrees) > 150 && (pixel - corner).dot(outwards) >
+                                                                           width / 2 * std::cos(turn / 2) - 1;
                     gaps += toLine < width / 2 - 1 && !isAtEnd && !isBevelled && at(x, y) < 0.99;
                     spikes += toLine > reach + 1.5 && at(x, y) > 0;
                     overlaps += at(x, y) > 1.01 && std::abs(degrees) <= 160;
@@ -237,6 +237,111 @@ TEST_F(LineRendererGL, StippleBeginsWithEachSegmentWhereNothingIsAccumulated) {
     const Testing::ScopedEntryPoint old(GLAD_GL_VERSION_4_3, 0);
     draw({{4, 10.5, 0}, {14, 10.5, 0}, {30, 10.5, 0}}, Primitive::LineStrip, 1, 0x0F0F);
     EXPECT_EQ(row(10), "0000" + expected.substr(0, 10) + expected + std::string(34, '0'));
+}
+
+TEST_F(LineRendererGL, StippleStaysInStepOverAMillionPixels) {
+    if (!hasVersion(4, 3))
+        GTEST_SKIP() << "needs OpenGL 4.3";
+    Points points;
+    for (int i = 0; i <= 20000; ++i)
+        points.emplace_back(i % 2 == 0 ? 4 : 54, 4, 0);
+    points.emplace_back(4, 54, 0);
+    draw(points, Primitive::LineStrip, 2, 0x00FF, 1.5);
+    // 1000000 pixels end 16 pixels into a pattern of 24, of which the first 12 are drawn.
+    std::string last;
+    for (int y = 6; y < 54; ++y)
+        last += at(4, y) > 0.5 ? '9' : '0';
+    EXPECT_EQ(last, "000000"
+                    "999999999999"
+                    "000000000000"
+                    "999999999999"
+                    "000000");
+}
+
+TEST_F(LineRendererGL, NoiseOfShortSegmentsDoesNotSpike) {
+    Points points;
+    for (int i = 0; i <= 40000; ++i)
+        points.emplace_back(12.3 + 0.001 * i + 1e-3 * std::sin(i * i),
+                            21.7 + 0.0005 * i + 1e-3 * std::cos(i * 7), 0);
+    draw(points, Primitive::LineStrip, 9);
+    const Vector2d first = points.front().head<2>();
+    const Vector2d last = points.back().head<2>();
+    for (int y = 0; y < edge; ++y)
+        for (int x = 0; x < edge; ++x)
+            if (distanceToSegment(Vector2d(x + 0.5, y + 0.5), first, last) > 5.1) {
+                EXPECT_EQ(at(x, y), 0) << x << ' ' << y;
+            }
+}
+
+TEST_F(LineRendererGL, WidthFollowsScaleAndSurvivesMultisampling) {
+    GLuint renderbuffer = 0;
+    GLuint framebuffer = 0;
+    glGenRenderbuffers(1, &renderbuffer);
+    glGenFramebuffers(1, &framebuffer);
+    glBindRenderbuffer(GL_RENDERBUFFER, renderbuffer);
+    glRenderbufferStorageMultisample(GL_RENDERBUFFER, 4, GL_RGBA8, edge, edge);
+    glBindFramebuffer(GL_FRAMEBUFFER, framebuffer);
+    glFramebufferRenderbuffer(GL_FRAMEBUFFER, GL_COLOR_ATTACHMENT0, GL_RENDERBUFFER, renderbuffer);
+    for (const double y : {32.0, 32.3}) {
+        setDpiScale(2);
+        draw({{4, y, 0}, {60, y, 0}}, Primitive::Lines, 2.5);
+        setDpiScale(1);
+        glBindFramebuffer(GL_READ_FRAMEBUFFER, framebuffer);
+        m_framebuffer->bind();
+        glBindFramebuffer(GL_READ_FRAMEBUFFER, framebuffer);
+        glBlitFramebuffer(0, 0, edge, edge, 0, 0, edge, edge, GL_COLOR_BUFFER_BIT, GL_NEAREST);
+        glBindFramebuffer(GL_FRAMEBUFFER, framebuffer);
+        m_pixels = m_target->download<Eigen::Vector4f>();
+        EXPECT_NEAR(column(30), 5, 0.25) << y;
+    }
+    glDeleteFramebuffers(1, &framebuffer);
+    glDeleteRenderbuffers(1, &renderbuffer);
+}
+
+TEST_F(LineRendererGL, FragmentsGoToTheTransparencyPass) {
+    if (!OrderIndependentTransparency::isSupported())
+        GTEST_SKIP() << "needs OpenGL 4.4";
+    const Points points{{8, 10, 0}, {50, 20, 0}, {12, 50, 0}};
+    Texture depth(Texture::Target::Texture2D, Eigen::Vector3i(edge, edge, 1),
+                  InternalFormat::DepthComponent32F);
+    depth.upload(std::vector<float>(std::size_t{edge} * edge, 1.0F));
+    Texture background(Texture::Target::Texture2D, Eigen::Vector3i(edge, edge, 1), InternalFormat::RGBA32F);
+    background.upload(std::vector<Eigen::Vector4f>(std::size_t{edge} * edge, Eigen::Vector4f(0, 0, 0, 1)));
+    OrderIndependentTransparency oit;
+    for (const unsigned short pattern : {std::uint16_t{0xFFFF}, std::uint16_t{0x0F0F}}) {
+        for (const auto primitive : {Primitive::LineStrip, Primitive::Lines}) {
+            draw(points, primitive, 6, pattern, 2);
+            const auto expected = m_pixels;
+            VertexBuffer buffer(Buffer::Usage::StaticDraw);
+            ASSERT_TRUE(LineRenderer::makeVertexData(points, primitive, buffer));
+            const Options options(Vector3d(1, 1, 1), 6, Eigen::Matrix4d::Identity(), pattern, 2);
+            oit.reset({edge, edge}, false);
+            LineRenderer::get()->render(buffer, primitive, options, m_view, &oit);
+            oit.renderBlendedFragments(background, depth);
+            m_pixels = m_target->download<Eigen::Vector4f>();
+            EXPECT_LT(largestDifference(expected), 0.01);
+        }
+    }
+}
+
+TEST_F(LineRendererGL, RefusesWhatIsNoLine) {
+    VertexBuffer buffer(Buffer::Usage::StaticDraw);
+    EXPECT_TRUE(LineRenderer::makeVertexData({{1, 1, 0}, {2, 1, 0}}, {{1, 0, 0, 1}, {0, 1, 0, 1}},
+                                             Primitive::Lines, buffer));
+    const auto numVertices = buffer.numVertices();
+    EXPECT_EQ(numVertices, 8);
+    EXPECT_EQ(buffer.attributes()[3].components, 4);
+    EXPECT_FALSE(LineRenderer::makeVertexData({{1, 1, 0}, {2, 1, 0}}, Primitive::Triangles, buffer));
+    EXPECT_FALSE(
+        LineRenderer::makeVertexData({{1, 1, 0}, {2, 1, 0}}, {{1, 0, 0, 1}}, Primitive::Lines, buffer));
+    EXPECT_FALSE(
+        LineRenderer::makeVertexData({{1, NAN, 0}, {2, 1, 0}, {1e300, 1, 0}}, Primitive::LineStrip, buffer));
+    EXPECT_EQ(buffer.numVertices(), numVertices);
+    const std::vector<Testing::LogLine> expected{
+        {4, "", "Primitive must be Lines, LineLoop or LineStrip."},
+        {4, "", "The list of colors must be empty or have the same size as the list of vertices"},
+        {3, "GL.LineRenderer", "2 of 3 points are not finite and are left out, with their segments."}};
+    EXPECT_EQ(log().take(), expected);
 }
 
 } // namespace Veltrand::GL

@@ -81,7 +81,7 @@ void main() {
     float ownLength = length(own);
     float otherLength = length(other);
     float flip = isStart ? 1.0 : -1.0; // own and other point away from the point and towards it, or the reverse
-    vec2 ownDirection = ownLength > 0.0 ? own * (flip / ownLength) : other * (flip / otherLength);
+    vec2 ownDirection = ownLength > 0.0 ? own * (flip / ownLength) : other * (flip / max(otherLength, 1e-20));
     vec2 otherDirection = otherLength > 0.0 ? other * (flip / otherLength) : ownDirection;
 
     float halfWidth = 0.5 * max(u_lineWidth, 1.0 - softness);

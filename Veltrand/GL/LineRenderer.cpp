@@ -36,7 +36,7 @@ std::int64_t bytesOfPoints(const VertexBuffer& vertexBuffer) {
 }
 
 bool canAccumulate(const VertexBuffer& vertexBuffer) {
-    if (!GLAD_GL_VERSION_4_3)
+    if (!GLAD_GL_VERSION_4_3 || getInt(GL_MAX_VERTEX_SHADER_STORAGE_BLOCKS) < 1)
         return false;
     GLint64 largestBlock = 0;
     glGetInteger64v(GL_MAX_SHADER_STORAGE_BLOCK_SIZE, &largestBlock);
@@ -130,9 +130,6 @@ void LineRenderer::render(const VertexBuffer& vertexBuffer, Primitive primitive,
     const bool isClosed = primitive == Primitive::LineLoop;
     const bool isStippled = options.stipplePattern < solid;
     const bool isAccumulated = isStippled && primitive != Primitive::Lines && canAccumulate(vertexBuffer);
-    if (isAccumulated)
-        accumulateLengths(vertexBuffer, isClosed, options, viewState);
-
     std::string defines = oit ? "#define WITH_OIT\n" : "";
     if (isAccumulated)
         defines += "#define WITH_ACCUMULATION\n";
@@ -141,6 +138,8 @@ void LineRenderer::render(const VertexBuffer& vertexBuffer, Primitive primitive,
     if (!oit && glIsEnabledi(GL_BLEND, 0) == GL_FALSE)
         defines += "#define HARD_EDGES\n";
     Program& program = *m_programs->getProgram(defines);
+    if (isAccumulated)
+        accumulateLengths(vertexBuffer, isClosed, options, viewState);
     program.enable();
     // The shaders use the product of the matrices; the single ones are for shaders that take their place.
     program.setArgument("u_projectionMatrix", viewState.projectionMatrix());

@@ -17,14 +17,16 @@ namespace Veltrand::GL {
 ///     LineRenderer::get()->renderLineStrip(points, LineRenderer::Options(Eigen::Vector3d(1, 0, 0), 3),
 ///     view);
 ///
-/// Widths are pixels, at whatever depth. Joins are mitred, and bevelled in turns above 151 degrees; ends are
-/// square at the point. What lies outside of the near and the far plane is cut off. A segment without length
-/// draws nothing.
+/// Widths are pixels, at whatever depth. Joins are mitred, and bevelled in turns above 151 degrees and where
+/// a point is there twice, in two colours; ends are square at the point. What lies in front of the near or
+/// behind the far plane is cut off. A segment without length draws nothing. Lines are front faces, wherever
+/// they run.
 ///
 /// Smooth edges need blending, which is the caller's: colours are not premultiplied, and opacity carries how
 /// much of a pixel is covered. `Blending(Blending::Preset::Alpha)` does. Where blending is off for the first
-/// draw buffer, lines have hard edges, which multisampling smooths. Transparent lines overlap themselves only
-/// where segments are shorter than the line is wide.
+/// draw buffer, edges are hard, so that the line does not get wider, and multisampling smooths them.
+/// Transparent lines cover themselves twice only where they cross, and where a segment is too short for the
+/// inside of a join.
 ///
 /// There is one object per context, used on the thread on which it is current. Messages about points go to
 /// the log category "GL.LineRenderer".
@@ -34,7 +36,7 @@ public:
     struct VELTRAND_GL_API Options {
         Eigen::Vector4d color{1, 1, 1,
                               1}; ///< red, green, blue, opacity; of lines without colours of their own
-        double lineWidth = 1;     ///< points: pixels divided by `dpiScale()`
+        double lineWidth = 1;     ///< pixels divided by `dpiScale()`; nothing is drawn from 0 down
         Eigen::Matrix4d modelMatrix = Eigen::Matrix4d::Identity(); ///< from the points to the world
         /// Which parts are drawn, from the start of the line and from the lowest bit; 0xFFFF for all.
         unsigned short stipplePattern = 0xFFFF;

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <type_traits>
 
 namespace Veltrand::GL {
 
@@ -25,9 +26,9 @@ bool isFinite(const Vector3d& point) {
 }
 
 // Writes equal vertices from `index` on.
-template<class Vertex, class Value>
-void fill(std::vector<Vertex>& vertices, std::size_t index, const Value& value, std::size_t count = copies) {
-    const Vertex vertex = value.template cast<float>();
+template<class Vertex>
+void fill(std::vector<Vertex>& vertices, std::size_t index, const std::type_identity_t<Vertex>& vertex,
+          std::size_t count = copies) {
     std::fill_n(vertices.begin() + static_cast<std::ptrdiff_t>(index), count, vertex);
 }
 
@@ -53,13 +54,13 @@ void LineVertices::addPairs(const Points& points, const Colors& colors) {
         m_numDropped += 2 - finite;
         if (finite < 2)
             continue;
-        fill(m_storage, vertex, points[i]);
-        fill(m_storage, vertex + copies, points[i + 1]);
-        fill(m_previousStorage, vertex, points[i], 2 * copies);
-        fill(m_nextStorage, vertex, points[i + 1], 2 * copies);
+        fill(m_storage, vertex, points[i].cast<float>());
+        fill(m_storage, vertex + copies, points[i + 1].cast<float>());
+        fill(m_previousStorage, vertex, points[i].cast<float>(), 2 * copies);
+        fill(m_nextStorage, vertex, points[i + 1].cast<float>(), 2 * copies);
         if (!colors.empty()) {
-            fill(m_colors, vertex, colors[i]);
-            fill(m_colors, vertex + copies, colors[i + 1]);
+            fill(m_colors, vertex, colors[i].cast<float>());
+            fill(m_colors, vertex + copies, colors[i + 1].cast<float>());
         }
         vertex += 2 * copies;
     }
@@ -91,9 +92,9 @@ void LineVertices::addPolyline(const Points& points, const Colors& colors, bool 
             gaps.push_back(end - copies);
         isSeamMissing |= isInterrupted && end == copies;
         isInterrupted = false;
-        fill(m_storage, end, points[i]);
+        fill(m_storage, end, points[i].cast<float>());
         if (!colors.empty())
-            fill(m_colors, end - copies, colors[i]);
+            fill(m_colors, end - copies, colors[i].cast<float>());
         end += copies;
     }
 

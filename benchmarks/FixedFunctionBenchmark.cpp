@@ -9,6 +9,7 @@
 
 #include <Eigen/Core>
 #include <benchmark/benchmark.h>
+#include <cstddef>
 #include <glad/gl.h>
 #include <string>
 #include <utility>
@@ -38,8 +39,10 @@ struct Vertices {
 Vertices makeVertices() {
     Vertices vertices;
     for (int i = 0; i < numVertices; ++i) {
-        const float x = static_cast<float>(i % columns / 2) / (columns / 2 - 1);
-        const float y = static_cast<float>(i / columns + i % 2) / columns;
+        const int column = i % columns / 2;
+        const int row = i / columns + i % 2;
+        const float x = static_cast<float>(column) / (0.5F * columns - 1);
+        const float y = static_cast<float>(row) / columns;
         vertices.positions.emplace_back(2 * x - 1, 2 * y - 1, 0);
         vertices.texCoords.emplace_back(x, y);
         vertices.colors.emplace_back(x, y, 1 - x, 1);
@@ -57,7 +60,8 @@ Primitive primitive(Kind kind) {
 class Setting {
 public:
     Setting() {
-        m_image.upload(std::vector<Eigen::Vector4f>(64 * 64, Eigen::Vector4f(0.5F, 0.7F, 0.9F, 1)));
+        m_image.upload(
+            std::vector<Eigen::Vector4f>(std::size_t{64} * 64, Eigen::Vector4f(0.5F, 0.7F, 0.9F, 1)));
         m_framebuffer.bind();
         m_framebuffer.attach(m_target, 0);
         m_framebuffer.setDrawBuffers();

@@ -176,6 +176,8 @@ void LegacyScene::addJoins(std::vector<LegacyFigure>& figures) const {
                        11});
     std::vector<Vector2f> star;
     std::vector<Vector2f> hexagon;
+    star.reserve(5);
+    hexagon.reserve(6);
     for (int i = 0; i < 5; ++i)
         star.push_back(onCircle({110, 100}, 80, float(2 * i) / 5));
     for (int i = 0; i < 6; ++i)
@@ -225,8 +227,8 @@ LegacyView LegacyScene::spaceView() const {
 
     const double height = m_scene.point.z();
     const auto corner = [&bounds](int i, double z) {
-        const Vector3d low = bounds.min();
-        const Vector3d high = bounds.max();
+        const Vector3d& low = bounds.min();
+        const Vector3d& high = bounds.max();
         const bool right = i % 4 == 1 || i % 4 == 2;
         const bool back = i % 4 >= 2;
         return Vector3d(right ? high.x() : low.x(), back ? high.y() : low.y(), z);

@@ -20,45 +20,41 @@ namespace Veltrand::GL {
 
 namespace {
 
-using Eigen::Matrix4d;
 using Eigen::Vector3f;
 using Eigen::Vector3i;
 using Names = std::set<std::string>;
 using Selection = FixedFunctionPipeline::ShaderSelection;
 
-// What drawing a vertex buffer changes.
-const Names drawing{"vertex array", "array buffer"};
-
-// What the renderers draw with, made before their state is looked at.
+// What the renderers draw with; made before they are watched.
 struct Tools {
     Testing::MapRepository files{
         "State", {{"one.frag", "#version 330\nout vec4 color;\nvoid main() { color = vec4(1); }\n"}}};
     VertexBuffer vertices{Buffer::Usage::StaticDraw};
     Texture image{Vector3i(8, 8, 1), InternalFormat::RGBA8};
     Texture depth{Vector3i(8, 8, 1), InternalFormat::DepthComponent32F};
-    ViewState view{{0, 0, 8, 8}, Matrix4d::Identity(), Matrix4d::Identity()};
+    ViewState view{{0, 0, 8, 8}, Eigen::Matrix4d::Identity(), Eigen::Matrix4d::Identity()};
 
-    Tools() {
-        vertices.bind();
-        vertices.setData(std::vector<Vector3f>{{-1, -1, 0}, {1, -1, 0}, {1, 1, 0}, {-1, 1, 0}});
-    }
+    Tools() { vertices.setData(std::vector<Vector3f>{{-1, -1, 0}, {1, -1, 0}, {1, 1, 0}, {-1, 1, 0}}); }
 };
 
-void drawFixedFunction(Tools& tools, const OrderIndependentTransparency* transparency) {
+void drawFixedFunction(const Tools& tools, const OrderIndependentTransparency* transparency) {
     auto& pipeline = *FixedFunctionPipeline::get();
     pipeline.enable(tools.view, Selection::Plain, transparency);
     pipeline.enableTexturing(tools.image);
-    pipeline.enablePointSmoothing();
-    pipeline.setPointSize(5);
     pipeline.setDefaultColor(Eigen::Vector3d(1, 0, 0));
     tools.vertices.draw(Primitive::Points);
     pipeline.enable(tools.view, Selection::WideLinesAdjacency, transparency);
-    pipeline.setLineWidth(3);
     tools.vertices.draw(Primitive::LineStripAdjacency);
     pipeline.disable();
 }
 
-// One line per renderer: a frame of it, and what it says that it changes.
+// What drawing a vertex buffer changes, and what a renderer says that it changes.
+const Names drawing{"vertex array", "array buffer"};
+const Names fixedFunction{"program",  "active texture", "texture unit 0",    "texture units",
+                          "samplers", "attribute 2",    "program point size"};
+const Names blending{"texture unit 0", "texture units", "samplers", "active texture"};
+
+// One line for each: a frame of it, and all that it may change.
 struct Renderer {
     const char* name;
     void (*draw)(Tools& tools);
@@ -66,35 +62,30 @@ struct Renderer {
     bool (*isSupported)() = [] { return true; };
 };
 
-const Names fixedFunction{"program",  "active texture", "texture unit 0",    "texture units",
-                          "samplers", "attribute 2",    "program point size"};
-
 const Renderer renderers[] = {
-    {"FixedFunctionPipeline",
-     [](Tools& tools) { drawFixedFunction(tools, nullptr); },
-     {fixedFunction, drawing}},
+    {"FixedFunctionPipeline", [](Tools& t) { drawFixedFunction(t, nullptr); }, {fixedFunction, drawing}},
     {"FixedFunctionPipeline with transparency",
-     [](Tools& tools) {
+     [](Tools& t) {
          OrderIndependentTransparency transparency;
          transparency.reset({8, 8}, false);
-         drawFixedFunction(tools, &transparency);
+         drawFixedFunction(t, &transparency);
      },
      {fixedFunction, drawing},
      &OrderIndependentTransparency::isSupported},
     {"ImageProgram",
-     [](Tools& tools) {
+     [](Tools& t) {
          ImageProgram program("State/one.frag", "", true, ImageProgram::TexCoordMode::Output,
                               Program::Compilation::ImmediateThrow);
-         program.compute(tools.image, {});
+         program.compute(t.image, {});
      },
-     {drawing}},
+     {drawing, {"read framebuffer"}}},
     {"OrderIndependentTransparency",
-     [](Tools& tools) {
+     [](Tools& t) {
          OrderIndependentTransparency transparency;
          transparency.reset({8, 8}, false);
-         transparency.renderBlendedFragments(tools.image, tools.depth);
+         transparency.renderBlendedFragments(t.image, t.depth);
      },
-     {drawing, {"texture units", "samplers", "texture unit 0", "active texture"}},
+     {drawing, blending},
      &OrderIndependentTransparency::isSupported},
 };
 
@@ -104,13 +95,13 @@ TEST_F(RendererStateGL, NothingChangesThatIsNotDocumented) {
     for (const Renderer& renderer : renderers) {
         if (!renderer.isSupported())
             continue;
-        // One of its own, where every renderer is used for the first time, and which needs no tidying up.
+        // A context of its own, where each renderer is used for the first time, and which needs no tidying.
         auto context = Context::create({.version = {}, .compatibility = !ContextManager::useCoreContext()});
         ASSERT_TRUE(context);
         {
             Tools tools;
             Testing::disturbState();
-            const Testing::StateSnapshot before = Testing::takeStateSnapshot();
+            const auto before = Testing::takeStateSnapshot();
             EXPECT_EQ(before.size(), 40U);
             renderer.draw(tools);
             Names changed = Testing::differences(before, Testing::takeStateSnapshot());

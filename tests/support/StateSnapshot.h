@@ -8,8 +8,7 @@
 
 namespace Veltrand::Testing {
 
-/// Forty pieces of the current context's state, as numbers by name; those that the context is too old for are
-/// left out.
+/// Forty pieces of the current context's state, as numbers by name.
 using StateSnapshot = std::map<std::string, std::vector<double>>;
 
 [[nodiscard]] StateSnapshot takeStateSnapshot();

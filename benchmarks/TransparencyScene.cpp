@@ -51,7 +51,8 @@ Picture renderExactly(std::vector<Quad> quads) {
         const auto alpha = static_cast<double>(color.w());
         for (int y = box[1]; y < box[3]; ++y)
             for (int x = box[0]; x < box[2]; ++x) {
-                Eigen::Vector3d& pixel = sums[static_cast<std::size_t>(y * width + x)];
+                Eigen::Vector3d& pixel =
+                    sums[static_cast<std::size_t>(y) * width + static_cast<std::size_t>(x)];
                 pixel = alpha * rgb + (1 - alpha) * pixel;
             }
     }

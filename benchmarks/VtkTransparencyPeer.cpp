@@ -8,6 +8,7 @@
 #include <cmath>
 #include <vtkActor.h>
 #include <vtkCamera.h>
+#include <vtkCameraPass.h>
 #include <vtkCellArray.h>
 #include <vtkDualDepthPeelingPass.h>
 #include <vtkLightsPass.h>
@@ -62,7 +63,7 @@ vtkNew<vtkActor> createActor(const Triangles& triangles) {
 }
 
 // Peels until nothing is left, which is exact.
-vtkNew<vtkSequencePass> createPasses() {
+vtkNew<vtkCameraPass> createPasses() {
     const vtkNew<vtkTranslucentPass> translucent;
     const vtkNew<vtkDualDepthPeelingPass> peeling;
     peeling->SetTranslucentPass(translucent);
@@ -72,9 +73,11 @@ vtkNew<vtkSequencePass> createPasses() {
     const vtkNew<vtkRenderPassCollection> passes;
     passes->AddItem(lights);
     passes->AddItem(peeling);
-    vtkNew<vtkSequencePass> sequence;
+    const vtkNew<vtkSequencePass> sequence;
     sequence->SetPasses(passes);
-    return sequence;
+    vtkNew<vtkCameraPass> camera;
+    camera->SetDelegatePass(sequence);
+    return camera;
 }
 
 Picture readPixels(vtkRenderWindow& window) {

@@ -49,10 +49,11 @@ bool takeFragment(inout uint node, inout Done done, uint background, out uvec2 f
 void insert(uvec2 fragment, uint first, uint end) {
     uint i = end;
     for (; i > first; --i) {
-        uvec2 nearer = batch[i - 1u];
-        if (!isFarther(nearer, fragment))
+        // Read here, because Mesa 22.3 goes wrong over it in the condition of the loop.
+        uvec2 before = batch[i - 1u];
+        if (!isFarther(before, fragment))
             break;
-        batch[i] = nearer;
+        batch[i] = before;
     }
     batch[i] = fragment;
 }

@@ -12,8 +12,8 @@ namespace Veltrand::GL {
 /// A square over the whole viewport for programs that work on each pixel: attribute 0 has the corners in clip
 /// space, from (-1, -1) counter-clockwise, attribute 1 their texture coordinates from (0, 0) to (1, 1).
 ///
-/// Drawing uses the enabled program and leaves no vertex array object bound. `get()` is the one that all users
-/// in a context share.
+/// Drawing uses the enabled program and leaves no vertex array object bound. `get()` is the one that all
+/// users in a context share.
 class VELTRAND_GL_API FullscreenSquare : public InstanceManager<FullscreenSquare> {
 public:
     /// Failure as for `VertexBuffer`. GL: glBufferData, 1.5

@@ -14,8 +14,8 @@ namespace Veltrand::GL {
 
 /// Draws lines of any width, plain or stippled, in one colour or with a colour for each point.
 ///
-///     LineRenderer::get()->renderLineStrip(points, LineRenderer::Options(Eigen::Vector3d(1, 0, 0), 3),
-///     view);
+///     const LineRenderer::Options red(Eigen::Vector3d(1, 0, 0), 3);
+///     LineRenderer::get()->renderLineStrip(points, red, viewState);
 ///
 /// Widths are pixels, at whatever depth. Joins are mitred, and bevelled in turns above 151 degrees and where
 /// a point is there twice, in two colours; ends are square at the point. What lies in front of the near or
@@ -34,13 +34,16 @@ class VELTRAND_GL_API LineRenderer : public InstanceManager<LineRenderer> {
 public:
     /// How lines look.
     struct VELTRAND_GL_API Options {
-        Eigen::Vector4d color{1, 1, 1,
-                              1}; ///< red, green, blue, opacity; of lines without colours of their own
-        double lineWidth = 1;     ///< pixels divided by `dpiScale()`; nothing is drawn from 0 down
-        Eigen::Matrix4d modelMatrix = Eigen::Matrix4d::Identity(); ///< from the points to the world
+        /// Red, green, blue and opacity of lines that have no colours of their own.
+        Eigen::Vector4d color{1, 1, 1, 1};
+        /// Pixels divided by `dpiScale()`; nothing is drawn from 0 down.
+        double lineWidth = 1;
+        /// From the points to the world.
+        Eigen::Matrix4d modelMatrix = Eigen::Matrix4d::Identity();
         /// Which parts are drawn, from the start of the line and from the lowest bit; 0xFFFF for all.
         unsigned short stipplePattern = 0xFFFF;
-        double stippleFactor = 1; ///< pixels per bit of the pattern
+        /// Pixels per bit of the pattern.
+        double stippleFactor = 1;
 
         Options() = default;
         Options(const Eigen::Vector4d& color, double lineWidth = 1,
@@ -64,10 +67,11 @@ public:
     /// left out together with the segments that meet there, which is logged once per call.
     /// @param colors red, green, blue and opacity of each point, or empty
     /// @param primitive Lines, LineStrip or LineLoop
-    /// @return whether there is anything to draw; if not, the buffer is as it was. Other primitives and a
-    /// wrong
-    ///         number of colours are logged as errors without category: "Primitive must be Lines, LineLoop or
-    ///         LineStrip.", "The list of colors must be empty or have the same size as the list of vertices".
+    /// @return whether there is anything to draw; if not, the buffer is as it was
+    ///
+    /// Another primitive and a wrong number of colours are logged as errors without category: "Primitive must
+    /// be Lines, LineLoop or LineStrip." and "The list of colors must be empty or have the same size as the
+    /// list of vertices".
     /// GL: glBufferData, glBufferSubData, 1.5
     [[nodiscard]] static bool makeVertexData(const std::vector<Eigen::Vector3d>& points,
                                              const std::vector<Eigen::Vector4d>& colors, Primitive primitive,
@@ -80,14 +84,14 @@ public:
     ///
     /// A stipple starts at the first point and runs on through corners; in loops it is compressed or
     /// stretched to whole repetitions, so that it closes. Below OpenGL 4.3, beyond the size of the
-    /// driver's storage blocks, and for `Lines`, it starts anew
-    /// with each segment.
+    /// driver's storage blocks, and for `Lines`, it starts anew with each segment.
     ///
     /// Leaves no program, vertex array object or array buffer bound, attribute 3 at the options' colour, and,
     /// if stippled, shader storage binding points changed; all other state is used as the caller set it.
     /// @param oit where fragments go instead of the framebuffer, or null
-    /// Throws what `ProgramCache` throws. GL: glDrawArrays, 3.3; stippled strips and loops
-    /// glDispatchCompute, 4.3
+    ///
+    /// Throws what `ProgramCache` and `Program` throw.
+    /// GL: glDrawArrays, glMultiDrawArrays, 3.3; for accumulated stipple glDispatchCompute, 4.3
     void render(const VertexBuffer& vertexBuffer, Primitive primitive, const Options& options,
                 const ViewState& viewState, const OrderIndependentTransparency* oit = nullptr);
 

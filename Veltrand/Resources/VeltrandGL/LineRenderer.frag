@@ -42,9 +42,9 @@ void main() {
     if (coverage > 0.0)
         oit_addFragment(color);
 #else
-#ifdef STIPPLED
+#if defined(STIPPLED) || !defined(HARD_EDGES)
     if (coverage == 0.0)
-        discard;
+        discard; // depth and stencil stay as they are, too
 #endif
     out_color = color;
 #endif

@@ -18,7 +18,7 @@ layout(location = 3) in vec4 a_color;
 uniform mat4 u_modelViewProjectionMatrix = mat4(1.0);
 uniform vec2 u_viewportSize = vec2(1.0);
 uniform vec2 u_viewportOffset = vec2(0.0);
-uniform float u_lineWidth = 1.0;  // pixels
+uniform float u_lineWidth = 1.0;   // pixels
 uniform int u_numLineSegments = 1; // of each strip
 uniform bool u_isClosed = false;
 

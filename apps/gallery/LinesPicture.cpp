@@ -74,11 +74,11 @@ public:
             const int degrees = 5 + 10 * i;
             const double turn = degrees * std::numbers::pi / 180;
             const Vector3d corner(390 + 140 * (i % 9), i < 9 ? 590 : 430, 0);
-            const Vector3d arm(-28, -50, 0);
+            const Vector3d arm(-31, -54, 0);
             const Vector3d turned(-arm.x() * std::cos(turn) - arm.y() * std::sin(turn),
                                   arm.x() * std::sin(turn) - arm.y() * std::cos(turn), 0);
             // Transparent, so that a line that covers itself shows.
-            draw({corner + arm, corner, corner + turned}, GL::Primitive::LineStrip, White, 15, Solid, 1, 0.6);
+            draw({corner + arm, corner, corner + turned}, GL::Primitive::LineStrip, White, 11, Solid, 1, 0.6);
             draw({corner + arm, corner, corner + turned}, GL::Primitive::LineStrip, Orange, 1);
             caption(std::to_string(degrees), static_cast<int>(corner.x()) + 50,
                     static_cast<int>(corner.y()) - 55);

@@ -81,7 +81,7 @@ public:
             draw({corner + arm, corner, corner + turned}, GL::Primitive::LineStrip, White, 11, Solid, 1, 0.6);
             draw({corner + arm, corner, corner + turned}, GL::Primitive::LineStrip, Orange, 1);
             caption(std::to_string(degrees), static_cast<int>(corner.x()) + 50,
-                    static_cast<int>(corner.y()) - 55);
+                    static_cast<int>(corner.y()) - 74);
         }
     }
 

@@ -33,6 +33,17 @@ vec4 rampColor(float value) {
     return texture(u_colorRamp, (position * (size - 1.0) + 0.5) / size);
 }
 
+// The least depth of the texels that the filtered colour is made of, which is one unless the picture is scaled.
+float depthAt(vec2 position, ivec2 size) {
+    const float negligible = 1.0 / 256.0;
+    vec2 texel = position * vec2(size) - 0.5;
+    ivec2 low = clamp(ivec2(floor(texel + negligible)), ivec2(0), size - 1);
+    ivec2 high = clamp(ivec2(ceil(texel - negligible)), ivec2(0), size - 1);
+    return min(min(texelFetch(u_depthTex, low, 0).r, texelFetch(u_depthTex, high, 0).r),
+               min(texelFetch(u_depthTex, ivec2(low.x, high.y), 0).r,
+                   texelFetch(u_depthTex, ivec2(high.x, low.y), 0).r));
+}
+
 // The line lies under the picture, as deep as the nearest pixel that it surrounds.
 void addOutline(inout vec4 color, inout float depth, ivec2 texel, ivec2 size) {
     float coverage = 0.0;
@@ -40,18 +51,16 @@ void addOutline(inout vec4 color, inout float depth, ivec2 texel, ivec2 size) {
     float radius = float(u_outlineWidth) + 0.5;
     for (int y = -u_outlineWidth; y <= u_outlineWidth; ++y)
         for (int x = -u_outlineWidth; x <= u_outlineWidth; ++x) {
-            ivec2 neighbour = texel + ivec2(x, y);
-            if (float(x * x + y * y) > radius * radius || any(lessThan(neighbour, ivec2(0))) ||
-                any(greaterThanEqual(neighbour, size)))
-                continue;
+            ivec2 neighbour = clamp(texel + ivec2(x, y), ivec2(0), size - 1);
+            vec2 distance = vec2(neighbour - texel);
             float alpha = texelFetch(u_colorTex, neighbour, 0).a;
-            if (alpha > 0.0) {
+            if (alpha > 0.0 && dot(distance, distance) < radius * radius) {
                 coverage = max(coverage, alpha);
                 nearest = min(nearest, texelFetch(u_depthTex, neighbour, 0).r);
             }
         }
-    if (color.a == 0.0)
-        depth = nearest;
+    if (texelFetch(u_colorTex, texel, 0).a == 0.0)
+        depth = min(depth, nearest);
     color += (1.0 - color.a) * coverage * u_outlineColor;
 }
 
@@ -59,7 +68,7 @@ void main() {
     ivec2 size = textureSize(u_colorTex, 0);
     ivec2 texel = clamp(ivec2(v_in.texCoord.xy * vec2(size)), ivec2(0), size - 1);
     vec4 color = texture(u_colorTex, v_in.texCoord.xy);
-    float depth = texelFetch(u_depthTex, texel, 0).r;
+    float depth = depthAt(v_in.texCoord.xy, size);
 
     if (u_colorProcessing == 1) {
         color.rgb = vec3(luminance(color.rgb));

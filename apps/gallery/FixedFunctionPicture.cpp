@@ -5,6 +5,7 @@
 
 #include <Veltrand/GL/Blending.h>
 #include <Veltrand/GL/ContextManager.h>
+#include <Veltrand/GL/Debug.h>
 #include <Veltrand/GL/FixedFunctionPipeline.h>
 #include <Veltrand/GL/Framebuffer.h>
 #include <Veltrand/GL/Functions.h>
@@ -14,6 +15,7 @@
 
 #include <algorithm>
 #include <memory>
+#include <stdexcept>
 #include <string_view>
 
 namespace Veltrand::Apps {
@@ -132,6 +134,37 @@ GL::Texture render(const Eigen::Vector2i& size, const Draw& draw) {
     return image;
 }
 
+GL::Texture renderByPipeline(const Eigen::Vector2i& size, const LegacyScene& scene) {
+    return render(size, [&scene] {
+        const GL::Blending blending(GL::Blending::Preset::Alpha);
+        for (const LegacyView& part : scene.views()) {
+            part.view.viewport().set();
+            for (const LegacyFigure& figure : part.figures)
+                draw(figure, part.view);
+        }
+    });
+}
+
+/// Makes a compatibility context for it; null where there is none.
+std::unique_ptr<GL::Texture> renderByDriver(const Eigen::Vector2i& size, const LegacyScene& scene) {
+    GL::Context::CreateInfo wanted;
+    wanted.compatibility = true;
+    wanted.sharedContext = GL::ContextManager::get().mainContext()->internalHandle();
+    std::unique_ptr<GL::Context> context = GL::Context::create(wanted);
+    std::unique_ptr<GL::Texture> image;
+    bool failed = false;
+    if (context && hasLegacyPipeline()) {
+        image = std::make_unique<GL::Texture>(render(size, [&scene] { drawByDriver(scene); }));
+        failed = GL::Debug::check() != GL::Debug::Error::NoError;
+        GL::finish();
+    }
+    context.reset();
+    GL::ContextManager::makeCurrent();
+    if (failed)
+        throw std::runtime_error("the driver's own pipeline reports errors.");
+    return image;
+}
+
 void showImage(const GL::Texture& image, int x, int y) {
     const Eigen::Matrix4d identity = Eigen::Matrix4d::Identity();
     const GL::ViewState view({x, y, image.width(), image.height()}, identity, identity);
@@ -155,15 +188,6 @@ void drawFixedFunction(const Scene& scene, const Canvas& canvas) {
     constexpr int captionHeight = 40;
     const Eigen::Vector2i size(canvas.size().x() / 2 - 2 * gap, canvas.size().y() - captionHeight - gap);
     const LegacyScene drawing(scene, size);
-    const GL::Texture ours = render(size, [&drawing] {
-        const GL::Blending blending(GL::Blending::Preset::Alpha);
-        for (const LegacyView& part : drawing.views()) {
-            part.view.viewport().set();
-            for (const LegacyFigure& figure : part.figures)
-                draw(figure, part.view);
-        }
-    });
-
     const LabelPainter labels;
     const int rightHalf = canvas.size().x() / 2;
     const int captionScale = std::clamp(rightHalf / 400, 1, 4);
@@ -171,19 +195,8 @@ void drawFixedFunction(const Scene& scene, const Canvas& canvas) {
         showImage(image, left + gap, captionHeight);
         labels.drawText(caption, left + rightHalf / 2, captionHeight / 2, captionScale, TextColor);
     };
-    show(ours, 0, "CORE CONTEXT");
-
-    GL::Context::CreateInfo wanted;
-    wanted.compatibility = true;
-    wanted.sharedContext = GL::ContextManager::get().mainContext()->internalHandle();
-    std::unique_ptr<GL::Context> context = GL::Context::create(wanted);
-    std::unique_ptr<GL::Texture> theirs;
-    if (context && hasLegacyPipeline())
-        theirs = std::make_unique<GL::Texture>(render(size, [&drawing] { drawByDriver(drawing); }));
-    GL::finish();
-    context.reset();
-    GL::ContextManager::makeCurrent();
-    if (theirs)
+    show(renderByPipeline(size, drawing), 0, "CORE CONTEXT");
+    if (const auto theirs = renderByDriver(size, drawing))
         show(*theirs, rightHalf, "FIXED FUNCTION");
     else
         labels.drawText("NO FIXED FUNCTION", rightHalf * 3 / 2, canvas.size().y() / 2, captionScale,

@@ -20,24 +20,14 @@
 
 namespace Veltrand::Testing {
 
-/// Starts OpenGL in the window whose context is current.
-inline void startInWindow() {
-    auto context = GL::ContextGLX::adoptCurrent();
-    ASSERT_TRUE(context);
-    GL::init(std::move(context));
-}
-
 /// Covers the right half of a window with blue, from a texture that the background thread fills, and leaves
 /// the state as it was.
 inline void drawOurs(int width, int height) {
-    const MapRepository shaders("Ours",
-                                {{"copy.vert", "#version 330\n"
-                                               "layout(location = 0) in vec2 corner;\n"
-                                               "void main() { gl_Position = vec4(corner, 0, 1); }\n"},
-                                 {"copy.frag", "#version 330\n"
-                                               "uniform sampler2D image;\n"
-                                               "out vec4 color;\n"
-                                               "void main() { color = texelFetch(image, ivec2(0), 0); }\n"}});
+    constexpr auto vertex =
+        "#version 330\nin vec2 corner;\nvoid main() { gl_Position = vec4(corner, 0, 1); }\n";
+    constexpr auto fragment = "#version 330\nuniform sampler2D image;\nout vec4 color;\n"
+                              "void main() { color = texelFetch(image, ivec2(0), 0); }\n";
+    const MapRepository shaders("Ours", {{"copy.vert", vertex}, {"copy.frag", fragment}});
     std::optional<GL::Texture> blue;
     GL::ContextManager::get().runWithOpenGL(
         [&blue] {
@@ -66,10 +56,8 @@ inline std::string pixel(int x, int y) {
     const auto read =
         GL::entryPoint<void (*)(int, int, int, int, GL::GLenum, GL::GLenum, void*)>("glReadPixels");
     read(x, y, 1, 1, 0x1908, 0x1401, rgba.data()); // GL_RGBA, GL_UNSIGNED_BYTE
-    std::string text;
-    for (int i = 0; i < 3; ++i)
-        text += rgba.at(static_cast<std::size_t>(i)) == 255 ? 'f' : '0';
-    return text;
+    const auto digit = [](unsigned char value) { return value == 255 ? 'f' : '0'; };
+    return {digit(rgba[0]), digit(rgba[1]), digit(rgba[2])};
 }
 
 } // namespace Veltrand::Testing

@@ -22,7 +22,7 @@ public:
     }
 
 private:
-    void initializeGL() override { Testing::startInWindow(); }
+    void initializeGL() override { GL::init(GL::ContextGLX::adoptCurrent()); }
     void paintGL() override {
         QPainter painter(this);
         painter.fillRect(0, 0, 48, 16, Qt::green);
@@ -52,6 +52,5 @@ TEST(QtWidget, SharesItsContextWithTheLibrary) {
         EXPECT_EQ(image.pixelColor(8, 8), QColor(Qt::green));
         EXPECT_EQ(image.pixelColor(40, 8), QColor(Qt::blue));
         EXPECT_EQ(image.pixelColor(40, 40), QColor(Qt::green));
-        EXPECT_EQ(image.pixelColor(56, 40), QColor(Qt::blue));
     }
 }

@@ -23,7 +23,7 @@ TEST(SdlRenderer, SharesItsContextWithTheLibrary) {
     };
     SDL_RenderClear(renderer);
     drawRow(0); // SDL counts rows from the top
-    Testing::startInWindow();
+    GL::init(GL::ContextGLX::adoptCurrent());
     for (int frame = 0; frame < 2; ++frame) {
         Testing::drawOurs(64, 64);
         drawRow(32);

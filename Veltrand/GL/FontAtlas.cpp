@@ -269,18 +269,21 @@ std::vector<unsigned int> FontAtlas::convertUtf8(const std::string& text) const 
 
 FontAtlas::Line FontAtlas::layOut(const std::string& text) {
     const std::vector<unsigned int> codePoints = convertUtf8(text);
-    Line line{{}, Box(Vector2f::Zero(), Vector2f::Zero())};
+    Line line;
     line.glyphs.reserve(codePoints.size());
     Vector2f pen = Vector2f::Zero();
+    Vector2f boxMin = pen;
+    Vector2f boxMax = pen;
     for (std::size_t i = 0; i < codePoints.size(); ++i) {
         if (i > 0)
             pen += kerning({codePoints[i - 1], codePoints[i]});
         const Glyph& placed = glyph(codePoints[i]);
         line.glyphs.push_back({&placed, pen});
-        line.box.extend((pen + placed.boxMin).array().floor().matrix());
-        line.box.extend((pen + placed.boxMax).array().ceil().matrix());
+        boxMin = boxMin.cwiseMin(pen + placed.boxMin);
+        boxMax = boxMax.cwiseMax(pen + placed.boxMax);
         pen += placed.advance;
     }
+    line.box = Box(boxMin.array().floor(), boxMax.array().ceil());
     return line;
 }
 

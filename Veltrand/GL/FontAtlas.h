@@ -82,8 +82,8 @@ public:
     /// @param viewMatrix maps pixels of the text to clip space
     /// @param position of the pen, in pixels of the text; x and y on the baseline
     /// @param color red, green, blue, alpha
-    /// @param shadowing whether a dark text has a light shadow and a light text a dark one, one pixel wide,
-    ///        at its lower right
+    /// @param shadowing whether dark text is set off by a light shadow and light text by a dark one: one
+    ///        pixel within the bitmap and to the right and below it
     ///
     /// Leaves no program, vertex array object or texture of its own bound, and a unit other than 0 active.
     /// GL: glBufferData, glDrawArrays, 3.3

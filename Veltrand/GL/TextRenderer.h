@@ -41,7 +41,7 @@ public:
     };
 
     enum class Decoration : unsigned int {
-        Shadow = 1, ///< one pixel wide, light behind dark text and dark behind light text
+        Shadow = 1, ///< one pixel around glyphs, light for dark text and dark for light text
         Underline = 2,
         StrikeThrough = 4,
     };
@@ -49,7 +49,7 @@ public:
     /// What text looks like.
     struct VELTRAND_GL_API Font {
         std::string family = "DejaVu Sans";
-        /// In points, 96 pixels at a DPI scale of 1 being 72 points; -1 for 16 pixels at any DPI scale.
+        /// In points, 72 of which are 96 pixels times the DPI scale; -1 for 16 pixels at any DPI scale.
         int size = -1;
         Style style = Style::Regular;
         Flags<Decoration> decorations;
@@ -102,10 +102,11 @@ public:
 
     // Drawing
     //
-    // Text is limited to the viewport, blended by its alpha, and passes the depth test where it is not behind
-    // what has been drawn. Whether it writes depth is the caller's setting of the depth mask, as is all other
-    // state; what is changed (viewport, scissor test and box, depth test, blending, program) is put back. No
-    // vertex array object is bound afterwards. Without a font nothing is drawn, which is logged.
+    // Text is limited to the viewport, blended by its alpha (the framebuffer's own alpha too), and passes the
+    // depth test where it is not behind what has been drawn. Whether it writes depth is the caller's setting
+    // of the depth mask, as is all other state; what is changed (viewport, scissor test and box, depth test,
+    // blending, program) is put back. No vertex array object is bound afterwards, and a texture unit other
+    // than 0 is active. Without a font nothing is drawn, which is logged.
     // GL: glBufferData, glDrawArrays, 3.3
 
     /// Draws text in front of everything, at a position in pixels from the viewport's lower left corner.

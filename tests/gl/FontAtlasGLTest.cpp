@@ -39,6 +39,10 @@ ByteBuffer fontFile(const char* style = "Regular") {
 /// The pixels of a line in the alpha channel, where quads that overlap add up.
 using Coverage = std::vector<int>;
 
+std::size_t pixelIndex(int x, int y) {
+    return static_cast<std::size_t>(y) * width + static_cast<std::size_t>(x);
+}
+
 struct Reference {
     Coverage coverage = Coverage(std::size_t{width} * height);
     FontAtlas::Box bounds{Vector2f::Zero(), Vector2f::Zero()};
@@ -68,7 +72,7 @@ Reference reference(const ByteBuffer& file, int pixelSize, const std::u32string&
         const int top = static_cast<int>(std::round(position.y() + slot->bitmap_top));
         for (int y = 0; y < static_cast<int>(slot->bitmap.rows); ++y)
             for (int x = 0; x < static_cast<int>(slot->bitmap.width); ++x) {
-                int& pixel = result.coverage[static_cast<std::size_t>((top - 1 - y) * width + left + x)];
+                int& pixel = result.coverage[pixelIndex(left + x, top - 1 - y)];
                 pixel = std::min(255, pixel + slot->bitmap.buffer[y * slot->bitmap.pitch + x]);
             }
         FT_BBox box;
@@ -168,15 +172,16 @@ TEST_F(FontAtlasGL, DrawsTheShadowInItsMargin) {
         const FontAtlas::Glyph& glyph = atlas.glyph('l');
         const auto pixels = m_canvas.texture().download<Pixel>();
         int contrast = 0;
-        for (int i = 0; i < width * height; ++i) {
-            const int difference = std::abs(pixels[static_cast<std::size_t>(i)][0] - brightness);
-            contrast = std::max(contrast, difference);
-            const Vector2f fromCorner(static_cast<float>(i % width) - 50 - glyph.bearing.x(),
-                                      49 + glyph.bearing.y() - static_cast<float>(i / width));
-            const bool inside =
-                (fromCorner.array() >= 0).all() && (fromCorner.array() <= glyph.size.array()).all();
-            EXPECT_TRUE(difference == 0 || inside) << fromCorner.transpose();
-        }
+        for (int y = 0; y < height; ++y)
+            for (int x = 0; x < width; ++x) {
+                const int difference = std::abs(pixels[pixelIndex(x, y)][0] - brightness);
+                contrast = std::max(contrast, difference);
+                const Vector2f inBitmap = Vector2f(static_cast<float>(x - 50), static_cast<float>(49 - y)) +
+                                          Vector2f(-glyph.bearing.x(), glyph.bearing.y());
+                const bool inside =
+                    (inBitmap.array() >= 0).all() && (inBitmap.array() <= glyph.size.array()).all();
+                EXPECT_TRUE(difference == 0 || inside) << inBitmap.transpose();
+            }
         EXPECT_GT(contrast, 200);
     }
 }

@@ -7,24 +7,10 @@
 
 namespace Veltrand::GL {
 
-namespace {
-
-using Cell = GlyphPacking::Cell;
-using AlignmentH = TextRenderer::AlignmentH;
-using AlignmentV = TextRenderer::AlignmentV;
-
-} // namespace
-
 TEST(GlyphPacking, FillsRowsFromTheTop) {
-    struct Request {
-        int width;
-        int height;
-        std::optional<Cell> cell;
-    };
-    const struct {
-        int pixelSize;
-        std::vector<Request> requests;
-    } cases[] = {
+    using Cell = GlyphPacking::Cell;
+    using Request = std::tuple<int, int, std::optional<Cell>>;
+    const std::pair<int, std::vector<Request>> cases[] = {
         {16, {{300, 10, Cell{1, 1}}, {300, 20, Cell{303, 1}}, {161, 5, Cell{605, 1}}, {1, 5, Cell{0, 23}}}},
         {16, {{0, 0, Cell{1, 1}}, {763, 9, Cell{3, 1}}}},
         {700,
@@ -41,30 +27,13 @@ TEST(GlyphPacking, FillsRowsFromTheTop) {
     }
 }
 
-TEST(TextPlacement, PutsThePenWhereTheAlignmentSays) {
-    const LineBox first({0, -4}, {31, 11});
-    const LineBox last({0, -3}, {20, 9});
-    EXPECT_EQ(horizontalOffset(AlignmentH::Left, first), 0);
-    EXPECT_EQ(horizontalOffset(AlignmentH::Center, first), -15.5);
-    EXPECT_EQ(horizontalOffset(AlignmentH::Right, first), -31);
-    EXPECT_EQ(verticalOffset(AlignmentV::Top, first, last, 20, 3), -11);
-    EXPECT_EQ(verticalOffset(AlignmentV::Center, first, last, 20, 3), 16); // 16.5 in whole pixels
-    EXPECT_EQ(verticalOffset(AlignmentV::Baseline, first, last, 20, 3), 0);
-    EXPECT_EQ(verticalOffset(AlignmentV::Bottom, first, last, 20, 3), 43);
-    EXPECT_EQ(underlineY(100.25, first), 97.5);
-    EXPECT_EQ(strikeThroughY(100.25, first), 104.5);
-}
-
 TEST(TextPlacement, ScalesSizesForTheDisplay) {
-    const struct {
-        int points;
-        double dpiScale;
-        int pixels;
-    } cases[] = {{12, 1, 16},  {12, 1.25, 20}, {12, 2, 32}, {10, 1, 13}, {-1, 1, 16},
-                 {-1, 3, 16},  {1, 1, 2},      {0, 1, 2},   {-7, 1, 2},  {2000000000, 8, 0xFFFF},
-                 {12, NAN, 2}, {12, 0, 2}};
-    for (const auto& [points, dpiScale, pixels] : cases)
-        EXPECT_EQ(fontPixelSize(effectiveSize(points, dpiScale)), pixels) << points << " at " << dpiScale;
+    EXPECT_EQ(fontPixelSize(effectiveSize(12, 1.25)), 20);
+    EXPECT_EQ(fontPixelSize(effectiveSize(10, 1)), 13);
+    EXPECT_EQ(fontPixelSize(effectiveSize(-1, 3)), 16); // the default
+    for (const int points : {1, 0, -7})
+        EXPECT_EQ(fontPixelSize(effectiveSize(points, 1)), 2);
+    EXPECT_EQ(fontPixelSize(effectiveSize(2000000000, 8)), 0xFFFF);
 }
 
 } // namespace Veltrand::GL

@@ -22,6 +22,7 @@
 
 static thread_local std::size_t t_allocations = 0;
 
+#ifndef __SANITIZE_ADDRESS__ // which has its own
 void* operator new(std::size_t size) {
     ++t_allocations;
     if (void* const memory = std::malloc(size > 0 ? size : 1))
@@ -36,6 +37,7 @@ void operator delete(void* memory) noexcept {
 void operator delete(void* memory, std::size_t) noexcept {
     std::free(memory);
 }
+#endif
 
 namespace Veltrand::GL {
 
@@ -330,6 +332,9 @@ TEST_F(TextRendererGL, TakesTheSameStepsForAnyNumberOfGlyphs) {
         return allocations;
     };
     EXPECT_EQ(steps(40), steps(80));
+#ifdef __SANITIZE_ADDRESS__
+    GTEST_SKIP() << "Allocations are not counted beside those of the address sanitizer.";
+#endif
 }
 
 } // namespace Veltrand::GL

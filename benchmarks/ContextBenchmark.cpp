@@ -1,4 +1,6 @@
 // SPDX-License-Identifier: BSD-3-Clause
+#include "RawContext.h"
+
 #include <Veltrand/GL/Context.h>
 #include <Veltrand/GL/ContextManager.h>
 
@@ -8,43 +10,16 @@
 #include <mutex>
 #include <thread>
 
-// Last: its macros break other headers.
-#include <GL/glx.h>
-#include <GL/glxext.h>
-
 namespace Veltrand::GL {
 
 namespace {
 
-// A context with a hidden window and a connection of its own, and nothing more.
 void startUpFloor(benchmark::State& state) {
-    const auto create = reinterpret_cast<PFNGLXCREATECONTEXTATTRIBSARBPROC>(
-        glXGetProcAddressARB(reinterpret_cast<const GLubyte*>("glXCreateContextAttribsARB")));
     for (auto _ : state) {
-        Display* const display = XOpenDisplay(nullptr);
-        constexpr int configAttributes[] = {GLX_RENDER_TYPE, GLX_RGBA_BIT, GLX_ALPHA_SIZE, 8, None};
-        int count = 0;
-        GLXFBConfig* const configs =
-            glXChooseFBConfig(display, DefaultScreen(display), configAttributes, &count);
-        XVisualInfo* const visual = glXGetVisualFromFBConfig(display, configs[0]);
-        const Window root = RootWindow(display, visual->screen);
-        XSetWindowAttributes attributes{};
-        attributes.colormap = XCreateColormap(display, root, visual->visual, AllocNone);
-        const Window window = XCreateWindow(display, root, 0, 0, 100, 100, 0, visual->depth, InputOutput,
-                                            visual->visual, CWBorderPixel | CWColormap, &attributes);
-        constexpr int contextAttributes[] = {GLX_CONTEXT_MAJOR_VERSION_ARB, 4, GLX_CONTEXT_MINOR_VERSION_ARB,
-                                             5, None};
-        const GLXContext context = create(display, configs[0], nullptr, True, contextAttributes);
-        glXMakeCurrent(display, window, context);
+        const RawContext context;
+        context.makeCurrent();
         benchmark::DoNotOptimize(glGetString(GL_VERSION));
-
-        glXMakeCurrent(display, None, nullptr);
-        glXDestroyContext(display, context);
-        XDestroyWindow(display, window);
-        XFreeColormap(display, attributes.colormap);
-        XFree(visual);
-        XFree(configs);
-        XCloseDisplay(display);
+        RawContext::clearCurrent();
     }
     ContextManager::makeCurrent();
 }

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: BSD-3-Clause
+#include "FirstLine.h"
 #include "RatioReporter.h"
 
 #include <Veltrand/Core/Log.h>
@@ -16,6 +17,7 @@
 // of the caller come later and win.
 int main(int argc, char** argv) {
     using namespace Veltrand;
+    GL::FirstLine::runIfAsked(argc, argv);
     std::vector<char*> arguments(argv, argv + argc);
     char repetitions[] = "--benchmark_repetitions=5";
     char mixed[] = "--benchmark_enable_random_interleaving=true";

@@ -102,7 +102,8 @@ private:
 
 ImageProgram createProgram(const char* shader, bool layered) {
     static_cast<void>(shaders());
-    return {shader, "", layered, ImageProgram::TexCoordMode::Output, Program::Compilation::ImmediateThrow};
+    return ImageProgram(shader, "", layered, ImageProgram::TexCoordMode::Output,
+                        Program::Compilation::ImmediateThrow);
 }
 
 void compute(ImageProgram& program, const Texture& input, Texture& output) {

@@ -17,6 +17,7 @@
 // of the caller come later and win.
 int main(int argc, char** argv) {
     using namespace Veltrand;
+    Log::setGlobalLevel(Log::Error);
     GL::FirstLine::runIfAsked(argc, argv);
     std::vector<char*> arguments(argv, argv + argc);
     char repetitions[] = "--benchmark_repetitions=5";
@@ -29,7 +30,6 @@ int main(int argc, char** argv) {
     benchmark::Initialize(&argc, argv);
     if (benchmark::ReportUnrecognizedArguments(argc, argv))
         return 2;
-    Log::setGlobalLevel(Log::Error);
     try {
         GL::init();
     } catch (const std::exception& exception) {

@@ -84,6 +84,8 @@ void drawText(int line, const std::string& text, const TextRenderer::Font& font)
                                     TextRenderer::AlignmentH::Left, TextRenderer::AlignmentV::Baseline);
 }
 
+// Each line is a call of its own, which puts the program, the texture and the vertex array object back that
+// the floor leaves bound from line to line.
 void lines(benchmark::State& state, bool shadow) {
     TextRenderer::Font font;
     if (shadow)

@@ -109,6 +109,9 @@ void meanHelper(benchmark::State& state) {
 }
 BENCHMARK(meanHelper)->Name("meanHostToHost/VTK")->MeasureProcessCPUTime()->UseRealTime();
 const RatioLimit meanLimit("meanHostToHost", "meanHostToHost/VTK", 1 / 1.3);
+const RatioLimit meanSeparableLimit("meanHostToHost/ThreePasses", "meanHostToHost/VTK", 1 / 1.3);
+// How much of that the shader itself leaves to be gained.
+const RatioLimit meanFloorComparison("meanHostToHost/Floor", "meanHostToHost/VTK", 0);
 
 void thresholdHelper(benchmark::State& state) {
     runHelper(state, VolumeWork::thresholdStatements, VolumeWork::findThresholdError);

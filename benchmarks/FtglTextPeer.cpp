@@ -72,8 +72,7 @@ void text(benchmark::State& state) {
             }
             glFinish();
         };
-        int frame = 0;
-        run(frame);
+        run(nextFrame());
         std::vector<unsigned char> pixels(std::size_t{width} * height);
         glReadPixels(0, 0, width, height, GL_RED, GL_UNSIGNED_BYTE, pixels.data());
         int inked = 0;
@@ -82,7 +81,7 @@ void text(benchmark::State& state) {
         if (inked <= width * height / 10)
             state.SkipWithError("there is no text");
         for (auto _ : state)
-            run(++frame);
+            run(nextFrame());
     }
 }
 BENCHMARK(text)->Name("text/FTGL")->MeasureProcessCPUTime()->UseRealTime();

@@ -69,10 +69,9 @@ void text(benchmark::State& state) {
                 lines[static_cast<std::size_t>(line)]->setText(lineOf(frame, line));
             viewer.frame();
         };
-        int frame = 0;
-        run(frame);
+        run(nextFrame());
         for (auto _ : state)
-            run(++frame);
+            run(nextFrame());
     }
     ContextManager::makeCurrent();
 }

@@ -55,12 +55,11 @@ void timeFrames(benchmark::State& state, DrawFrame&& drawFrame) {
         drawFrame(frame);
         finish();
     };
-    int frame = 0;
-    run(frame);
+    run(nextFrame());
     if (const char* const error = canvas.findError())
         state.SkipWithError(error);
     for (auto _ : state)
-        run(++frame);
+        run(nextFrame());
 }
 
 void textFloor(benchmark::State& state) {

@@ -9,6 +9,11 @@ std::string fontPath() {
     return VELTRAND_BENCHMARK_FONT;
 }
 
+int nextFrame() {
+    static int frame = 0;
+    return frame++;
+}
+
 std::string lineOf(int frame, int line) {
     // Pieces of a longer text, which cost next to nothing.
     constexpr int length = 10'007;

@@ -17,6 +17,9 @@ constexpr int pixelSize = 16;
 /// The font file.
 std::string fontPath();
 
+/// A number that no frame has had, so that nothing is found in a cache.
+int nextFrame();
+
 /// Printable ASCII.
 std::string lineOf(int frame, int line);
 

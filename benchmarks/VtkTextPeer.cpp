@@ -47,10 +47,9 @@ void text(benchmark::State& state) {
             window->Render();
             window->WaitForCompletion();
         };
-        int frame = 0;
-        run(frame);
+        run(nextFrame());
         for (auto _ : state)
-            run(++frame);
+            run(nextFrame());
     }
     ContextManager::makeCurrent();
 }

@@ -54,6 +54,7 @@ void drawLines(const Scene& scene, const Canvas& canvas);
 void drawPicking(const Scene& scene, const Canvas& canvas);
 void drawProjection(const Scene& scene, const Canvas& canvas);
 void drawSlices(const Scene& scene, const Canvas& canvas);
+void drawText(const Scene& scene, const Canvas& canvas);
 void drawTransparency(const Scene& scene, const Canvas& canvas);
 
 } // namespace Veltrand::Apps

@@ -1,0 +1,191 @@
+// SPDX-License-Identifier: BSD-3-Clause
+#include "gallery/Canvas.h"
+#include "gallery/LabelPainter.h"
+#include "gallery/Pictures.h"
+
+#include <Veltrand/GL/Blending.h>
+#include <Veltrand/GL/Program.h>
+#include <Veltrand/GL/TextRenderer.h>
+#include <Veltrand/GL/Texture.h>
+#include <Veltrand/GL/VertexBuffer.h>
+#include <Veltrand/GL/Viewport.h>
+
+#include <array>
+#include <random>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace Veltrand::Apps {
+
+namespace {
+
+using AlignmentH = GL::TextRenderer::AlignmentH;
+using AlignmentV = GL::TextRenderer::AlignmentV;
+using Decoration = GL::TextRenderer::Decoration;
+using Font = GL::TextRenderer::Font;
+using Style = GL::TextRenderer::Style;
+
+const Eigen::Vector4d White(1, 1, 1, 1);
+const Eigen::Vector4d Grey(0.6, 0.6, 0.6, 1);
+const Eigen::Vector4d Black(0, 0, 0, 1);
+const Eigen::Vector4d Orange(1, 0.55, 0.1, 1);
+
+Font makeFont(int points, Style style = Style::Regular, const Eigen::Vector4d& color = White) {
+    Font font;
+    font.size = points;
+    font.style = style;
+    font.color = color;
+    return font;
+}
+
+/// Draws blocks of text at positions from the upper left corner of a sheet in the middle of the canvas.
+class Sheet {
+public:
+    explicit Sheet(const Canvas& canvas)
+        : m_viewport{0, 0, canvas.size().x(), canvas.size().y()}
+        , m_left((canvas.size().x() - width) / 2)
+        , m_top((canvas.size().y() + height) / 2) {}
+
+    void text(int x, int y, const std::string& text, const Font& font, AlignmentH alignH = AlignmentH::Left,
+              AlignmentV alignV = AlignmentV::Baseline) const {
+        m_viewport.set();
+        GL::TextRenderer::get()->renderText(m_viewport, Eigen::Vector2d(m_left + x, m_top - y), text, font,
+                                            alignH, alignV);
+    }
+    [[nodiscard]] PixelRect rect(int x, int y, int w, int h) const {
+        return {m_left + x, m_top - y - h, w, h};
+    }
+
+private:
+    static constexpr int width = 1600;
+    static constexpr int height = 720;
+
+    GL::Viewport m_viewport;
+    int m_left;
+    int m_top;
+};
+
+void drawSizes(const Sheet& sheet, int x, int y) {
+    constexpr std::array<std::pair<int, int>, 11> pointsAndPixels{{{6, 8},
+                                                                   {8, 10},
+                                                                   {9, 12},
+                                                                   {11, 14},
+                                                                   {12, 16},
+                                                                   {15, 20},
+                                                                   {18, 24},
+                                                                   {24, 32},
+                                                                   {36, 48},
+                                                                   {48, 64},
+                                                                   {72, 96}}};
+    for (const auto& [points, pixels] : pointsAndPixels) {
+        y += pixels * 6 / 5;
+        const std::string sentence = pixels < 24   ? "Sphinx of black quartz, judge my vow: 0123456789"
+                                     : pixels < 60 ? "Sphinx of quartz"
+                                                   : "AVjÅgx";
+        sheet.text(x, y, std::to_string(pixels), makeFont(9, Style::Regular, Grey));
+        sheet.text(x + 30, y, sentence, makeFont(points));
+    }
+}
+
+void drawStyles(const Sheet& sheet, int x, int y) {
+    const std::array<std::pair<Style, const char*>, 4> styles{{{Style::Regular, "Regular"},
+                                                               {Style::Bold, "Bold"},
+                                                               {Style::BoldItalic, "Bold italic"},
+                                                               {Style::Italic, "Italic"}}};
+    for (const auto& [style, name] : styles)
+        sheet.text(x, y += 30, std::string(name) + " To WAVE, fjord & ligne", makeFont(18, style));
+    Font font = makeFont(18);
+    font.decorations = Decoration::Underline;
+    sheet.text(x, y += 36, "Underline gjpq", font);
+    font.decorations = Decoration::StrikeThrough;
+    sheet.text(x + 230, y, "Strike-through", font);
+    font = makeFont(9, Style::Bold, Orange);
+    font.decorations = {Decoration::Underline, Decoration::StrikeThrough, Decoration::Shadow};
+    sheet.text(x + 440, y, "all of it, small", font);
+}
+
+void drawScripts(const Sheet& sheet, int x, int y) {
+    for (const char* const line :
+         {"Latin: Zażółć gęślą jaźń, façade, Åse, Größe ẞ, ﬁn", "Greek: Ξεσκεπάζω την ψυχοφθόρα βδελυγμία",
+          "Cyrillic: Съешь же ещё этих мягких булок", "Symbols: ∑∫√∞ ≤≥≠±×÷ ←↑→↓⇒ ♠♣♥♦ ☀☂✓✗ €£¥ 37 °C µm Ω"})
+        sheet.text(x, y += 28, line, makeFont(15));
+}
+
+void drawAlignments(const Sheet& sheet, const LabelPainter& painter, int x, int y) {
+    const std::array<std::pair<AlignmentH, const char*>, 3> columns{
+        {{AlignmentH::Left, "left"}, {AlignmentH::Center, "centre"}, {AlignmentH::Right, "right"}}};
+    const std::array<std::pair<AlignmentV, const char*>, 4> rows{{{AlignmentV::Top, "Top"},
+                                                                  {AlignmentV::Center, "Centre"},
+                                                                  {AlignmentV::Baseline, "Baseline"},
+                                                                  {AlignmentV::Bottom, "Bottom"}}};
+    for (const auto& [alignV, rowName] : rows) {
+        int anchor = x;
+        for (const auto& [alignH, columnName] : columns) {
+            const Eigen::Vector3f color = Orange.head<3>().cast<float>();
+            painter.fill(sheet.rect(anchor - 90, y, 180, 1), color * 0.6F);
+            painter.fill(sheet.rect(anchor, y - 30, 1, 60), color * 0.6F);
+            sheet.text(anchor, y, std::string(rowName) + "\nj " + columnName, makeFont(12), alignH, alignV);
+            anchor += 260;
+        }
+        y += 82;
+    }
+}
+
+void drawNoise(const PixelRect& rect) {
+    std::mt19937 random(1);
+    std::uniform_real_distribution<float> brightness(0, 1);
+    std::vector<float> texels(static_cast<std::size_t>(rect.width) * static_cast<std::size_t>(rect.height));
+    for (float& texel : texels)
+        texel = brightness(random);
+    GL::Texture image(GL::Texture::Target::Texture2D, Eigen::Vector3i(rect.width, rect.height, 1),
+                      GL::InternalFormat::R32F);
+    image.upload(texels);
+    const auto show =
+        GL::Program::createVertexFragment("VeltrandGallery/Panel.vert", "VeltrandGallery/Image.frag", "",
+                                          GL::Program::Compilation::ImmediateThrow);
+    setViewport(rect);
+    show->enable();
+    show->setArgument("image", image);
+    GL::VertexBuffer::createFullscreenSquare()->draw(GL::Primitive::TriangleFan);
+    show->disable();
+    show->unbindSamplers("image");
+}
+
+void drawShadows(const Sheet& sheet, const LabelPainter& painter, int x, int y) {
+    painter.fill(sheet.rect(x, y, 250, 215), White.head<3>().cast<float>());
+    painter.fill(sheet.rect(x + 260, y, 250, 215), Black.head<3>().cast<float>());
+    drawNoise(sheet.rect(x + 520, y, 250, 215));
+    for (int panel = 0; panel < 3; ++panel) {
+        int line = y + 10;
+        for (const auto& color : {White, Black, Orange})
+            for (const int points : {18, 9}) {
+                Font font = makeFont(points, Style::Regular, color);
+                font.decorations = Decoration::Shadow;
+                line += points * 5 / 3 + 8;
+                sheet.text(x + 260 * panel + 15, line,
+                           points == 18 ? "Shadowed" : "Shadowed text of 12 pixels", font);
+                font.decorations = {};
+                if (points == 18)
+                    sheet.text(x + 260 * panel + 150, line, "plain", font);
+            }
+    }
+}
+
+} // namespace
+
+void drawText(const Scene&, const Canvas& canvas) {
+    const Sheet sheet(canvas);
+    const LabelPainter painter;
+    drawSizes(sheet, 20, 10);
+    drawStyles(sheet, 20, 500);
+    drawScripts(sheet, 820, 5);
+    drawAlignments(sheet, painter, 920, 180);
+    drawShadows(sheet, painter, 820, 490);
+    // Blending has made the edges of text transparent in alpha.
+    const GL::Blending opaque(GL::Blending::Function::Zero, GL::Blending::Function::One,
+                              GL::Blending::Function::One, GL::Blending::Function::Zero);
+    painter.fill({0, 0, canvas.size().x(), canvas.size().y()}, Eigen::Vector3f::Ones());
+}
+
+} // namespace Veltrand::Apps

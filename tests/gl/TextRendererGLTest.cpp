@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: BSD-3-Clause
 // Text as a whole: glyph atlases and the renderer that uses them.
+#include "support/AllocationCounter.h"
 #include "support/CallCounter.h"
 #include "support/Canvas.h"
 #include "support/GLFixture.h"
@@ -19,25 +20,6 @@
 #include <ft2build.h>
 #include FT_FREETYPE_H
 #include FT_OUTLINE_H
-
-static thread_local std::size_t t_allocations = 0;
-
-#ifndef __SANITIZE_ADDRESS__ // which has its own
-void* operator new(std::size_t size) {
-    ++t_allocations;
-    if (void* const memory = std::malloc(size > 0 ? size : 1))
-        return memory;
-    throw std::bad_alloc();
-}
-
-void operator delete(void* memory) noexcept {
-    std::free(memory);
-}
-
-void operator delete(void* memory, std::size_t) noexcept {
-    std::free(memory);
-}
-#endif
 
 namespace Veltrand::GL {
 
@@ -324,17 +306,16 @@ TEST_F(TextRendererGL, TakesTheSameStepsForAnyNumberOfGlyphs) {
         (void)draw(text, Font()); // rasterises, and makes room
         Testing::CallCounter<glad_glDrawArrays> draws;
         Testing::CallCounter<glad_glTexSubImage2D> glyphs;
-        const std::size_t before = t_allocations;
+        const std::size_t before = Testing::numAllocations();
         m_text.renderText(viewport, {0, 0}, text, Font(), AlignH::Left, AlignV::Baseline);
-        const std::size_t allocations = t_allocations - before;
+        const std::size_t allocations = Testing::numAllocations() - before;
         EXPECT_LE(draws.take(), 1000);
         EXPECT_EQ(glyphs.take(), 0);
         return allocations;
     };
     EXPECT_EQ(steps(40), steps(80));
-#ifdef __SANITIZE_ADDRESS__
-    GTEST_SKIP() << "Allocations are not counted beside those of the address sanitizer.";
-#endif
+    if (!Testing::countsAllocations())
+        GTEST_SKIP() << "Allocations are not counted beside those of a sanitizer.";
 }
 
 } // namespace Veltrand::GL

@@ -36,6 +36,9 @@ std::vector<std::uint8_t> Canvas::read() const {
     if (!m_color.downloadTo(GL::PixelFormat::RGBA, GL::PixelType::UByte,
                             std::as_writable_bytes(std::span(pixels))))
         throw std::runtime_error("the picture could not be read back.");
+    // Blending, of text too, leaves its edges transparent.
+    for (std::size_t alpha = 3; alpha < pixels.size(); alpha += 4)
+        pixels[alpha] = 255;
     return pixels;
 }
 

@@ -21,7 +21,7 @@ public:
 
     /// Makes the whole canvas the target of drawing, and opaque black.
     void begin();
-    /// Red, green, blue and alpha of every pixel, rows from the bottom up.
+    /// Red, green, blue and an alpha of 255 of every pixel, rows from the bottom up.
     [[nodiscard]] std::vector<std::uint8_t> read() const;
 
 private:

@@ -60,16 +60,16 @@ void drawFiltered(const Scene& scene, const Canvas& canvas) {
     const GL::Texture gradient = filter(scene, "VeltrandGallery/Gradient.frag");
 
     int left = (canvas.size().x() - 3 * (edge + 2 * margin)) / 2 + margin;
-    const auto drawPanel = [&](const GL::Texture& texture, const Window& window, std::string_view caption) {
+    const auto drawPanel = [&](const GL::Texture& texture, const Window& window, const std::string& caption) {
         panel.rect = {left, bottom, edge, edge};
         planes.draw(texture, panel.rect, panelToTexture, window);
         labels.drawLetters(scene, panel, layout);
         labels.drawText(caption, left + edge / 2, bottom - 2 * margin, scale, TextColor);
         left += edge + 2 * margin;
     };
-    drawPanel(scene.texture, grey, "RAW");
-    drawPanel(mean, grey, "MEAN");
-    drawPanel(gradient, slope, "GRADIENT");
+    drawPanel(scene.texture, grey, "Raw");
+    drawPanel(mean, grey, "Mean");
+    drawPanel(gradient, slope, "Gradient");
 
     // Below the last panel's lower right corner.
     const int bar = static_cast<int>(ScaleBar * edge / Detail);

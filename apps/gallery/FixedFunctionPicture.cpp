@@ -188,19 +188,18 @@ void drawFixedFunction(const Scene& scene, const Canvas& canvas) {
     constexpr int captionHeight = 40;
     const Eigen::Vector2i size(canvas.size().x() / 2 - 2 * gap, canvas.size().y() - captionHeight - gap);
     const LegacyScene drawing(scene, size);
-    const LabelPainter labels;
     const int rightHalf = canvas.size().x() / 2;
     const int captionScale = std::clamp(rightHalf / 400, 1, 4);
-    const auto show = [&](const GL::Texture& image, int left, std::string_view caption) {
+    const auto show = [&](const GL::Texture& image, int left, const std::string& caption) {
         showImage(image, left + gap, captionHeight);
-        labels.drawText(caption, left + rightHalf / 2, captionHeight / 2, captionScale, TextColor);
+        LabelPainter::drawText(caption, left + rightHalf / 2, captionHeight / 2, captionScale, TextColor);
     };
-    show(renderByPipeline(size, drawing), 0, "CORE CONTEXT");
+    show(renderByPipeline(size, drawing), 0, "Core context");
     if (const auto theirs = renderByDriver(size, drawing))
-        show(*theirs, rightHalf, "FIXED FUNCTION");
+        show(*theirs, rightHalf, "Fixed function");
     else
-        labels.drawText("NO FIXED FUNCTION", rightHalf * 3 / 2, canvas.size().y() / 2, captionScale,
-                        TextColor);
+        LabelPainter::drawText("No fixed function", rightHalf * 3 / 2, canvas.size().y() / 2, captionScale,
+                               TextColor);
 }
 
 } // namespace Veltrand::Apps

@@ -1,16 +1,25 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include "gallery/LabelPainter.h"
 
-#include "gallery/Glyphs.h"
-
-#include <Veltrand/GL/Texture.h>
+#include <Veltrand/GL/TextRenderer.h>
 #include <Veltrand/GL/Viewport.h>
+
+#include <cmath>
 
 namespace Veltrand::Apps {
 
 namespace {
 
 const Eigen::Vector3f LetterColor(0.92F, 0.92F, 0.92F);
+constexpr int Border = 2; // pixels around text that its outlines may reach into
+
+GL::TextRenderer::Font labelFont(int scale) {
+    // Capital letters of the font are 0.73 of its size, which is counted in points of 4/3 pixels.
+    constexpr double PointsPerPixelOfLetters = 0.75 / 0.73;
+    GL::TextRenderer::Font font;
+    font.size = static_cast<int>(std::lround(LetterHeight * scale * PointsPerPixelOfLetters));
+    return font;
+}
 
 } // namespace
 
@@ -23,22 +32,29 @@ LabelPainter::LabelPainter()
                                                   "", GL::Program::Compilation::ImmediateThrow))
     , m_square(GL::VertexBuffer::createFullscreenSquare()) {}
 
-void LabelPainter::drawText(std::string_view text, int centerX, int centerY, int scale,
-                            const Eigen::Vector3f& color) const {
-    const TextBitmap bitmap = Apps::drawText(text);
-    const int width = bitmap.width * scale;
-    const int height = bitmap.height * scale;
-    drawDots(bitmap, {centerX - width / 2, centerY - height / 2, width, height}, color);
+void LabelPainter::drawText(const std::string& text, int centerX, int centerY, int scale,
+                            const Eigen::Vector3f& color) {
+    GL::TextRenderer::Font font = labelFont(scale);
+    font.color.head<3>() = color.cast<double>();
+    GL::TextRenderer& renderer = *GL::TextRenderer::get();
+    const Eigen::Vector2i room = renderer.textSize(text, font) + Eigen::Vector2i::Constant(2 * Border);
+    const GL::Viewport around{centerX - room.x() / 2, centerY - room.y() / 2, room.x(), room.y()};
+    renderer.renderText(around, {room.x() / 2, room.y() / 2}, text, font,
+                        GL::TextRenderer::AlignmentH::Center, GL::TextRenderer::AlignmentV::Center);
 }
 
-void LabelPainter::drawLetters(const Scene& scene, const SlicePanel& panel, const SliceLayout& layout) const {
+int LabelPainter::textWidth(const std::string& text, int scale) {
+    return GL::TextRenderer::get()->textSize(text, labelFont(scale)).x();
+}
+
+void LabelPainter::drawLetters(const Scene& scene, const SlicePanel& panel, const SliceLayout& layout) {
     const PixelRect& rect = panel.rect;
     const int middleX = rect.x + rect.width / 2;
     const int middleY = rect.y + rect.height / 2;
     const int distance = layout.margin / 2;
     const auto draw = [&](char letter, int x, int y) {
-        const char known = scene.volume.orientationKnown ? letter : '?';
-        drawText(std::string_view(&known, 1), x, y, layout.letterScale, LetterColor);
+        drawText(std::string(1, scene.volume.orientationKnown ? letter : '?'), x, y, layout.letterScale,
+                 LetterColor);
     };
     draw(panel.letters.left, rect.x - distance, middleY);
     draw(panel.letters.right, rect.x + rect.width + distance, middleY);
@@ -47,22 +63,11 @@ void LabelPainter::drawLetters(const Scene& scene, const SlicePanel& panel, cons
 }
 
 void LabelPainter::fill(const PixelRect& rect, const Eigen::Vector3f& color) const {
-    drawDots({1, 1, {255}}, rect, color);
-}
-
-void LabelPainter::drawDots(const TextBitmap& bitmap, const PixelRect& rect,
-                            const Eigen::Vector3f& color) const {
-    GL::Texture dots(GL::Texture::Target::Texture2D, Eigen::Vector3i(bitmap.width, bitmap.height, 1),
-                     GL::InternalFormat::R8);
-    dots.setFiltering(GL::Sampler::MinFilter::Nearest, GL::Sampler::MagFilter::Nearest);
-    dots.upload(bitmap.dots);
     setViewport(rect);
     m_program->enable();
-    m_program->setArgument("dots", dots);
     m_program->setArgument("labelColor", color);
     m_square->draw(GL::Primitive::TriangleFan);
     m_program->disable();
-    m_program->unbindSamplers("dots");
 }
 
 } // namespace Veltrand::Apps

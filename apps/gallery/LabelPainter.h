@@ -9,11 +9,9 @@
 
 #include <Eigen/Core>
 #include <memory>
-#include <string_view>
+#include <string>
 
 namespace Veltrand::Apps {
-
-struct TextBitmap;
 
 /// What is drawn next goes into @p rect.
 void setViewport(const PixelRect& rect);
@@ -24,17 +22,16 @@ public:
     /// Throws what `GL::Program` throws.
     LabelPainter();
 
-    /// Text in the gallery's dots around a pixel.
-    /// @param scale pixels per dot
-    void drawText(std::string_view text, int centerX, int centerY, int scale,
-                  const Eigen::Vector3f& color) const;
+    /// Text around a pixel, with capital letters of `LetterHeight` times @p scale pixels.
+    static void drawText(const std::string& text, int centerX, int centerY, int scale,
+                         const Eigen::Vector3f& color);
+    /// In pixels.
+    [[nodiscard]] static int textWidth(const std::string& text, int scale);
     /// The letters of the patient's sides around a panel, '?' where the volume does not say.
-    void drawLetters(const Scene& scene, const SlicePanel& panel, const SliceLayout& layout) const;
+    static void drawLetters(const Scene& scene, const SlicePanel& panel, const SliceLayout& layout);
     void fill(const PixelRect& rect, const Eigen::Vector3f& color) const;
 
 private:
-    void drawDots(const TextBitmap& bitmap, const PixelRect& rect, const Eigen::Vector3f& color) const;
-
     std::unique_ptr<GL::Program> m_program;
     std::unique_ptr<GL::VertexBuffer> m_square;
 };

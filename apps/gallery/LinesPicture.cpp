@@ -58,7 +58,7 @@ public:
         , m_view({0, 0, size.x(), size.y()}, GL::createOrtho2d(size.x(), size.y()), matrix()) {}
 
     void drawWidths() const {
-        caption("WIDTH", 150, 690);
+        caption("Width", 150, 690);
         int y = 662;
         for (const int width : {1, 2, 3, 4, 6, 8, 12, 16, 24, 32}) {
             y -= width / 2;
@@ -69,7 +69,7 @@ public:
     }
 
     void drawJoins() const {
-        caption("JOIN", 950, 690);
+        caption("Join", 950, 690);
         for (int i = 0; i < 18; ++i) {
             const int degrees = 5 + 10 * i;
             const double turn = degrees * std::numbers::pi / 180;
@@ -86,7 +86,7 @@ public:
     }
 
     void drawLoops() const {
-        caption("LOOP", 160, 298);
+        caption("Loop", 160, 298);
         draw(polygon({90, 220}, 52, 3), GL::Primitive::LineLoop, Green, 9);
         draw(polygon({225, 215}, 62, 5, 2), GL::Primitive::LineLoop, Orange, 6);
         draw(polygon({90, 85}, 55, 90), GL::Primitive::LineLoop, Blue, 7, Dashed, 1.5);
@@ -94,7 +94,7 @@ public:
     }
 
     void drawStipples() const {
-        caption("STIPPLE", 520, 298);
+        caption("Stipple", 520, 298);
         struct Style {
             Vector3d color;
             double width;
@@ -114,7 +114,7 @@ public:
     }
 
     void drawColors() const {
-        caption("COLOR", 900, 298);
+        caption("Color", 900, 298);
         Points spiral;
         std::vector<Vector4d> colors;
         for (int i = 0; i <= 360; ++i) {
@@ -139,7 +139,7 @@ public:
     }
 
     void drawNearPlane() const {
-        caption("NEAR PLANE", 1335, 298);
+        caption("Near plane", 1335, 298);
         const GL::Viewport viewport{x(1095), y(20), length(480), length(260)};
         Eigen::Matrix4d camera = Eigen::Matrix4d::Identity();
         camera(1, 3) = -2.5;

@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include "gallery/SliceLayout.h"
 
-#include "gallery/Glyphs.h"
-
 #include <algorithm>
 #include <cmath>
 
@@ -51,9 +49,9 @@ SliceLayout layoutSlices(const Eigen::Vector2i& pictureSize, const Eigen::Aligne
                          const Eigen::Vector3d& point) {
     const int letterScale = std::max(1, std::min(pictureSize.y() / 240, pictureSize.x() / 400));
     // Around each slice: a letter and half a letter's height of air on both sides of it.
-    const int margin = 2 * GlyphHeight * letterScale;
+    const int margin = 2 * LetterHeight * letterScale;
     // Below the letters at the bottom stands the slice's caption.
-    const int captionHeight = 2 * GlyphHeight * letterScale;
+    const int captionHeight = 2 * LetterHeight * letterScale;
 
     const Eigen::Vector3d extent = bounds.sizes();
     double widths = 0;

@@ -37,6 +37,8 @@ struct SlicePanel {
 
 /// Axial, coronal and sagittal, from left to right.
 ///
+constexpr int LetterHeight = 7;
+
 /// The slices are seen as radiologists see them: axial from the feet and coronal from the front, so that the
 /// patient's right is on the viewer's left, and sagittal from the patient's left, so that the front is on the
 /// viewer's left. All three share one scale, as large as the picture allows, and a pixel is a square in the
@@ -44,7 +46,7 @@ struct SlicePanel {
 struct SliceLayout {
     std::array<SlicePanel, 3> panels;
     double pixelsPerMillimetre;
-    /// Pixels per dot of a letter.
+    /// Letters are this many times `LetterHeight` pixels high.
     int letterScale;
     /// Pixels around each panel that are free for its letters.
     int margin;

@@ -182,10 +182,6 @@ void drawText(const Scene&, const Canvas& canvas) {
     drawScripts(sheet, 820, 5);
     drawAlignments(sheet, painter, 920, 180);
     drawShadows(sheet, painter, 820, 490);
-    // Blending has made the edges of text transparent in alpha.
-    const GL::Blending opaque(GL::Blending::Function::Zero, GL::Blending::Function::One,
-                              GL::Blending::Function::One, GL::Blending::Function::Zero);
-    painter.fill({0, 0, canvas.size().x(), canvas.size().y()}, Eigen::Vector3f::Ones());
 }
 
 } // namespace Veltrand::Apps

@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include "gallery/Canvas.h"
-#include "gallery/Glyphs.h"
 #include "gallery/LabelPainter.h"
 #include "support/Surface.h"
 
@@ -26,19 +25,19 @@ namespace {
 
 /// A structure of the brain that lies on both sides, and its numbers in the AAL atlas.
 struct Structure {
-    std::string_view name;
+    const char* name;
     int left;
     int right;
     Eigen::Vector3f color;
 };
 
 const std::array<Structure, 6> Structures{{
-    {"CAUDATE", 71, 72, {0.25F, 0.55F, 1.0F}},
-    {"PUTAMEN", 73, 74, {0.2F, 0.85F, 0.85F}},
-    {"PALLIDUM", 75, 76, {0.95F, 0.9F, 0.3F}},
-    {"THALAMUS", 77, 78, {1.0F, 0.55F, 0.15F}},
-    {"HIPPOCAMPUS", 37, 38, {0.35F, 0.85F, 0.35F}},
-    {"AMYGDALA", 41, 42, {0.95F, 0.3F, 0.55F}},
+    {"Caudate", 71, 72, {0.25F, 0.55F, 1.0F}},
+    {"Putamen", 73, 74, {0.2F, 0.85F, 0.85F}},
+    {"Pallidum", 75, 76, {0.95F, 0.9F, 0.3F}},
+    {"Thalamus", 77, 78, {1.0F, 0.55F, 0.15F}},
+    {"Hippocampus", 37, 38, {0.35F, 0.85F, 0.35F}},
+    {"Amygdala", 41, 42, {0.95F, 0.3F, 0.55F}},
 }};
 constexpr float RegionOpacity = 0.35F;
 const Eigen::Vector4f HeadColor(0.85F, 0.8F, 0.78F, 0.1F);
@@ -261,8 +260,7 @@ private:
 };
 
 /// Beside the model, in the direction of each side of the patient, its letter.
-void drawSides(const Scene& scene, const Model& model, const GL::ViewState& view, const SliceLayout& layout,
-               const LabelPainter& labels) {
+void drawSides(const Scene& scene, const Model& model, const GL::ViewState& view, const SliceLayout& layout) {
     std::vector<Eigen::Vector2d> outline;
     for (const Eigen::Vector3f& position : model.positions)
         outline.emplace_back(view.project(position.cast<double>()).head<2>());
@@ -278,28 +276,24 @@ void drawSides(const Scene& scene, const Model& model, const GL::ViewState& view
             reach = std::max(reach, direction.dot(point - center));
         const Eigen::Vector2d place = center + (reach + layout.margin * 0.5) * direction;
         const char letter = scene.volume.orientationKnown ? "RLAPSI"[side] : '?';
-        labels.drawText(std::string_view(&letter, 1), static_cast<int>(place.x()),
-                        static_cast<int>(place.y()), layout.letterScale, TextColor);
+        LabelPainter::drawText(std::string(1, letter), static_cast<int>(place.x()),
+                               static_cast<int>(place.y()), layout.letterScale, TextColor);
     }
 }
 
-int textWidth(std::size_t characters, int scale) {
-    return static_cast<int>(characters) * (GlyphWidth + 1) * scale;
-}
-
 /// The names of the structures in their colours, in a row.
-void drawLegend(int width, int centerY, int scale, const LabelPainter& labels) {
-    constexpr std::size_t Gap = 3; // in characters
-    std::size_t characters = (Structures.size() - 1) * Gap;
+void drawLegend(int width, int centerY, int scale) {
+    const int gap = LabelPainter::textWidth("mmm", scale);
+    int length = -gap;
     for (const Structure& structure : Structures)
-        characters += structure.name.size();
-    int left = (width - textWidth(characters, scale)) / 2;
+        length += gap + LabelPainter::textWidth(structure.name, scale);
+    int left = (width - length) / 2;
     if (left < 0)
         return;
     for (const Structure& structure : Structures) {
-        const int length = textWidth(structure.name.size(), scale);
-        labels.drawText(structure.name, left + length / 2, centerY, scale, structure.color);
-        left += length + textWidth(Gap, scale);
+        const int nameLength = LabelPainter::textWidth(structure.name, scale);
+        LabelPainter::drawText(structure.name, left + nameLength / 2, centerY, scale, structure.color);
+        left += nameLength + gap;
     }
 }
 
@@ -314,25 +308,24 @@ void drawTransparency(const Scene& scene, const Canvas& canvas) {
                     std::max(1, canvas.size().y() - 4 * margin)};
     const Camera camera(model, panel);
     const TilePainter tiles;
-    const LabelPainter labels;
-    const auto label = [&](std::string_view caption) {
-        drawSides(scene, model, camera.view(panel), layout, labels);
-        if (textWidth(caption.size(), layout.letterScale) <= half)
-            labels.drawText(caption, panel.x + panel.width / 2, margin * 3 / 2, layout.letterScale,
-                            TextColor);
+    const auto label = [&](const std::string& caption) {
+        drawSides(scene, model, camera.view(panel), layout);
+        if (LabelPainter::textWidth(caption, layout.letterScale) <= half)
+            LabelPainter::drawText(caption, panel.x + panel.width / 2, margin * 3 / 2, layout.letterScale,
+                                   TextColor);
     };
 
     if (GL::OrderIndependentTransparency::isSupported()) {
         tiles.draw(panel, camera, UnsortedPainter(model));
-        label("UNSORTED - ORDER INDEPENDENT");
+        label("Unsorted, order-independent");
     } else {
-        label("NEEDS OPENGL 4.4");
+        label("Needs OpenGL 4.4");
     }
     panel.x += half;
     tiles.draw(panel, camera, SortedPainter(model, camera));
-    label("SORTED TRIANGLES - BLENDED");
+    label("Sorted triangles, blended");
     if (scene.labels != nullptr)
-        drawLegend(canvas.size().x(), margin / 2, std::max(1, layout.letterScale * 2 / 3), labels);
+        drawLegend(canvas.size().x(), margin / 2, std::max(1, layout.letterScale * 2 / 3));
 }
 
 } // namespace Veltrand::Apps

@@ -3,8 +3,11 @@
 #include "apps/NiftiFile.h"
 #include "apps/PngPicture.h"
 
-#include "gallery/Glyphs.h"
+#include "gallery/Canvas.h"
+#include "gallery/LabelPainter.h"
 #include "gallery/SliceLayout.h"
+
+#include <Veltrand/GL/ContextManager.h>
 
 #include <cmath>
 #include <gtest/gtest.h>
@@ -56,18 +59,35 @@ NiftiFile headBySform(const std::array<int, 3>& axes, const std::array<int, 3>& 
     return file;
 }
 
-/// Whether the letter stands with its centre at this place, dot for dot.
+/// Grey values of a letter as the gallery writes it, in the middle of a square.
+struct Letter {
+    static constexpr int Reach = 10;
+    static constexpr int Edge = 2 * Reach;
+
+    Letter(char letter, int scale) {
+        Apps::Canvas canvas({Edge, Edge});
+        canvas.begin();
+        Apps::LabelPainter::drawText(std::string(1, letter), Reach, Reach, scale,
+                                     Eigen::Vector3f::Constant(0.92F));
+        pixels = canvas.read();
+    }
+    [[nodiscard]] int at(int x, int y) const { return pixels[static_cast<std::size_t>(4 * (y * Edge + x))]; }
+
+    std::vector<std::uint8_t> pixels;
+};
+
+/// Whether the letter stands with its centre at this place, pixel for pixel.
 bool hasLetter(const PngPicture& picture, char letter, int centerX, int centerY, int scale) {
-    const Apps::TextBitmap bitmap = Apps::drawText(std::string_view(&letter, 1));
-    const int left = centerX - bitmap.width * scale / 2;
-    const int bottom = centerY - bitmap.height * scale / 2;
-    for (int y = 0; y < bitmap.height * scale; ++y)
-        for (int x = 0; x < bitmap.width * scale; ++x) {
-            const int dot = y / scale * bitmap.width + x / scale;
-            if ((picture.at(left + x, bottom + y) > 200) != (bitmap.dots[static_cast<std::size_t>(dot)] != 0))
+    const Letter expected(letter, scale);
+    int drawn = 0;
+    for (int y = 0; y < Letter::Edge; ++y)
+        for (int x = 0; x < Letter::Edge; ++x) {
+            const int value = expected.at(x, y);
+            drawn += value > 0 ? 1 : 0;
+            if (picture.at(centerX - Letter::Reach + x, centerY - Letter::Reach + y) != value)
                 return false;
         }
-    return true;
+    return drawn > 0;
 }
 
 void expectHead(const PngPicture& picture, const std::string& letters) {
@@ -121,7 +141,14 @@ struct Gallery {
     [[nodiscard]] std::filesystem::path picture() const { return directory.path() / "slices.png"; }
 };
 
-TEST(SlicesGL, ShowEachSideOfThePatientWhereItsLetterStands) {
+// The letters to expect are drawn in the process of the tests.
+class SlicesGL : public ::testing::Test {
+protected:
+    static void SetUpTestSuite() { GL::init(); }
+    static void TearDownTestSuite() { GL::deinit(); }
+};
+
+TEST_F(SlicesGL, ShowEachSideOfThePatientWhereItsLetterStands) {
     const std::pair<std::string, NiftiFile> cases[]{
         {"to the right, front and head", headBySform({0, 1, 2}, {1, 1, 1})},
         {"to the feet, left and back", headBySform({2, 0, 1}, {-1, -1, -1})},
@@ -137,7 +164,7 @@ TEST(SlicesGL, ShowEachSideOfThePatientWhereItsLetterStands) {
     }
 }
 
-TEST(SlicesGL, ClaimNoSidesThatTheFileDoesNotName) {
+TEST_F(SlicesGL, ClaimNoSidesThatTheFileDoesNotName) {
     NiftiFile file = headBySform({0, 1, 2}, {1, 1, 1});
     file.sformCode = 0;
     file.pixdim = {1, 2, 1.5F, 3};

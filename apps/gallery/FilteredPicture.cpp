@@ -63,8 +63,8 @@ void drawFiltered(const Scene& scene, const Canvas& canvas) {
     const auto drawPanel = [&](const GL::Texture& texture, const Window& window, const std::string& caption) {
         panel.rect = {left, bottom, edge, edge};
         planes.draw(texture, panel.rect, panelToTexture, window);
-        labels.drawLetters(scene, panel, layout);
-        labels.drawText(caption, left + edge / 2, bottom - 2 * margin, scale, TextColor);
+        LabelPainter::drawLetters(scene, panel, layout);
+        LabelPainter::drawText(caption, left + edge / 2, bottom - 2 * margin, scale, TextColor);
         left += edge + 2 * margin;
     };
     drawPanel(scene.texture, grey, "Raw");
@@ -75,7 +75,7 @@ void drawFiltered(const Scene& scene, const Canvas& canvas) {
     const int bar = static_cast<int>(ScaleBar * edge / Detail);
     const PixelRect& last = panel.rect;
     labels.fill({last.x + last.width - bar, bottom - margin, bar, scale}, TextColor);
-    labels.drawText("10 mm", last.x + last.width - bar / 2, bottom - 2 * margin, scale, TextColor);
+    LabelPainter::drawText("10 mm", last.x + last.width - bar / 2, bottom - 2 * margin, scale, TextColor);
 }
 
 } // namespace Veltrand::Apps

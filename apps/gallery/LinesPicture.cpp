@@ -192,14 +192,13 @@ private:
     }
 
     void caption(const std::string& text, int centerX, int centerY) const {
-        m_labels.drawText(text, x(centerX), y(centerY), std::max(1, length(2)), {0.6F, 0.6F, 0.6F});
+        LabelPainter::drawText(text, x(centerX), y(centerY), std::max(1, length(2)), {0.6F, 0.6F, 0.6F});
         m_view.viewport().set();
     }
 
     double m_scale;
     Vector2d m_origin;
     GL::ViewState m_view;
-    LabelPainter m_labels;
 };
 
 } // namespace

@@ -37,7 +37,6 @@ void drawProjection(const Scene& scene, const Canvas& canvas) {
         GL::Program::createVertexFragment("VeltrandGallery/Panel.vert", "VeltrandGallery/Image.frag", "",
                                           GL::Program::Compilation::ImmediateThrow);
     const auto square = GL::VertexBuffer::createFullscreenSquare();
-    const LabelPainter labels;
     for (const SlicePanel& panel : layout.panels) {
         GL::Texture image(GL::Texture::Target::Texture2D,
                           Eigen::Vector3i(panel.rect.width, panel.rect.height, 1), GL::InternalFormat::R32F);
@@ -62,7 +61,7 @@ void drawProjection(const Scene& scene, const Canvas& canvas) {
         square->draw(GL::Primitive::TriangleFan);
         show->disable();
         show->unbindSamplers("image");
-        labels.drawLetters(scene, panel, layout);
+        LabelPainter::drawLetters(scene, panel, layout);
     }
 }
 

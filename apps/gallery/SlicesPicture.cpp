@@ -56,14 +56,14 @@ public:
     void drawMarks(const SlicePanel& panel, const SliceLayout& layout) const {
         const PixelRect& rect = panel.rect;
         const int middleX = rect.x + rect.width / 2;
-        m_labels.drawLetters(m_scene, panel, layout);
+        LabelPainter::drawLetters(m_scene, panel, layout);
 
         std::array<char, 32> position{};
         // Adding 0 turns -0 into 0.
         const double rounded = std::round(m_scene.point[panel.normal] * 10) / 10 + 0.0;
         std::snprintf(position.data(), position.size(), "%c = %.1f mm", "xyz"[panel.normal], rounded);
-        m_labels.drawText(position.data(), middleX, rect.y - 2 * layout.margin + layout.margin / 2,
-                          std::max(1, layout.letterScale * 2 / 3), planeColor(panel.normal));
+        LabelPainter::drawText(position.data(), middleX, rect.y - 2 * layout.margin + layout.margin / 2,
+                               std::max(1, layout.letterScale * 2 / 3), planeColor(panel.normal));
     }
 
 private:
@@ -71,7 +71,6 @@ private:
 
     const Scene& m_scene;
     std::unique_ptr<GL::Program> m_slice;
-    LabelPainter m_labels;
     std::unique_ptr<GL::VertexBuffer> m_square;
 };
 

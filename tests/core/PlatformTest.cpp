@@ -38,8 +38,10 @@ TEST(Platform, TracesThroughASharedLibrary) {
     };
     for (std::size_t i = 0; i < std::size(expected); ++i)
         EXPECT_TRUE(std::regex_match(lines[i], std::regex(expected[i]))) << lines[i];
-    EXPECT_NE(trace.find(" main "), std::string::npos);
-    EXPECT_EQ(trace.find("??"), std::string::npos) << trace;
+    // Below main are functions of the C library that only its debug symbols name.
+    const std::size_t main = trace.find(" main ");
+    ASSERT_NE(main, std::string::npos);
+    EXPECT_GE(trace.find("??"), main) << trace;
 }
 
 TEST(Platform, TracesThroughAModuleLoadedAfterTheFirstTrace) {

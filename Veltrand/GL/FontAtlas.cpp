@@ -10,6 +10,7 @@
 #include <Veltrand/GL/Viewport.h>
 #include <Veltrand/GL/detail/GlyphPacking.h>
 #include <Veltrand/GL/detail/LogMessage.h>
+#include <Veltrand/GL/detail/ScopedState.h>
 
 #include <array>
 #include <cmath>
@@ -210,6 +211,7 @@ const FontAtlas::Glyph& FontAtlas::rasterise(unsigned int codePoint) {
         return m_glyphs.try_emplace(codePoint).first->second;
     }
     if (bitmap.width > 0 && bitmap.rows > 0) {
+        const UploadAlignment alignment;
         glPixelStorei(GL_UNPACK_ALIGNMENT, 1);
         m_texture->bind(0);
         uploadBitmap(m_library.get(), bitmap, *cell);

@@ -7,6 +7,7 @@
 #include <Veltrand/GL/Program.h>
 #include <Veltrand/GL/Texture.h>
 #include <Veltrand/GL/detail/LogMessage.h>
+#include <Veltrand/GL/detail/ScopedState.h>
 #include <Veltrand/GL/detail/TargetSize.h>
 
 #include <Eigen/Core>
@@ -71,6 +72,11 @@ private:
     GLint m_alignment = 4;
 };
 
+void fillWithNothing(Texture& texture) {
+    const UploadAlignment alignment; // before OpenGL 4.4
+    texture.clear<unsigned>(Eigen::Matrix<unsigned, 4, 1>::Constant(ObjectPicking::Nothing));
+}
+
 } // namespace
 
 ObjectPicking::ObjectPicking() {
@@ -118,7 +124,7 @@ void ObjectPicking::createTexture() {
     }
     m_texture = std::make_unique<Texture>(Texture::Target::Texture2D, Eigen::Vector3i(m_width, m_height, 1),
                                           InternalFormat::RG32UI);
-    m_texture->clear<unsigned>(Eigen::Matrix<unsigned, 4, 1>::Constant(Nothing));
+    fillWithNothing(*m_texture);
 }
 
 void ObjectPicking::reset(Framebuffer& framebuffer, const Eigen::Vector2i& size,
@@ -134,7 +140,7 @@ void ObjectPicking::reset(Framebuffer& framebuffer, const Eigen::Vector2i& size,
         m_height = size.y();
         createTexture();
     } else if (m_texture) {
-        m_texture->clear<unsigned>(Eigen::Matrix<unsigned, 4, 1>::Constant(Nothing));
+        fillWithNothing(*m_texture);
     }
 }
 

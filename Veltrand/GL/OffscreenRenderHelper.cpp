@@ -402,6 +402,7 @@ void OffscreenRenderHelper::setColorRamp(const std::vector<Eigen::Vector4f>& col
         return;
     }
     const TextureBinding binding(GL_TEXTURE_1D);
+    const UploadAlignment alignment;
     m_colorRamp = std::make_unique<Texture>(Eigen::Vector3i(static_cast<int>(colors.size()), 1, 1),
                                             InternalFormat::RGBA16F);
     m_colorRamp->upload(colors);

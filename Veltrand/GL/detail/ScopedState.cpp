@@ -57,6 +57,13 @@ FirstBufferOnly::~FirstBufferOnly() {
     }
 }
 
+UploadAlignment::UploadAlignment()
+    : m_alignment(getInt(GL_UNPACK_ALIGNMENT)) {}
+
+UploadAlignment::~UploadAlignment() {
+    glPixelStorei(GL_UNPACK_ALIGNMENT, m_alignment);
+}
+
 DrawingBindings::DrawingBindings()
     : m_activeTexture(static_cast<GLenum>(getInt(GL_ACTIVE_TEXTURE)))
     , m_vertexArray(static_cast<GLuint>(getInt(GL_VERTEX_ARRAY_BINDING))) {}

@@ -55,6 +55,16 @@ private:
     std::vector<std::array<GLboolean, 4>> m_masks;
 };
 
+/// Puts back the alignment of rows in uploads, of which textures leave 1 behind.
+class UploadAlignment : private Utils::NotCopyable {
+public:
+    UploadAlignment();
+    ~UploadAlignment();
+
+private:
+    GLint m_alignment;
+};
+
 /// Puts back the active texture unit and the vertex array object at the end of a scope.
 class DrawingBindings : private Utils::NotCopyable {
 public:

@@ -86,8 +86,10 @@ public:
     /// stretched to whole repetitions, so that it closes. Below OpenGL 4.3, beyond the size of the
     /// driver's storage blocks, and for `Lines`, it starts anew with each segment.
     ///
-    /// Leaves no program, vertex array object or array buffer bound, attribute 3 at the options' colour, and,
-    /// if stippled, shader storage binding points changed; all other state is used as the caller set it.
+    /// Leaves no program, vertex array object or array buffer bound, and attribute 3 at the options' colour;
+    /// a stipple that runs on, storage blocks 0 and 1 bound, and a transparent line, what
+    /// `OrderIndependentTransparency::setIncludeArguments` binds. All other state is used as the caller set
+    /// it.
     /// @param oit where fragments go instead of the framebuffer, or null
     ///
     /// Throws what `ProgramCache` and `Program` throw.

@@ -42,9 +42,10 @@ namespace Veltrand::GL {
 /// with more is refused by `enable`. Draw the pass for picking once more then, into a buffer lent by
 /// `OffscreenRenderHelper` of the same size, which is needed only where the user clicks.
 ///
-/// Use it on the thread whose context is current, and the framebuffer's. Attaching changes the framebuffer's
-/// attachment 1 and draw buffers, and nothing of the context. `getPickingInfo`, and `reset` where it makes a
-/// new texture or OpenGL is older than 4.4, leave the texture bound to unit 0, which is then active.
+/// Use it on the thread whose context is current, and the framebuffer's. OpenGL state that is changed:
+/// - `enable` and `disable`: attachment 1 and the draw buffers of the pass's framebuffer.
+/// - Construction, `getPickingInfo`, and `reset` where it makes a new texture or OpenGL is older than 4.4:
+///   the texture is bound to unit 0, which is active.
 class VELTRAND_GL_API ObjectPicking : private Utils::NotCopyable {
 public:
     /// What is seen at a pixel. Ordered by object, then by the second id.

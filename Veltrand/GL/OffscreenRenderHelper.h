@@ -59,8 +59,8 @@ public:
     public:
         /// Nothing.
         RenderBuffer() noexcept;
-        /// Makes the parent the target again, unless that has been done, with the viewport that it had, and
-        /// gives the buffer back.
+        /// Makes the parent the target again, unless that has been done, for drawing and reading and with the
+        /// viewport that it had, and gives the buffer back.
         ~RenderBuffer();
         /// The source is then empty.
         RenderBuffer(RenderBuffer&& other) noexcept;
@@ -128,7 +128,8 @@ public:
     /// the lists of @p oit it comes first. Where nothing has been drawn the parent is as it was.
     ///
     /// Scissor, stencil test and the first buffer's write mask of the caller apply. The texture units that
-    /// were used, 1 to 3, are left empty; all other state is left as it was.
+    /// were used, 1 to 3, are left empty, no array buffer is bound, and with @p oit what its
+    /// `setIncludeArguments` binds is; all other state is left as it was.
     /// GL: glDrawArrays, 3.0
     void blendToParent(RenderBuffer* buffer, ColorPostProcessing processing,
                        const OrderIndependentTransparency* oit);

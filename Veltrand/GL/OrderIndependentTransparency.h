@@ -51,7 +51,9 @@ public:
     ///
     /// Lists are kept for pixels from the window's lower left corner up to @p viewportSize; memory grows to
     /// the largest size seen. Where a frame needs more nodes than the driver's storage blocks can hold, a
-    /// warning is logged, once per size. A size without pixels takes no fragments.
+    /// warning is logged, once per size. A size without pixels takes no fragments. Leaves no storage buffer
+    /// and no atomic counter buffer bound; a new size leaves its texture bound to unit 0, which is then
+    /// active.
     /// @param forceRecreate allocate anew when the size has changed, even if the memory would do
     /// GL: glClearTexImage, 4.4; glGetBufferSubData, glMemoryBarrier
     void reset(const Eigen::Vector2i& viewportSize, bool forceRecreate);
@@ -66,8 +68,9 @@ public:
     ///
     /// The two 2D textures are read at the window position of each pixel, so they have at least the size of
     /// the viewport, and must not be attached to the framebuffer that is drawn to. Alpha is composited too.
-    /// Nothing but the viewport and the framebuffer influences the pass, which writes no depth and leaves the
-    /// state of the pipeline as it was.
+    /// Nothing but the viewport and the framebuffer influences the pass, which writes no depth. Texture units
+    /// 1 and 2 are left empty, no array buffer is bound, and the lists stay bound to their image unit and
+    /// storage block; all other state is left as it was.
     /// GL: glMemoryBarrier, glBindImageTexture, glDrawArrays, 4.3
     void renderBlendedFragments(const Texture& backgroundColor, const Texture& backgroundDepth);
 

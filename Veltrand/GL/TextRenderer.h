@@ -105,9 +105,10 @@ public:
     // Text is limited to the viewport, blended by its alpha (the framebuffer's own alpha too), and passes the
     // depth test where it is not behind what has been drawn. Whether it writes depth is the caller's setting
     // of the depth mask, as is all other state; what is changed (viewport, scissor test and box, depth test,
-    // blending, program) is put back. No vertex array object is bound afterwards, and a texture unit other
-    // than 0 is active. Without a font nothing is drawn, which is logged.
-    // GL: glBufferData, glDrawArrays, 3.3
+    // blending, program) is put back. No vertex array object and no array buffer are bound afterwards,
+    // texture unit 1 is empty and active, and generic attribute 3 is changed by lines under and through text.
+    // New glyphs leave a texture bound to unit 0, also when text is measured. Without a font nothing is
+    // drawn, which is logged. GL: glBufferData, glDrawArrays, 3.3
 
     /// Draws text in front of everything, at a position in pixels from the viewport's lower left corner.
     void renderText(const Viewport& viewport, const Eigen::Vector2d& position, const std::string& text,

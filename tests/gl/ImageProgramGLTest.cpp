@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: BSD-3-Clause
-#include "support/AdverseState.h"
 #include "support/GLTest.h"
 
 #include <Veltrand/GL/Framebuffer.h>
@@ -330,7 +329,9 @@ TEST_F(ImageProgramGL, TheCallersStateNeitherMattersNorChanges) {
         program.setClearOutputEnabled(true, Eigen::Vector4f::Ones());
         Texture output(Target::Texture3D, {4, 4, 4}, InternalFormat::RGBA8);
         {
-            const Testing::AdverseState adverse({GL_SCISSOR_TEST, GL_CULL_FACE, GL_BLEND}, false);
+            const Testing::AdverseState adverse({"scissor test", "scissor box", "cull face", "front face",
+                                                 "blend", "blend functions", "blend equations",
+                                                 "depth function", "clear color", "active texture"});
             program.compute(output, {});
         }
         EXPECT_EQ(output.download<Bytes>().back(), Bytes(223, 223, 223, 128));

@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: BSD-3-Clause
-#include "support/AdverseState.h"
 #include "support/GLTest.h"
 
 #include <Veltrand/GL/Framebuffer.h>
@@ -351,11 +350,7 @@ TEST_F(OrderIndependentTransparencyGL, TheCallersStateNeitherMattersNorChanges) 
     glBindVertexArray(vertexArray);
     m_gather->enable();
     {
-        const Testing::AdverseState adverse(
-            {GL_BLEND, GL_DEPTH_TEST, GL_SCISSOR_TEST, GL_STENCIL_TEST, GL_CULL_FACE, GL_COLOR_LOGIC_OP,
-             GL_POLYGON_SMOOTH, GL_RASTERIZER_DISCARD, GL_CLIP_DISTANCE0, GL_CLIP_DISTANCE7, GL_SAMPLE_MASK,
-             GL_POLYGON_OFFSET_FILL, GL_DEPTH_CLAMP, GL_DITHER},
-            true);
+        const Testing::AdverseState adverse;
         glDisablei(GL_BLEND, 1); // can be set for each draw buffer
         transparency.renderBlendedFragments(*m_color, *m_depth);
         EXPECT_FALSE(glIsEnabledi(GL_BLEND, 1));

@@ -1,14 +1,19 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include "support/GLFixture.h"
 #include "support/MapRepository.h"
-#include "support/StateSnapshot.h"
 
 #include <Veltrand/GL/Context.h>
 #include <Veltrand/GL/ContextManager.h>
 #include <Veltrand/GL/Debug.h>
 #include <Veltrand/GL/FixedFunctionPipeline.h>
+#include <Veltrand/GL/Framebuffer.h>
 #include <Veltrand/GL/ImageProgram.h>
+#include <Veltrand/GL/LineRenderer.h>
+#include <Veltrand/GL/ObjectPicking.h>
+#include <Veltrand/GL/OffscreenRenderHelper.h>
 #include <Veltrand/GL/OrderIndependentTransparency.h>
+#include <Veltrand/GL/Program.h>
+#include <Veltrand/GL/TextRenderer.h>
 #include <Veltrand/GL/Texture.h>
 #include <Veltrand/GL/VertexBuffer.h>
 #include <Veltrand/GL/ViewState.h>
@@ -22,19 +27,31 @@ namespace {
 
 using Eigen::Vector3f;
 using Eigen::Vector3i;
-using Names = std::set<std::string>;
+using Names = Testing::StateNames;
 using Selection = FixedFunctionPipeline::ShaderSelection;
 
 // What the renderers draw with; made before they are watched.
 struct Tools {
     Testing::MapRepository files{
-        "State", {{"one.frag", "#version 330\nout vec4 color;\nvoid main() { color = vec4(1); }\n"}}};
+        "State",
+        {{"one.frag", "#version 330\nout vec4 color;\nvoid main() { color = vec4(1); }\n"},
+         {"pick.frag", "#version 330\n#pragma include \"VeltrandGL/ObjectPicking.glh\"\n"
+                       "void main() { writePickingInfo(1u); }\n"}}};
+    std::unique_ptr<Program> pickable = Program::createVertexFragment(
+        "VeltrandGL/FixedFunctionPipeline.vert", "State/pick.frag", "", Program::Compilation::ImmediateThrow);
     VertexBuffer vertices{Buffer::Usage::StaticDraw};
     Texture image{Vector3i(8, 8, 1), InternalFormat::RGBA8};
     Texture depth{Vector3i(8, 8, 1), InternalFormat::DepthComponent32F};
     ViewState view{{0, 0, 8, 8}, Eigen::Matrix4d::Identity(), Eigen::Matrix4d::Identity()};
 
-    Tools() { vertices.setData(std::vector<Vector3f>{{-1, -1, 0}, {1, -1, 0}, {1, 1, 0}, {-1, 1, 0}}); }
+    Texture target{Vector3i(8, 8, 1), InternalFormat::RGBA8};
+    Framebuffer framebuffer;
+
+    Tools() {
+        framebuffer.bind();
+        framebuffer.attach(target, 0);
+        vertices.setData(std::vector<Vector3f>{{-1, -1, 0}, {1, -1, 0}, {1, 1, 0}, {-1, 1, 0}});
+    }
 };
 
 void drawFixedFunction(const Tools& tools, const OrderIndependentTransparency* transparency) {
@@ -48,11 +65,51 @@ void drawFixedFunction(const Tools& tools, const OrderIndependentTransparency* t
     pipeline.disable();
 }
 
+void drawLines(const Tools& tools, unsigned short pattern, Primitive primitive) {
+    const LineRenderer::Options options(Eigen::Vector3d(1, 0, 0), 3, Eigen::Matrix4d::Identity(), pattern);
+    const std::vector<Eigen::Vector3d> points{{-1, -1, 0}, {1, -1, 0}, {1, 1, 0}};
+    if (primitive == Primitive::Lines)
+        LineRenderer::get()->renderLines(points, options, tools.view);
+    else
+        LineRenderer::get()->renderLineStrip(points, options, tools.view);
+}
+
+void drawText(const Tools& tools) {
+    TextRenderer::Font font;
+    font.decorations = {TextRenderer::Decoration::Shadow, TextRenderer::Decoration::Underline};
+    TextRenderer::get()->renderText(tools.view.viewport(), {1, 1}, "a\nb", font,
+                                    TextRenderer::AlignmentH::Left, TextRenderer::AlignmentV::Baseline);
+}
+
+void pick(Tools& tools) {
+    ObjectPicking picking;
+    picking.reset(tools.framebuffer, {8, 8}, {&tools});
+    tools.pickable->enable();
+    picking.enable(*tools.pickable, &tools);
+    tools.vertices.draw(Primitive::Points);
+    tools.pickable->disable();
+    picking.disable();
+    (void)picking.getPickingInfo({{1, 1}}, nullptr);
+}
+
+void blend(OffscreenRenderHelper::ColorPostProcessing processing, const OrderIndependentTransparency* oit) {
+    OffscreenRenderHelper helper;
+    for (int i = 0; i < 2; ++i) { // a new buffer, and the one that came back
+        auto buffer = helper.create({8, 8}, InternalFormat::RGBA8, InternalFormat::DepthComponent24);
+        buffer.blendToParent(processing, oit);
+    }
+}
+
 // What drawing a vertex buffer changes, and what a renderer says that it changes.
 const Names drawing{"vertex array", "array buffer"};
-const Names fixedFunction{"program",  "active texture", "texture unit 0",    "texture units",
-                          "samplers", "attribute 2",    "program point size"};
-const Names blending{"texture unit 0", "texture units", "samplers", "active texture"};
+const Names fixedFunction{"program",        "active texture", "texture unit 0", "texture unit 1",
+                          "texture unit 2", "texture unit 3", "attribute 2",    "program point size"};
+const Names line{"program", "vertex array", "array buffer", "attribute 3"};
+const Names lengths{"storage buffer", "storage block 0", "storage block 1"};
+const Names lists{"storage buffer", "storage block 0"};
+const Names newTexture{"active texture", "texture unit 0"};
+const Names offscreen{"read framebuffer", "array buffer", "texture unit 1", "texture unit 2",
+                      "texture unit 3"};
 
 // One line for each: a frame of it, and all that it may change.
 struct Renderer {
@@ -62,6 +119,8 @@ struct Renderer {
     bool (*isSupported)() = [] { return true; };
 };
 
+using Processing = OffscreenRenderHelper::ColorPostProcessing;
+
 const Renderer renderers[] = {
     {"FixedFunctionPipeline", [](Tools& t) { drawFixedFunction(t, nullptr); }, {fixedFunction, drawing}},
     {"FixedFunctionPipeline with transparency",
@@ -70,7 +129,7 @@ const Renderer renderers[] = {
          transparency.reset({8, 8}, false);
          drawFixedFunction(t, &transparency);
      },
-     {fixedFunction, drawing},
+     {fixedFunction, drawing, lists},
      &OrderIndependentTransparency::isSupported},
     {"ImageProgram",
      [](Tools& t) {
@@ -85,34 +144,57 @@ const Renderer renderers[] = {
          transparency.reset({8, 8}, false);
          transparency.renderBlendedFragments(t.image, t.depth);
      },
-     {drawing, blending},
+     {newTexture, lists, {"array buffer", "texture unit 1", "texture unit 2"}},
+     &OrderIndependentTransparency::isSupported},
+    {"LineRenderer, solid", [](Tools& t) { drawLines(t, 0xFFFF, Primitive::LineStrip); }, {line}},
+    {"LineRenderer, stippled", [](Tools& t) { drawLines(t, 0xF0F0, Primitive::LineStrip); }, {line, lengths}},
+    {"LineRenderer, segments", [](Tools& t) { drawLines(t, 0xF0F0, Primitive::Lines); }, {line}},
+    {"TextRenderer", [](Tools& t) { drawText(t); }, {drawing, newTexture, {"texture unit 1", "attribute 3"}}},
+    {"ObjectPicking", &pick, {drawing, newTexture, {"program"}}},
+    {"OffscreenRenderHelper",
+     [](Tools&) {
+         blend(Processing::WindowLevel, nullptr);
+         blend(Processing::Outline, nullptr);
+     },
+     {offscreen}},
+    {"OffscreenRenderHelper with transparency",
+     [](Tools&) {
+         OrderIndependentTransparency transparency;
+         transparency.reset({8, 8}, false);
+         blend(Processing::Unchanged, &transparency);
+     },
+     {offscreen, newTexture, lists},
      &OrderIndependentTransparency::isSupported},
 };
 
 class RendererStateGL : public Testing::GLFixture {};
 
+// In a context of its own, where the renderer is used for the first time, and which needs no tidying.
+void expectNoOtherChanges(const Renderer& renderer, bool disturbed) {
+    SCOPED_TRACE(std::string(renderer.name) + (disturbed ? " among other values" : " among defaults"));
+    const auto context = Context::create({.version = {}, .compatibility = !ContextManager::useCoreContext()});
+    ASSERT_TRUE(context);
+    Tools tools;
+    if (disturbed)
+        Testing::disturbState();
+    const auto before = Testing::takeStateSnapshot();
+    renderer.draw(tools);
+    Names changed = Testing::differences(before, Testing::takeStateSnapshot());
+    for (const Names& allowed : renderer.changes)
+        std::erase_if(changed, [&allowed](const std::string& name) { return allowed.contains(name); });
+    EXPECT_EQ(changed, Names{});
+    EXPECT_EQ(Debug::check(false), Debug::Error::NoError);
+}
+
 TEST_F(RendererStateGL, NothingChangesThatIsNotDocumented) {
     for (const Renderer& renderer : renderers) {
         if (!renderer.isSupported())
             continue;
-        // A context of its own, where each renderer is used for the first time, and which needs no tidying.
-        auto context = Context::create({.version = {}, .compatibility = !ContextManager::useCoreContext()});
-        ASSERT_TRUE(context);
-        {
-            Tools tools;
-            Testing::disturbState();
-            const auto before = Testing::takeStateSnapshot();
-            EXPECT_EQ(before.size(), 40U);
-            renderer.draw(tools);
-            Names changed = Testing::differences(before, Testing::takeStateSnapshot());
-            for (const Names& allowed : renderer.changes)
-                std::erase_if(changed,
-                              [&allowed](const std::string& name) { return allowed.contains(name); });
-            EXPECT_EQ(changed, Names{}) << renderer.name;
-            EXPECT_EQ(Debug::check(false), Debug::Error::NoError) << renderer.name;
+        // Whatever is switched on or off for a draw differs from one of the two.
+        for (const bool disturbed : {false, true}) {
+            expectNoOtherChanges(renderer, disturbed);
+            ASSERT_TRUE(ContextManager::makeCurrent());
         }
-        context.reset();
-        ASSERT_TRUE(ContextManager::makeCurrent());
     }
 }
 

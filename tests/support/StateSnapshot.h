@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
+#include <Veltrand/Core/NotCopyable.h>
+
 #include <map>
 #include <set>
 #include <string>
@@ -8,14 +10,29 @@
 
 namespace Veltrand::Testing {
 
-/// Forty pieces of the current context's state, as numbers by name.
+/// State of the current context, as numbers by name. Bindings of a texture unit, of a storage block or of
+/// a generic attribute are pieces of their own, such as "texture unit 0" and "attribute 1".
 using StateSnapshot = std::map<std::string, std::vector<double>>;
+using StateNames = std::set<std::string>;
 
 [[nodiscard]] StateSnapshot takeStateSnapshot();
 /// Gives every piece a value that is not the default, so that a reset to the default shows. Cannot be undone:
 /// for a context of the test's own.
 void disturbState();
 /// The names of the pieces that differ.
-[[nodiscard]] std::set<std::string> differences(const StateSnapshot& before, const StateSnapshot& after);
+[[nodiscard]] StateNames differences(const StateSnapshot& before, const StateSnapshot& after);
+
+/// Settings of a caller that would keep most draws from their work, or alter them. At the end of the scope
+/// the test fails if any state is not as it was, and the defaults are set.
+class AdverseState : private Utils::NotCopyable {
+public:
+    /// @param names what is set, or none for all but the bindings, viewport and attributes
+    explicit AdverseState(const StateNames& names = {});
+    ~AdverseState();
+
+private:
+    StateNames m_names;
+    StateSnapshot m_before;
+};
 
 } // namespace Veltrand::Testing

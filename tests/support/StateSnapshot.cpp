@@ -128,7 +128,7 @@ void readMasks(StateSnapshot& snapshot) {
     masks.insert(masks.end(), second.begin(), second.end());
     GLint samples = 0;
     glGetIntegeri_v(GL_SAMPLE_MASK_VALUE, 0, &samples);
-    snapshot["sample mask"].push_back(samples);
+    snapshot["samples"].push_back(samples);
 }
 
 struct Setting {
@@ -156,10 +156,8 @@ const std::vector<Setting>& settings() {
         {"blend functions",
          {GL_BLEND_SRC_RGB, GL_BLEND_DST_RGB, GL_BLEND_SRC_ALPHA, GL_BLEND_DST_ALPHA},
          [](bool a) {
-             if (a)
-                 glBlendFuncSeparate(GL_ZERO, GL_SRC_COLOR, GL_CONSTANT_ALPHA, GL_DST_ALPHA);
-             else
-                 glBlendFunc(GL_ONE, GL_ZERO);
+             glBlendFuncSeparate(pick(a, GL_ZERO, GL_ONE), pick(a, GL_SRC_COLOR, GL_ZERO),
+                                 pick(a, GL_CONSTANT_ALPHA, GL_ONE), pick(a, GL_DST_ALPHA, GL_ZERO));
          }},
         {"blend equations",
          {GL_BLEND_EQUATION_RGB, GL_BLEND_EQUATION_ALPHA},
@@ -173,6 +171,7 @@ const std::vector<Setting>& settings() {
         {"depth test", {GL_DEPTH_TEST}},
         {"depth function", {GL_DEPTH_FUNC}, [](bool a) { glDepthFunc(pick(a, GL_NEVER, GL_LESS)); }},
         {"depth mask", {GL_DEPTH_WRITEMASK}, [](bool a) { glDepthMask(a ? GL_FALSE : GL_TRUE); }},
+        {"depth range", {GL_DEPTH_RANGE}, [](bool a) { a ? glDepthRange(0.25, 0.75) : glDepthRange(0, 1); }},
         {"depth clamp", {GL_DEPTH_CLAMP}},
         {"clear color",
          {GL_COLOR_CLEAR_VALUE},
@@ -189,12 +188,8 @@ const std::vector<Setting>& settings() {
              glStencilMaskSeparate(GL_FRONT, a ? 0 : 0xFFFFFFFF);
              glStencilMaskSeparate(GL_BACK, a ? 7 : 0xFFFFFFFF);
          }},
-        {"cull face",
-         {GL_CULL_FACE, GL_CULL_FACE_MODE},
-         [](bool a) {
-             switchOn(GL_CULL_FACE, a);
-             glCullFace(pick(a, GL_FRONT_AND_BACK, GL_BACK));
-         }},
+        {"cull face", {GL_CULL_FACE}},
+        {"culled face", {GL_CULL_FACE_MODE}, [](bool a) { glCullFace(pick(a, GL_FRONT_AND_BACK, GL_BACK)); }},
         {"front face", {GL_FRONT_FACE}, [](bool a) { glFrontFace(pick(a, GL_CW, GL_CCW)); }},
         {"polygon mode",
          {GL_POLYGON_MODE},
@@ -202,29 +197,16 @@ const std::vector<Setting>& settings() {
         {"polygon offset", {GL_POLYGON_OFFSET_FILL}},
         {"polygon smoothing", {GL_POLYGON_SMOOTH}},
         {"line smoothing", {GL_LINE_SMOOTH}},
-        {"logic operation",
-         {GL_COLOR_LOGIC_OP, GL_LOGIC_OP_MODE},
-         [](bool a) {
-             switchOn(GL_COLOR_LOGIC_OP, a);
-             glLogicOp(pick(a, GL_INVERT, GL_COPY));
-         }},
+        {"logic operation", {GL_COLOR_LOGIC_OP}},
+        {"logic mode", {GL_LOGIC_OP_MODE}, [](bool a) { glLogicOp(pick(a, GL_INVERT, GL_COPY)); }},
         {"rasterizer discard", {GL_RASTERIZER_DISCARD}},
         {"clip distance 0", {GL_CLIP_DISTANCE0}},
         {"clip distance 7", {GL_CLIP_DISTANCE7}},
         {"sRGB", {GL_FRAMEBUFFER_SRGB}},
-        {"sample mask",
-         {GL_SAMPLE_MASK},
-         [](bool a) {
-             switchOn(GL_SAMPLE_MASK, a);
-             glSampleMaski(0, a ? 0 : 0xFFFFFFFF);
-         }},
+        {"sample mask", {GL_SAMPLE_MASK}},
+        {"samples", {}, [](bool a) { glSampleMaski(0, a ? 0 : 0xFFFFFFFF); }},
         {"multisampling", {GL_MULTISAMPLE}, [](bool a) { switchOn(GL_MULTISAMPLE, !a); }},
-        {"scissor box",
-         {GL_SCISSOR_BOX},
-         [](bool a) {
-             if (a)
-                 glScissor(1, 1, 1, 1);
-         }},
+        {"scissor box", {GL_SCISSOR_BOX}, [](bool) { glScissor(1, 1, 1, 1); }}, // which has no default
         {"color mask",
          {GL_COLOR_WRITEMASK},
          [](bool a) {
@@ -234,9 +216,8 @@ const std::vector<Setting>& settings() {
          }},
         {"dither", {GL_DITHER}, [](bool a) { switchOn(GL_DITHER, !a); }},
         {"program point size", {GL_PROGRAM_POINT_SIZE}},
-        {"primitive restart",
-         {GL_PRIMITIVE_RESTART, GL_PRIMITIVE_RESTART_INDEX},
-         [](bool a) { glPrimitiveRestartIndex(a ? 77 : 0); }},
+        {"primitive restart", {GL_PRIMITIVE_RESTART}},
+        {"restart index", {GL_PRIMITIVE_RESTART_INDEX}, [](bool a) { glPrimitiveRestartIndex(a ? 77 : 0); }},
         {"pack",
          {GL_PACK_ALIGNMENT, GL_PACK_ROW_LENGTH, GL_PACK_SKIP_ROWS, GL_PACK_SKIP_PIXELS},
          [](bool a) { glPixelStorei(GL_PACK_ALIGNMENT, a ? 2 : 4); }},

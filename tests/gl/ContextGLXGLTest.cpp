@@ -181,4 +181,14 @@ TEST_F(ContextGLXGL, ErrorsOfOtherDisplaysReachTheirHandler) {
     XCloseDisplay(foreign);
 }
 
+TEST_F(ContextGLXGL, CreationFromSeveralThreads) {
+    std::vector<int> created(4);
+    std::vector<std::thread> threads;
+    for (int& result : created)
+        threads.emplace_back([&result] { result = Context::create({}) != nullptr; });
+    for (std::thread& thread : threads)
+        thread.join();
+    EXPECT_EQ(created, (std::vector<int>{1, 1, 1, 1}));
+}
+
 } // namespace Veltrand::GL

@@ -165,8 +165,9 @@ public:
         glBufferData(GL_ARRAY_BUFFER, bytes, m_vertices.data(), m_usage);
         for (GLuint i = 0; i < 3; ++i) {
             glEnableVertexAttribArray(i);
-            glVertexAttribPointer(i, 3, GL_FLOAT, GL_FALSE, 0,
-                                  static_cast<const char*>(nullptr) + bytes / 3 * GLintptr{i});
+            // NOLINTNEXTLINE(performance-no-int-to-ptr): offsets are passed as pointers
+            const auto* const offset = reinterpret_cast<const void*>(bytes / 3 * GLintptr{i});
+            glVertexAttribPointer(i, 3, GL_FLOAT, GL_FALSE, 0, offset);
         }
         glBindVertexArray(0);
         glBindBuffer(GL_ARRAY_BUFFER, 0);

@@ -47,9 +47,9 @@ InfoOptions parse(Utils::Span<const char* const> words) {
 /// Starts OpenGL; what the library logs meanwhile becomes a section. Empty when all went well, otherwise why
 /// not.
 std::string start(Section& log) {
-    constexpr const char* levels[] = {"trace", "debug", "info", "warning", "error", "fatal"};
+    static constexpr const char* levels[] = {"trace", "debug", "info", "warning", "error", "fatal"};
     Log::setDefaultSinkEnabled(false);
-    const auto sink = Log::addSink([&log, &levels](const Log::Message& message) {
+    const auto sink = Log::addSink([&log](const Log::Message& message) {
         const auto level = static_cast<std::size_t>(std::clamp(message.level, 0, 5));
         log.add(std::string(message.category), std::string(levels[level]) + ": " + std::string(message.text));
     });

@@ -216,6 +216,23 @@ TEST_F(LineRendererGL, StippleBeginsWithEachSegmentWhereNothingIsAccumulated) {
     EXPECT_EQ(pixels(10, 0, 34), "0000" + segment.substr(0, 10) + segment + "0000");
 }
 
+// The line comes from above, turns sharply near the bottom and goes back up; the bevel fills the column.
+TEST_F(LineRendererGL, StippleGoesOnFromOneSegmentToTheOtherAtBevels) {
+    const Vector3d corner(32, 6, 0);
+    const Vector3d up(0, std::cos(std::numbers::pi / 18), 0);
+    for (const double side : {-1.0, 1.0}) {
+        const Vector3d aside(side * std::sin(std::numbers::pi / 18), 0, 0);
+        const Points points{corner + 200 * (up + aside), corner, corner + 200 * (up - aside)};
+        if (hasVersion(4, 3)) {
+            draw(points, Primitive::LineStrip, 20, 0x00FF, 4); // 200 pixels are 3 patterns and 2 bits
+            EXPECT_EQ(pixels(32, 6, 40), std::string(23, '9') + std::string(17, '0'));
+        }
+        const Testing::ScopedEntryPoint old(GLAD_GL_VERSION_4_3, 0);
+        draw(points, Primitive::LineStrip, 20, 0x00FF, 4);
+        EXPECT_EQ(pixels(32, 6, 40), std::string(32, '9') + std::string(8, '0'));
+    }
+}
+
 TEST_F(LineRendererGL, FragmentsGoToTheTransparencyPass) {
     if (!OrderIndependentTransparency::isSupported())
         GTEST_SKIP() << "needs OpenGL 4.4";

@@ -17,7 +17,8 @@ flat in float v_scale;
 #define STIPPLED
 uniform int u_stipplePattern = 0xFFFF;
 uniform float u_stippleFactor = 1.0;
-noperspective in vec3 v_stipple;
+noperspective in vec4 v_stipple;
+flat in float v_join;
 #endif
 
 #ifdef WITH_OIT
@@ -34,7 +35,7 @@ void main() {
 #endif
 #ifdef STIPPLED
     // Round an outer corner the line stays where it is in the pattern.
-    float position = clamp(v_stipple.x, v_stipple.y, v_stipple.z);
+    float position = v_join < 0.0 ? clamp(v_stipple.x, v_stipple.y, v_stipple.z) : v_join + v_stipple.w;
     coverage *= wideLines_stipple(position, 1.0 / max(u_stippleFactor, 1e-3), uint(u_stipplePattern));
 #endif
     vec4 color = vec4(v_color.rgb, v_color.a * coverage);

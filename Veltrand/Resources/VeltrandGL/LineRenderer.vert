@@ -37,8 +37,11 @@ flat out float v_scale; // of the first of them; the last vertex of a triangle t
 #if defined(WITH_STIPPLE) || defined(WITH_ACCUMULATION)
 #define STIPPLED
 uniform float u_stippleFactor = 1.0; // pixels for each bit of the pattern
-// Bits of the pattern: where the vertex is along the line, and where its segment begins and ends.
-noperspective out vec3 v_stipple;
+// Bits of the pattern: where the vertex is along the line, where its segment begins and ends; and how far from the join
+// its corner is.
+noperspective out vec4 v_stipple;
+// Of the last vertex of a triangle: the position of the join that the triangle fills, below 0 within a segment.
+flat out float v_join;
 #endif
 
 vec4 toClip(vec3 point) {
@@ -114,6 +117,9 @@ void main() {
     first = lineLength_bitsBefore(uint(isStart ? pointIndex : pointIndex - 1));
 #endif
     float along = isStart ? inwards : ownLength - inwards;
-    v_stipple = first + bitsPerPixel * vec3(along, 0.0, ownLength);
+    // A join goes on into its outgoing segment. It has a position of its own, because those of the two segments are equal
+    // only modulo 16.
+    v_stipple = vec4(first + bitsPerPixel * vec3(along, 0.0, ownLength), bitsPerPixel * max(inwards, 0.0));
+    v_join = isStart ? first : -1.0;
 #endif
 }

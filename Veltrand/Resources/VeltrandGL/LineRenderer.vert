@@ -114,7 +114,7 @@ void main() {
     float first = 0.0;
 #ifdef WITH_ACCUMULATION
     bitsPerPixel *= lineLength_scale();
-    first = lineLength_bitsBefore(uint(isStart ? pointIndex : pointIndex - 1));
+    first = lineLength_bitsBefore(uint(isStart ? pointIndex : max(pointIndex - 1, 0)));
 #endif
     float along = isStart ? inwards : ownLength - inwards;
     // A join goes on into its outgoing segment. It has a position of its own, because those of the two segments are equal

@@ -217,6 +217,16 @@ TEST_F(LineRendererGL, StippleBeginsWithEachSegmentWhereNothingIsAccumulated) {
     EXPECT_EQ(pixels(10, 0, 34), "0000" + segment.substr(0, 10) + segment + "0000");
 }
 
+TEST_F(LineRendererGL, SegmentsInTheEyePlaneLeaveTheStippleAlone) {
+    m_view = ViewState({0, 0, edge, edge}, createPerspective(1, 1, 1, 100), Eigen::Matrix4d::Identity());
+    const Vector3d inEyePlane(0.3, 0.2, 0);
+    const Points seen{inEyePlane, {-1, 1, -3}, {-1, -1, -3}};
+    draw(seen, Primitive::LineLoop, 3, 0x00FF, 1.3);
+    const auto expected = m_pixels;
+    draw({inEyePlane - Vector3d(1e-6, 0, 0), seen[0], seen[1], seen[2]}, Primitive::LineLoop, 3, 0x00FF, 1.3);
+    EXPECT_LT(largestDifference(expected), 0.01);
+}
+
 // The line comes from above, turns sharply near the bottom and goes back up; the bevel fills the column.
 TEST_F(LineRendererGL, StippleGoesOnFromOneSegmentToTheOtherAtBevels) {
     const Vector3d corner(32, 6, 0);

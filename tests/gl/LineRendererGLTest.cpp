@@ -143,6 +143,15 @@ TEST_F(LineRendererGL, JoinsNeitherGapNorSpikeNorOverlap) {
         }
 }
 
+TEST_F(LineRendererGL, ALoopLooksTheSameFromWhereverItBegins) {
+    Points points{{32, 8, 0}, {37, 56, 0}, {27, 56, 0}}; // one of the corners is bevelled
+    draw(points, Primitive::LineLoop, 4);
+    const auto expected = m_pixels;
+    std::rotate(points.begin(), points.begin() + 1, points.end());
+    draw(points, Primitive::LineLoop, 4);
+    EXPECT_LT(largestDifference(expected), 1e-3);
+}
+
 TEST_F(LineRendererGL, WhatLiesBehindTheNearPlaneIsCutOff) {
     m_view = ViewState({0, 0, edge, edge}, createPerspective(1, 1, 1, 100), Eigen::Matrix4d::Identity());
     const Vector3d a(0.3, 0.2, -3);

@@ -67,7 +67,8 @@ void main() {
     side = isStart ? (nextMissing ? -1.0 : side) : (previousMissing ? 1.0 : side);
     bool hasPrevious = !previousMissing && a_previous != a_position;
     bool hasNext = !nextMissing && a_next != a_position;
-    isStart = isStart ? hasNext : !hasPrevious;
+    // The join at the seam of a closed line is drawn at its end.
+    isStart = isStart || pointIndex == 0 ? hasNext : !hasPrevious;
 
     // The segment that the corner belongs to goes on to `far`, and `beside` is on the other side of the point.
     vec4 point = toClip(a_position);

@@ -46,7 +46,8 @@ Framebuffer::Framebuffer(Framebuffer&& other) noexcept
     , m_colorAttachments(std::move(other.m_colorAttachments))
     , m_drawBuffers(std::move(other.m_drawBuffers))
     , m_hasDepthAttachment(std::exchange(other.m_hasDepthAttachment, false))
-    , m_hasStencilAttachment(std::exchange(other.m_hasStencilAttachment, false)) {}
+    , m_hasStencilAttachment(std::exchange(other.m_hasStencilAttachment, false))
+    , m_revision(other.m_revision++) {}
 
 Framebuffer& Framebuffer::operator=(Framebuffer&& other) noexcept {
     Framebuffer taken(std::move(other));
@@ -55,6 +56,7 @@ Framebuffer& Framebuffer::operator=(Framebuffer&& other) noexcept {
     m_drawBuffers.swap(taken.m_drawBuffers);
     m_hasDepthAttachment = taken.m_hasDepthAttachment;
     m_hasStencilAttachment = taken.m_hasStencilAttachment;
+    ++m_revision; // not the source's, which may be the number that was known of this one
     return *this;
 }
 
@@ -139,6 +141,7 @@ bool Framebuffer::isComplete() const {
 }
 
 void Framebuffer::record(Attachment attachment, bool present) {
+    ++m_revision;
     const auto value = static_cast<GLenum>(attachment);
     if (attachment == Attachment::DepthStencil) {
         m_hasDepthAttachment = present;

@@ -81,6 +81,8 @@ public:
     [[nodiscard]] const std::vector<GLenum>& colorAttachments() const { return m_colorAttachments; }
     [[nodiscard]] bool hasDepthAttachment() const { return m_hasDepthAttachment; }
     [[nodiscard]] bool hasStencilAttachment() const { return m_hasStencilAttachment; }
+    /// Goes up with each change of an attachment.
+    [[nodiscard]] unsigned revision() const { return m_revision; }
 
 private:
     void record(Attachment attachment, bool present);
@@ -90,6 +92,7 @@ private:
     std::vector<GLenum> m_drawBuffers;
     bool m_hasDepthAttachment = false;
     bool m_hasStencilAttachment = false;
+    unsigned m_revision = 0;
 };
 
 } // namespace Veltrand::GL

@@ -21,7 +21,6 @@
 #include <cstdint>
 #include <exception>
 #include <glad/gl.h>
-#include <iterator>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -147,20 +146,6 @@ void drawOntoTarget(Program& program) {
     drawSquare(program, DepthPart::Without);
 }
 
-// Makes exactly these the textures of the bound framebuffer.
-void attachOnly(Framebuffer& framebuffer, Texture& color, Texture& depth) {
-    framebuffer.detachAll();
-    framebuffer.attach(color, 0);
-    framebuffer.attach(depth, 0);
-    framebuffer.setDrawBuffers();
-}
-
-bool hasOneColorAndDepth(const Framebuffer& framebuffer) {
-    const auto& points = framebuffer.colorAttachments();
-    return framebuffer.hasDepthAttachment() &&
-           std::ranges::count(points, GLenum{GL_NONE}) + 1 == std::ssize(points) && points.front() != GL_NONE;
-}
-
 void logSlotFailure(std::string_view what) {
     logMessage(Log::Error, category, [what] {
         return "A slot of the eviction signal has thrown as a buffer came back: " + std::string(what);
@@ -188,6 +173,7 @@ OffscreenRenderHelper::RenderBuffer::RenderBuffer(RenderBuffer&& other) noexcept
     , m_framebuffer(std::move(other.m_framebuffer))
     , m_colorTexture(std::move(other.m_colorTexture))
     , m_depthTexture(std::move(other.m_depthTexture))
+    , m_revision(other.m_revision)
     , m_helper(std::exchange(other.m_helper, nullptr)) {}
 
 OffscreenRenderHelper::RenderBuffer&
@@ -199,6 +185,7 @@ OffscreenRenderHelper::RenderBuffer::operator=(RenderBuffer&& other) noexcept {
     m_framebuffer = std::move(other.m_framebuffer);
     m_colorTexture = std::move(other.m_colorTexture);
     m_depthTexture = std::move(other.m_depthTexture);
+    m_revision = other.m_revision;
     m_helper = std::exchange(other.m_helper, nullptr);
     return *this;
 }
@@ -260,6 +247,16 @@ bool OffscreenRenderHelper::checkConfig(const BufferConfig& config) {
     return true;
 }
 
+// Makes exactly its textures those of the bound framebuffer.
+void OffscreenRenderHelper::attachOwn(RenderBuffer& buffer) {
+    Framebuffer& framebuffer = *buffer.m_framebuffer;
+    framebuffer.detachAll();
+    framebuffer.attach(*buffer.m_colorTexture, 0);
+    framebuffer.attach(*buffer.m_depthTexture, 0);
+    framebuffer.setDrawBuffers();
+    buffer.m_revision = framebuffer.revision();
+}
+
 // Leaves the framebuffer bound.
 bool OffscreenRenderHelper::build(RenderBuffer& buffer, const BufferConfig& config) {
     const auto texture = [size = Eigen::Vector3i(config.width, config.height, 1)](InternalFormat format) {
@@ -270,7 +267,7 @@ bool OffscreenRenderHelper::build(RenderBuffer& buffer, const BufferConfig& conf
     buffer.m_framebuffer = std::make_unique<Framebuffer>();
     Framebuffer& framebuffer = *buffer.m_framebuffer;
     framebuffer.bind();
-    attachOnly(framebuffer, *buffer.m_colorTexture, *buffer.m_depthTexture);
+    attachOwn(buffer);
     if (framebuffer.isComplete())
         return true;
     for (int kind = 0; kind < errorKinds && Debug::check() != Debug::Error::NoError; ++kind) {
@@ -295,10 +292,12 @@ OffscreenRenderHelper::RenderBuffer OffscreenRenderHelper::create(const Eigen::V
     std::optional<TextureBinding> binding;
     if (buffer.isEmpty() || !glClearTexImage)
         binding.emplace(GLenum{GL_TEXTURE_2D});
-    if (!buffer.isEmpty())
+    if (!buffer.isEmpty()) {
         buffer.m_framebuffer->bind();
-    else if (!build(buffer, config))
+        buffer.m_framebuffer->setDrawBuffers(); // which the one before may have cleared
+    } else if (!build(buffer, config)) {
         return {};
+    }
     Viewport{0, 0, config.width, config.height}.set();
     // Unlike clears of the framebuffer, those of textures know no scissor and no masks.
     buffer.m_colorTexture->clear<float>(Eigen::Vector4f::Zero());
@@ -311,9 +310,9 @@ OffscreenRenderHelper::RenderBuffer OffscreenRenderHelper::create(const Eigen::V
 void OffscreenRenderHelper::returnToCache(RenderBuffer* buffer) {
     if (!buffer || buffer->isEmpty())
         return;
-    if (Framebuffer& framebuffer = *buffer->m_framebuffer; !hasOneColorAndDepth(framebuffer)) {
+    if (Framebuffer& framebuffer = *buffer->m_framebuffer; framebuffer.revision() != buffer->m_revision) {
         const StateGuard guard = framebuffer.guardedBind();
-        attachOnly(framebuffer, *buffer->m_colorTexture, *buffer->m_depthTexture);
+        attachOwn(*buffer);
     }
     buffer->m_guard.reset();
     buffer->m_helper = nullptr;

@@ -71,7 +71,8 @@ public:
         /// Whether this is nothing, as after a request that could not be met; it must not be asked for its
         /// parts then.
         [[nodiscard]] bool isEmpty() const { return !m_framebuffer; }
-        /// With attachments exchanged as needed: when the buffer goes back it gets its own ones again.
+        /// With attachments and draw buffers exchanged as needed through it: before the buffer is lent again
+        /// it gets its own ones.
         [[nodiscard]] Framebuffer& framebuffer() const { return *m_framebuffer; }
         [[nodiscard]] Texture& colorTexture() const { return *m_colorTexture; }
         [[nodiscard]] Texture& depthTexture() const { return *m_depthTexture; }
@@ -89,6 +90,7 @@ public:
         std::unique_ptr<Framebuffer> m_framebuffer;
         std::unique_ptr<Texture> m_colorTexture;
         std::unique_ptr<Texture> m_depthTexture;
+        unsigned m_revision = 0;                   ///< of the framebuffer while it has its own attachments
         OffscreenRenderHelper* m_helper = nullptr; ///< while on loan
     };
 
@@ -160,6 +162,7 @@ public:
 private:
     static bool checkConfig(const BufferConfig& config);
     [[nodiscard]] static bool build(RenderBuffer& buffer, const BufferConfig& config);
+    static void attachOwn(RenderBuffer& buffer);
     [[nodiscard]] Program& blendProgram(bool withOit);
     void setProcessingArguments(Program& program, ColorPostProcessing processing);
 

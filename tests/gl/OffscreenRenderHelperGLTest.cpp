@@ -12,6 +12,7 @@
 #include <Eigen/Core>
 #include <array>
 #include <cmath>
+#include <functional>
 #include <glad/gl.h>
 #include <gtest/gtest.h>
 #include <optional>
@@ -100,6 +101,23 @@ TEST_F(OffscreenRenderHelperGL, LendsDistinctBuffersAndTheCachedOneCleared) {
     EXPECT_EQ(OffscreenRenderHelper::BufferConfigHasher()(
                   {512, 256, InternalFormat::RGBA8, InternalFormat::DepthComponent24}),
               0x96bc047e6e93145aU);
+}
+
+TEST_F(OffscreenRenderHelperGL, LendsBuffersWithTheirOwnAttachments) {
+    Texture colors(Texture::Target::Texture2D, {7, 1, 1}, color);
+    Texture depths(Texture::Target::Texture2D, {7, 1, 1}, depth);
+    const std::function<void(Framebuffer&)> changes[]{
+        [&](Framebuffer& framebuffer) { framebuffer.attach(colors, 0); },
+        [&](Framebuffer& framebuffer) { framebuffer.attach(depths, 0); },
+        [](Framebuffer& framebuffer) { framebuffer.clearDrawBuffers(); },
+    };
+    for (const auto& change : changes) {
+        change(lend().framebuffer());
+        const RenderBuffer again = lend();
+        putPixel(3, Vector4f::Ones(), 0.25F);
+        EXPECT_EQ(again.colorTexture().download<Vector4f>()[3], Vector4f::Ones());
+        EXPECT_EQ(again.depthTexture().download<float>()[3], 0.25F);
+    }
 }
 
 TEST_F(OffscreenRenderHelperGL, MovesKeepTheOrderInWhichTargetsComeBack) {

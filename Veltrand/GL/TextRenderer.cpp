@@ -29,7 +29,7 @@ namespace {
 
 constexpr std::string_view category = "GL.TextRenderer";
 
-/// Draws into a viewport, blended and depth-tested, until the end of its scope.
+/// Draws into a viewport, blended and depth-tested but without depth of its own, until the end of its scope.
 class TextState {
 public:
     explicit TextState(const Viewport& viewport) {
@@ -39,6 +39,7 @@ public:
         glScissor(viewport.x, viewport.y, viewport.width, viewport.height);
         glEnable(GL_DEPTH_TEST);
         glDepthFunc(GL_LEQUAL);
+        glDepthMask(GL_FALSE); // glyphs do not fill their quads
     }
     ~TextState() { glScissor(m_scissorBox[0], m_scissorBox[1], m_scissorBox[2], m_scissorBox[3]); }
     TextState(const TextState&) = delete;

@@ -103,7 +103,7 @@ public:
     // Drawing
     //
     // Text is limited to the viewport, blended by its alpha (the framebuffer's own alpha too), and passes the
-    // depth test where it is not behind what has been drawn. Whether it writes depth is the caller's setting
+    // depth test where it is not behind what has been drawn. It leaves no depth; kept is the caller's setting
     // of the depth mask, as is all other state; what is changed (viewport, scissor test and box, depth test,
     // blending, program) is put back. No vertex array object and no array buffer are bound afterwards,
     // texture unit 1 is empty and active, and generic attribute 3 is changed by lines under and through text.

@@ -328,6 +328,16 @@ void FontAtlas::drawLines(const Viewport& viewport, const Eigen::Matrix4d& viewM
                           const Eigen::Vector4d& color, bool shadowing) {
     if (m_positions.empty())
         return;
+    const auto forget = [](FontAtlas* atlas) {
+        atlas->m_positions.clear();
+        atlas->m_texCoords.clear();
+        if (atlas->m_positions.capacity() > keptVertices) {
+            atlas->m_positions.shrink_to_fit();
+            atlas->m_texCoords.shrink_to_fit();
+        }
+    };
+    // Drawn or not: what fails is not left to the next text.
+    const std::unique_ptr<FontAtlas, decltype(forget)> pending(this, forget);
     m_vertexBuffer->bind();
     m_vertexBuffer->setData(m_positions, m_texCoords);
     Program& program =
@@ -343,12 +353,6 @@ void FontAtlas::drawLines(const Viewport& viewport, const Eigen::Matrix4d& viewM
     m_vertexBuffer->draw(Primitive::Triangles);
     program.unbindImages(true);
     program.disable();
-    m_positions.clear();
-    m_texCoords.clear();
-    if (m_positions.capacity() > keptVertices) {
-        m_positions.shrink_to_fit();
-        m_texCoords.shrink_to_fit();
-    }
 }
 
 void FontAtlas::renderLine(const std::string& text, const Eigen::Matrix4d& viewMatrix,

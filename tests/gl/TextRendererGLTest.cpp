@@ -4,6 +4,7 @@
 #include "support/CallCounter.h"
 #include "support/Canvas.h"
 #include "support/GLFixture.h"
+#include "support/ScopedEntryPoint.h"
 
 #include <Veltrand/Core/Resource.h>
 #include <Veltrand/GL/Blending.h>
@@ -231,6 +232,18 @@ TEST_F(TextRendererGL, SharesGlyphsBetweenFontsThatLookDifferent) {
         EXPECT_EQ(m_text.getFont(font), atlas);
         EXPECT_EQ(log().takeLine(warning), warned);
     }
+}
+
+TEST_F(TextRendererGL, ForgetsTextThatCannotBeDrawn) {
+    const auto expected = draw("l", Font());
+    {
+        const Testing::ScopedEntryPoint failing(
+            glad_glBufferData,
+            [](GLenum, GLsizeiptr, const void*, GLenum) { throw std::runtime_error("no memory"); });
+        EXPECT_TRUE(draw("wide", Font()).isEmpty());
+    }
+    EXPECT_TRUE(log().takeLine({4, "GL.TextRenderer", "no memory"}));
+    EXPECT_EQ(draw("l", Font()).max(), expected.max());
 }
 
 TEST_F(TextRendererGL, KeepsTheFilesOfFontsInUse) {

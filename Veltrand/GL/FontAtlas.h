@@ -117,7 +117,6 @@ private:
     };
 
     [[nodiscard]] const Glyph& rasterise(unsigned int codePoint);
-    [[nodiscard]] const Glyph& refuse(unsigned int codePoint);
     [[nodiscard]] Eigen::Vector2f readKerning(const CodePointPair& codePoints) const;
 
     [[nodiscard]] Line layOut(const std::string& text);

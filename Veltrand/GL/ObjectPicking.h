@@ -30,6 +30,9 @@ namespace Veltrand::GL {
 /// their choice, such as that of a primitive, to colour attachment 1 beside the picture. An object's id is
 /// its position in the list that the pass starts with.
 ///
+/// Programs that write no ids, such as those of lines and text, leave undefined ones where they draw between
+/// `enable` and `disable`. Call `disable` before them; the next `enable` takes the pass up again.
+///
 /// Pixels count from the framebuffer's lower left corner. Window systems count from the upper left one, and
 /// on a dense screen in points of several pixels each, so that a click at `point` is at
 ///

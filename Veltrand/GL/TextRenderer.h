@@ -86,7 +86,8 @@ public:
                                    const ByteBufferView& italic);
 
     /// The glyphs of a font, made when it is first asked for, and good as long as the renderer. Fonts that
-    /// differ in colour or decoration share them.
+    /// differ in colour or decoration share them, but each that is asked for or drawn with, colours included,
+    /// keeps an entry until the renderer goes.
     ///
     /// An unknown family is logged as a warning, "Could not find requested font family 'NAME', using 'DejaVu
     /// Sans' instead.", once per font. Null when the font cannot be made, which is logged as an error.

@@ -104,9 +104,9 @@ public:
     // Drawing
     //
     // Text is limited to the viewport, blended by its alpha (the framebuffer's own alpha too), and passes the
-    // depth test where it is not behind what has been drawn. It leaves no depth; kept is the caller's setting
-    // of the depth mask, as is all other state; what is changed (viewport, scissor test and box, depth test,
-    // blending, program) is put back. No vertex array object and no array buffer are bound afterwards,
+    // depth test where it is not behind what has been drawn. It leaves no depth. What is changed for it
+    // (viewport, scissor test and box, depth test and mask, blending, program) is put back, and all other
+    // state is used as the caller set it. No vertex array object and no array buffer are bound afterwards,
     // texture unit 1 is empty and active, and generic attribute 3 is changed by lines under and through text.
     // New glyphs leave a texture bound to unit 0, also when text is measured. Without a font nothing is
     // drawn, which is logged. GL: glBufferData, glDrawArrays, 3.3

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: BSD-3-Clause
-#include "support/MapRepository.h"
+#include <Veltrand/Core/Resource.h>
 
 #include <atomic>
 #include <cstdio>
@@ -7,30 +7,48 @@
 #include <functional>
 #include <future>
 #include <gtest/gtest.h>
+#include <map>
 #include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
 #include <thread>
+#include <utility>
 #include <vector>
 
 namespace Veltrand {
 
 namespace {
 
-// Runs something in each query, and fails to produce a file that reads "broken".
-class TestRepository final : public Testing::MapRepository {
+// Runs something in each query, and fails to produce a file that reads "broken". Registers itself once whole.
+class TestRepository final : public Resource::Repository {
 public:
-    TestRepository(std::string name, Files files, std::function<void()> onQuery = {})
-        : MapRepository(std::move(name), std::move(files))
-        , m_onQuery(std::move(onQuery)) {}
-    ~TestRepository() override { Resource::removeRepository(this); } // before the parts go
+    using Files = std::map<std::string, std::string, std::less<>>;
 
+    TestRepository(std::string name, Files files, std::function<void()> onQuery = {})
+        : m_name(std::move(name))
+        , m_files(std::move(files))
+        , m_onQuery(std::move(onQuery)) {
+        Resource::addRepository(this);
+    }
+    ~TestRepository() override { Resource::removeRepository(this); }
+
+    [[nodiscard]] std::string name() const override { return m_name; }
+    [[nodiscard]] bool contains(std::string_view const& file) const override {
+        return m_files.contains(file);
+    }
     [[nodiscard]] std::optional<ByteBuffer> query(std::string_view const& file) const override {
         if (m_onQuery)
             m_onQuery();
-        auto content = MapRepository::query(file);
-        return content->view().toStringView() == "broken" ? std::nullopt : std::move(content);
+        const std::string& text = m_files.find(file)->second;
+        if (text == "broken")
+            return std::nullopt;
+        return ByteBuffer(ByteBufferView(text.data(), text.size()));
     }
 
 private:
+    std::string m_name;
+    Files m_files;
     std::function<void()> m_onQuery;
 };
 

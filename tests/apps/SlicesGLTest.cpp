@@ -71,7 +71,9 @@ struct Letter {
                                      Eigen::Vector3f::Constant(0.92F));
         pixels = canvas.read();
     }
-    [[nodiscard]] int at(int x, int y) const { return pixels[static_cast<std::size_t>(4 * (y * Edge + x))]; }
+    [[nodiscard]] int at(int x, int y) const {
+        return pixels[4 * (static_cast<std::size_t>(y) * Edge + static_cast<std::size_t>(x))];
+    }
 
     std::vector<std::uint8_t> pixels;
 };

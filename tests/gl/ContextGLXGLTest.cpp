@@ -184,6 +184,7 @@ TEST_F(ContextGLXGL, ErrorsOfOtherDisplaysReachTheirHandler) {
 TEST_F(ContextGLXGL, CreationFromSeveralThreads) {
     std::vector<int> created(4);
     std::vector<std::thread> threads;
+    threads.reserve(created.size());
     for (int& result : created)
         threads.emplace_back([&result] { result = Context::create({}) != nullptr; });
     for (std::thread& thread : threads)

@@ -10,6 +10,7 @@
 #include <Veltrand/GL/VertexBuffer.h>
 #include <Veltrand/GL/detail/ImagePlan.h>
 #include <Veltrand/GL/detail/LogMessage.h>
+#include <Veltrand/GL/detail/ScopedState.h>
 #include <Veltrand/GL/detail/Texels.h>
 
 #include <Eigen/Core>
@@ -35,22 +36,8 @@ constexpr const char* boxDefine = "_IMGPROG_USE_BOX_TEX_COORDS";
 // What a program computes through unless it was given a framebuffer.
 class SharedFBO final : public InstanceManager<SharedFBO>, public Framebuffer {};
 
-// Switches a capability off for a scope.
-class SuspendedCapability : private Utils::NotCopyable {
-public:
-    explicit SuspendedCapability(GLenum capability)
-        : m_capability(glIsEnabled(capability) != GL_FALSE ? capability : 0) {
-        if (m_capability != 0)
-            glDisable(m_capability);
-    }
-    ~SuspendedCapability() {
-        if (m_capability != 0)
-            glEnable(m_capability);
-    }
-
-private:
-    GLenum m_capability;
-};
+constexpr std::array suspended = {GLenum{GL_SCISSOR_TEST}, GLenum{GL_CULL_FACE}};
+constexpr std::array blend = {GLenum{GL_BLEND}};
 
 std::vector<Program::StageName> stages(const std::string& fragmentShader, bool useGeometryShader) {
     std::vector<Program::StageName> names{{Program::Stage::Vertex, "VeltrandGL/ImageProgram.vert"}};
@@ -153,8 +140,7 @@ public:
         : m_program(program)
         , m_guard({StateGuard::SaveFlags::Framebuffer, StateGuard::SaveFlags::Program,
                    StateGuard::SaveFlags::Viewport})
-        , m_scissor(GL_SCISSOR_TEST)
-        , m_culling(GL_CULL_FACE) {
+        , m_suspended(suspended) {
         program.ensureFboIsBound();
     }
     ~Computation() {
@@ -209,8 +195,7 @@ private:
 
     ImageProgram& m_program;
     StateGuard m_guard;
-    SuspendedCapability m_scissor;
-    SuspendedCapability m_culling;
+    DisabledCapabilities m_suspended;
 };
 
 ImageProgram::ImageProgram(const std::string& fragmentShader, const std::string& defines,
@@ -297,7 +282,7 @@ void ImageProgram::compute(const Outputs& outputs, const Cuboid& cuboid) {
     const bool layered = m_useGeometryShader && fitsLayers(size[2]);
 
     Computation computation(*this);
-    const SuspendedCapability blending(GL_BLEND);
+    const DisabledCapabilities blending(blend);
     if (!computation.start(outputs, layered ? std::nullopt : std::optional(region.firstSlice), size[2]))
         return;
     setUniforms(size, region, layered, layered);

@@ -13,6 +13,7 @@ namespace Veltrand::Geometry {
 template<class Scalar, int Dimension>
 class AlignedBox {
 public:
+    /// One coordinate for each axis.
     using Point = Eigen::Matrix<Scalar, Dimension, 1>;
 
     /// The invalid box.
@@ -26,10 +27,12 @@ public:
         }
     }
 
+    /// Whether the box holds any point.
     [[nodiscard]] bool isValid() const { return (m_min.array() <= m_max.array()).all(); }
 
     /// Corners; those of the invalid box are the largest and the lowest finite number.
     [[nodiscard]] const Point& min() const { return m_min; }
+    /// The corner with the largest coordinates, see @ref min.
     [[nodiscard]] const Point& max() const { return m_max; }
     /// The lengths of the edges; zero for the invalid box. Integer edges have to fit the scalar.
     [[nodiscard]] Point size() const { return isValid() ? Point(m_max - m_min) : Point(Point::Zero()); }
@@ -39,6 +42,7 @@ public:
                                 [](Scalar a, Scalar b) { return a <= b ? std::midpoint(a, b) : Scalar(0); });
     }
 
+    /// Whether @p point lies inside or on a face; never for a component that is not a number.
     [[nodiscard]] bool contains(const Point& point) const {
         return (m_min.array() <= point.array()).all() && (point.array() <= m_max.array()).all();
     }
@@ -62,6 +66,7 @@ public:
         return AlignedBox(m_min.cwiseMax(other.m_min), m_max.cwiseMin(other.m_max));
     }
 
+    /// By corners; all invalid boxes are equal.
     [[nodiscard]] friend bool operator==(const AlignedBox& a, const AlignedBox& b) {
         return a.m_min == b.m_min && a.m_max == b.m_max;
     }

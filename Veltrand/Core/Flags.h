@@ -14,15 +14,19 @@ class Flags {
     static_assert(std::is_enum_v<Enum>);
 
 public:
+    /// As wide as the enumeration, unsigned.
     using Value = std::make_unsigned_t<std::underlying_type_t<Enum>>;
 
     constexpr Flags() = default;
+    /// Implicit, so that a single enumerator serves where a set is asked for.
     constexpr Flags(Enum flag)
         : m_value(static_cast<Value>(flag)) {}
+    /// The union of all of them.
     constexpr Flags(std::initializer_list<Enum> flags) {
         for (Enum flag : flags)
             m_value |= static_cast<Value>(flag);
     }
+    /// The bits as they are, also those that no enumerator names.
     [[nodiscard]] static constexpr Flags fromValue(Value value) {
         Flags flags;
         flags.m_value = value;
@@ -39,16 +43,21 @@ public:
         return bits != 0 && (m_value & bits) == bits;
     }
 
+    /// Adds the bits of @p other.
     constexpr Flags& operator|=(Flags other) {
         m_value |= other.m_value;
         return *this;
     }
+    /// Keeps the bits that are in both.
     constexpr Flags& operator&=(Flags other) {
         m_value &= other.m_value;
         return *this;
     }
+    /// Every other bit of the type, also those that no enumerator names.
     [[nodiscard]] constexpr Flags operator~() const { return fromValue(static_cast<Value>(~m_value)); }
+    /// The bits of either.
     [[nodiscard]] friend constexpr Flags operator|(Flags a, Flags b) { return a |= b; }
+    /// The bits of both.
     [[nodiscard]] friend constexpr Flags operator&(Flags a, Flags b) { return a &= b; }
     [[nodiscard]] friend constexpr bool operator==(Flags, Flags) = default;
 

@@ -23,18 +23,25 @@ namespace Veltrand::Container {
 template<class Key, class Value, class Hasher = std::hash<Key>, class Equal = std::equal_to<Key>>
 class LRUCache : private Utils::NotCopyable {
 public:
+    /// Not thread-safe, like the cache.
     using EvictionSignal = SignalImpl<false, Key const&>;
 
+    /// What is kept under one key. Its value may be changed in place, its size only by `insert`.
     class Element {
     public:
+        /// For the cache itself.
         Element(Key key, Value value, ByteSize size)
             : m_key(std::move(key))
             , m_value(std::move(value))
             , m_size(size) {}
 
+        /// What it was inserted with.
         [[nodiscard]] const Key& key() const { return m_key; }
+        /// May be changed or moved from.
         [[nodiscard]] Value& value() { return m_value; }
+        /// The same for reading.
         [[nodiscard]] const Value& value() const { return m_value; }
+        /// As given at insertion, whatever has become of the value.
         [[nodiscard]] ByteSize size() const { return m_size; }
 
     private:
@@ -44,6 +51,7 @@ public:
         ByteSize m_size;
     };
 
+    /// Empty. A budget of 0 keeps nothing but elements of size 0.
     explicit LRUCache(ByteSize budget)
         : m_budget(budget) {}
     ~LRUCache() { clear(); }
@@ -71,11 +79,13 @@ public:
     /// the elements evicted so far gone.
     void trim();
 
+    /// What the sizes may add up to.
     [[nodiscard]] ByteSize budget() const { return m_budget; }
     /// Stores the new budget and trims to it.
     void setBudget(ByteSize budget);
     /// The sum of the sizes of all elements.
     [[nodiscard]] ByteSize totalSize() const { return m_totalSize; }
+    /// Of whatever size.
     [[nodiscard]] std::size_t elementCount() const { return m_elements.size(); }
 
 private:

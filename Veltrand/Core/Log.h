@@ -16,20 +16,23 @@ namespace Veltrand {
 /// `if (Log::isAccepted(Log::Info, "GL.Foo")) Log::log(Log::Info, "GL.Foo", "built " + text);`
 class VELTRAND_CORE_API Log {
 public:
+    /// How grave a message is. Levels are numbers, so others may lie beyond these.
     enum Level : int { Trace = 0, Debug = 1, Info = 2, Warning = 3, Error = 4, Fatal = 5 };
 
+    /// What a sink receives.
     struct Message {
-        int level;
-        std::string_view category;
-        std::string_view text;
-        std::string_view file; ///< source file, empty when not given
-        int line;              ///< source line, -1 when not given
-        std::chrono::system_clock::time_point time;
+        int level;                 ///< as given to `log`
+        std::string_view category; ///< such as "GL.Program"; may be empty
+        std::string_view text;     ///< one or more lines, without a newline at the end unless given so
+        std::string_view file;     ///< source file, empty when not given
+        int line;                  ///< source line, -1 when not given
+        std::chrono::system_clock::time_point time; ///< when it was logged
     };
     /// Receives each accepted message on the thread that logged it, one call at a time. The views of the
     /// message are good during the call only. What a sink itself logs goes to the default sink alone; what it
     /// throws is dropped. A sink must not wait for a lock under which another thread logs.
     using Sink = std::function<void(const Message&)>;
+    /// Names a sink until it is removed; never used again.
     using SinkId = std::uint64_t;
 
     /// Whether a message of @p level in @p category is handed on: whether it reaches the category's own level
@@ -42,12 +45,14 @@ public:
 
     /// Messages below @p level are dropped; `Info` at start.
     static void setGlobalLevel(int level);
+    /// The level that `setGlobalLevel` was last given.
     [[nodiscard]] static int globalLevel();
     /// Gives one category (the whole name, such as "GL.Program") a level of its own.
     static void setCategoryLevel(std::string_view category, int level);
     /// Puts a category back under the global level.
     static void resetCategoryLevel(std::string_view category);
 
+    /// Hands messages from now on to @p sink too.
     static SinkId addSink(Sink sink);
     /// Returns once no other thread is inside the sink; inside its own call it returns at once. An unknown id
     /// is no error.

@@ -11,7 +11,9 @@
 /// enciphered content and the tag, in this order. Every operation may be called from any thread.
 namespace Veltrand::Cryptography::MonoCypher {
 
+/// Secret; as random as can be.
 using Key = std::array<unsigned char, 32>;
+/// Not secret: it is the beginning of the payload.
 using Nonce = std::array<unsigned char, 24>;
 
 /// Enciphers @p content under a nonce that is a keyed hash of it: equal content and key give equal payloads,

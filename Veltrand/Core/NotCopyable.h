@@ -12,6 +12,7 @@ public:
 protected:
     NotCopyable() = default;
     ~NotCopyable() = default;
+    /// Nothing moves here; the derived class says what does.
     NotCopyable(NotCopyable&&) noexcept = default;
     NotCopyable& operator=(NotCopyable&&) noexcept = default;
 };

@@ -115,6 +115,7 @@ class SignalImpl : private Utils::NotCopyable {
     static_assert((!std::is_rvalue_reference_v<Args> && ...), "several slots cannot share a moved argument");
 
 public:
+    /// Arguments are passed on as the signal declares them.
     using Slot = std::function<void(Args...)>;
 
     SignalImpl() = default;
@@ -129,7 +130,9 @@ public:
     }
     /// Whether this signal had the connection.
     bool disconnect(SignalConnection connection) { return m_core->disconnect(connection); }
+    /// As `disconnect` for every slot.
     void disconnectAll() { m_core->disconnectAll(); }
+    /// The number of slots, also while the signal is blocked.
     [[nodiscard]] std::size_t connectionCount() const { return m_core->connectionCount(); }
 
     /// Emits the signal: calls every slot unless the signal is blocked.
@@ -146,7 +149,9 @@ public:
     /// Emissions between `block` and `unblock` are lost. Blocks nest; an `unblock` too many does nothing. An
     /// emission that is under way goes on. `SignalBlocker` does both for a scope.
     void block() { m_core->block(); }
+    /// Ends one block.
     void unblock() { m_core->unblock(); }
+    /// Whether emissions are lost now.
     [[nodiscard]] bool isBlocked() const { return m_core->isBlocked(); }
 
 private:
@@ -169,9 +174,11 @@ private:
 /// Blocks a signal for a scope; the signal may die first.
 class VELTRAND_CORE_API SignalBlocker : private Utils::NotCopyable {
 public:
+    /// Blocks until the end of the scope.
     template<bool ThreadSafe, class... Args>
     [[nodiscard]] explicit SignalBlocker(SignalImpl<ThreadSafe, Args...>& signal)
         : SignalBlocker(signal.m_core) {}
+    /// The source then blocks nothing.
     SignalBlocker(SignalBlocker&& other) noexcept = default;
     SignalBlocker& operator=(SignalBlocker&& other) noexcept;
     ~SignalBlocker();
@@ -192,6 +199,7 @@ public:
     SignalReceiver();
     ~SignalReceiver();
 
+    /// What the destruction does: every slot bound to it is disconnected and no longer run by other threads.
     void disconnectAll() noexcept;
     /// The number of slots bound to it whose signals live.
     [[nodiscard]] std::size_t connectionCount() const;
@@ -216,12 +224,15 @@ class SignalDebouncer : private Utils::NotCopyable {
                   "a slot could change only a copy of the argument");
 
 public:
+    /// While one is open, emissions are collected.
     class [[nodiscard]] Scope : private Utils::NotCopyable {
     public:
+        /// As `hold`.
         explicit Scope(SignalDebouncer& owner)
             : m_owner(&owner) {
             owner.open();
         }
+        /// The source then holds nothing back.
         Scope(Scope&& other) noexcept
             : m_owner(std::exchange(other.m_owner, nullptr)) {}
         Scope& operator=(Scope&&) = delete;
@@ -236,6 +247,7 @@ public:
         SignalDebouncer* m_owner;
     };
 
+    /// Connects itself to @p source, for its own life.
     explicit SignalDebouncer(SignalImpl<ThreadSafe, Args...>& source) {
         source.connect(m_receiver, [this](Args... args) { take(args...); });
     }

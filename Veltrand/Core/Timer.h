@@ -15,7 +15,9 @@ public:
         return now - std::exchange(m_start, now);
     }
 
+    /// Since construction or the last `restart`.
     [[nodiscard]] std::chrono::nanoseconds elapsed() const { return Clock::now() - m_start; }
+    /// The same in seconds.
     [[nodiscard]] double elapsedSeconds() const { return std::chrono::duration<double>(elapsed()).count(); }
 
 private:

@@ -13,9 +13,9 @@ namespace Veltrand::Utils {
 
 /// A version number. Ordering and equality look at the three numbers alone; the two texts only inform.
 struct VELTRAND_CORE_API Version {
-    int major = 0;
-    int minor = 0;
-    int patch = 0;
+    int major = 0;          ///< -1 for a version that is not known
+    int minor = 0;          ///< 0 where a text does not have it
+    int patch = 0;          ///< 0 where a text does not have it
     std::string preRelease; ///< what follows a '-', such as "rc1"
     std::string build;      ///< what follows a '+', such as a commit
 
@@ -27,9 +27,11 @@ struct VELTRAND_CORE_API Version {
     /// "4.5.0", with "-preRelease" and "+build" appended when they are not empty.
     [[nodiscard]] std::string toString() const;
 
+    /// By major, minor and patch.
     [[nodiscard]] friend std::strong_ordering operator<=>(const Version& a, const Version& b) {
         return std::tie(a.major, a.minor, a.patch) <=> std::tie(b.major, b.minor, b.patch);
     }
+    /// Versions that differ in their texts alone are equal.
     [[nodiscard]] friend bool operator==(const Version& a, const Version& b) { return std::is_eq(a <=> b); }
 };
 

@@ -16,6 +16,7 @@ namespace Veltrand::Compression::zstd {
 class VELTRAND_CORE_API Context : private Utils::NotCopyable {
 public:
     Context();
+    /// Takes the working memory along.
     Context(Context&& other) noexcept;
     Context& operator=(Context&& other) noexcept;
     ~Context();

@@ -20,8 +20,8 @@ public:
     /// Stands for an include in keys of program variants. Includes of equal class, define name and dependents
     /// (in this order) have equal fingerprints; the path takes no part. Good for one run of the process.
     struct Fingerprint {
-        std::uint64_t hash = 0;
-        std::string text;
+        std::uint64_t hash = 0; ///< of the class, mixed with those of the dependents
+        std::string text;       ///< the define name and those of the dependents, joined
 
         [[nodiscard]] friend bool operator==(const Fingerprint&, const Fingerprint&) = default;
         /// By hash, then by text.
@@ -38,7 +38,9 @@ public:
     AbstractInclude(std::string defineName, std::string includePath);
     virtual ~AbstractInclude();
 
+    /// As given; the NAME of the directive.
     [[nodiscard]] const std::string& defineName() const { return m_defineName; }
+    /// As given; a resource name such as "My/heat.glh".
     [[nodiscard]] const std::string& includePath() const { return m_includePath; }
 
     /// An empty function for no change, as here. It is kept by programs, so it must not refer to this object.

@@ -15,6 +15,7 @@ public:
     /// negative count is logged and read as 0. Failure as for `Buffer`. GL: 4.2
     AtomicCounterBuffer(int numCounters, Usage usage);
     ~AtomicCounterBuffer() override;
+    /// As for `Buffer`.
     AtomicCounterBuffer(AtomicCounterBuffer&&) noexcept = default;
     AtomicCounterBuffer& operator=(AtomicCounterBuffer&&) noexcept = default;
 

@@ -19,12 +19,14 @@ namespace Veltrand::GL {
 /// Belongs to the context that is current where it is made: destroy it there, on the same thread.
 class VELTRAND_GL_API Blending : private Utils::NotCopyable {
 public:
+    /// The two ways of blending that most drawing needs.
     enum class Preset : int {
         Off = 0, ///< no blending
         Alpha =
             1, ///< source over destination with straight alpha; the result's alpha is the coverage of both
     };
 
+    /// What a colour is multiplied by before the two are put together.
     enum class Function : GLenum {
         Zero = 0,                       // GL_ZERO
         One = 1,                        // GL_ONE
@@ -47,6 +49,7 @@ public:
         OneMinusSrc1Alpha = 0x88FB,     // GL_ONE_MINUS_SRC1_ALPHA
     };
 
+    /// How source and destination are put together; `Min` and `Max` take no factors.
     enum class Equation : GLenum {
         FuncAdd = 0x8006,             // GL_FUNC_ADD
         Min = 0x8007,                 // GL_MIN
@@ -55,6 +58,7 @@ public:
         FuncReverseSubtract = 0x800B, // GL_FUNC_REVERSE_SUBTRACT
     };
 
+    /// As `setPreset`.
     [[nodiscard]] explicit Blending(Preset preset);
     /// Blending on, with the same factors for colour and alpha.
     [[nodiscard]] Blending(Function src, Function dst);

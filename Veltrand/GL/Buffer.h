@@ -17,6 +17,7 @@ namespace Veltrand::GL {
 /// it.
 class VELTRAND_GL_API Buffer : private Utils::NotCopyable {
 public:
+    /// What a buffer is bound to.
     enum class Target : GLenum {
         Parameter = 0x80EE,         // GL_PARAMETER_BUFFER
         Array = 0x8892,             // GL_ARRAY_BUFFER
@@ -73,7 +74,9 @@ public:
     /// GL: glGetBufferSubData, 1.5
     static void glGetBufferSubDataImpl(Target target, std::int64_t offset, std::int64_t bytes, void* data);
 
+    /// What `bind` binds it to, since construction.
     [[nodiscard]] Target target() const { return m_target; }
+    /// The hint that allocations pass on, since construction.
     [[nodiscard]] Usage usage() const { return m_usage; }
     /// The OpenGL name, 0 after a move.
     [[nodiscard]] GLuint id() const { return m_id; }

@@ -14,6 +14,7 @@ namespace Veltrand::GL {
 /// down cleanly. A context is current on at most one thread.
 class VELTRAND_GL_API Context : private Utils::NotCopyable {
 public:
+    /// What a new context is to be like.
     struct CreateInfo {
         Utils::Version version;         ///< lowest version wanted; a major below 1: the first that can
                                         ///< be had of 4.6, 4.5, 4.3, 4.2, 4.1, 4.0 and 3.3
@@ -56,6 +57,7 @@ protected:
     /// points are loaded.
     static void installDefaultDebugMessageHandler();
 
+    /// Whether `deinitialize` has been called.
     [[nodiscard]] bool isDeinitialized() const { return m_deinitialized; }
 
 private:

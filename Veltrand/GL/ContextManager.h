@@ -29,6 +29,7 @@ struct ContextManagerState;
 /// for threads which exist in the parent alone.
 class VELTRAND_GL_API ContextManager : private Utils::NotCopyable {
 public:
+    /// The one of the process, from any thread; it exists before `init` and after `deinit`.
     static ContextManager& get();
 
     // Start and end, on the main thread
@@ -77,13 +78,16 @@ public:
 
     // The calling thread
 
+    /// Whether the thread has a current context, ours or a toolkit's.
     [[nodiscard]] static bool hasCurrent();
     /// Identifies the calling thread's current context; 0 when there is none.
     [[nodiscard]] static std::uintptr_t currentContextId();
 
     // What the environment decided
 
+    /// Whether `VELTRAND_DISABLE_OPENGL` is defined. Nothing here obeys it: applications ask before `init`.
     [[nodiscard]] static bool openGlDisabled();
+    /// Whether contexts made here have the core profile.
     [[nodiscard]] static bool useCoreContext();
 
 private:
@@ -112,6 +116,7 @@ VELTRAND_GL_API void deinit();
 /// answers non-null for names that the driver does not have, so presence follows from the context's version,
 /// profile and extensions, never from this address. Any thread; needs no current context.
 [[nodiscard]] VELTRAND_GL_API void (*entryPoint(const char* name))();
+/// The same as any pointer type.
 template<class Address>
 requires std::is_pointer_v<Address>
 [[nodiscard]] Address entryPoint(const char* name) {

@@ -20,6 +20,7 @@ public:
 /// OpenGL errors and driver messages, made readable.
 namespace Debug {
 
+/// What glGetError answers.
 enum class Error : GLenum {
     NoError = 0,                          // GL_NO_ERROR
     InvalidEnum = 0x0500,                 // GL_INVALID_ENUM
@@ -31,6 +32,7 @@ enum class Error : GLenum {
     InvalidFramebufferOperation = 0x0506, // GL_INVALID_FRAMEBUFFER_OPERATION
 };
 
+/// Who speaks.
 enum class MessageSource : GLenum {
     API = 0x8246,            // GL_DEBUG_SOURCE_API
     WindowSystem = 0x8247,   // GL_DEBUG_SOURCE_WINDOW_SYSTEM
@@ -40,6 +42,7 @@ enum class MessageSource : GLenum {
     Other = 0x824B,          // GL_DEBUG_SOURCE_OTHER
 };
 
+/// What a driver message is about.
 enum class MessageType : GLenum {
     Error = 0x824C,              // GL_DEBUG_TYPE_ERROR
     DeprecatedBehavior = 0x824D, // GL_DEBUG_TYPE_DEPRECATED_BEHAVIOR
@@ -52,6 +55,7 @@ enum class MessageType : GLenum {
     PopGroup = 0x826A,           // GL_DEBUG_TYPE_POP_GROUP
 };
 
+/// How much the driver makes of it.
 enum class MessageSeverity : GLenum {
     High = 0x9146,         // GL_DEBUG_SEVERITY_HIGH
     Medium = 0x9147,       // GL_DEBUG_SEVERITY_MEDIUM
@@ -62,9 +66,11 @@ enum class MessageSeverity : GLenum {
 /// An OpenGL error as an exception.
 class VELTRAND_GL_API OpenGlException : public std::runtime_error {
 public:
+    /// @p message is what `what()` answers.
     OpenGlException(const std::string& message, Error error);
     ~OpenGlException() override;
 
+    /// The error that was found.
     [[nodiscard]] Error error() const { return m_error; }
     /// True for a stack overflow or underflow.
     [[nodiscard]] bool isCritical() const;
@@ -95,12 +101,14 @@ VELTRAND_GL_API void insertMessage(const std::string& text);
 /// KHR_debug
 class VELTRAND_GL_API Group {
 public:
+    /// Opens the group. Where KHR_debug is missing, a warning is logged once.
     explicit Group(const std::string& name);
     ~Group();
     Group(const Group&) = delete;
     Group& operator=(const Group&) = delete;
 };
 
+/// Source, type, id, severity and text of a message; ids are numbered by the driver.
 using CallbackType = std::function<void(MessageSource, MessageType, unsigned int id, MessageSeverity,
                                         const std::string& message)>;
 

@@ -12,14 +12,15 @@ namespace Veltrand::GL {
 /// column vector of one to four of them. Other types have 0 components.
 template<class T>
 struct ElementTraits {
-    static constexpr int components = 0;
+    static constexpr int components = 0; ///< 0 for none of the types
 };
 
+/// The traits of a scalar.
 template<class Scalar, PixelType Type>
 struct ScalarElementTraits {
-    static constexpr int components = 1;
-    static constexpr PixelType type = Type;
-    using ScalarType = Scalar;
+    static constexpr int components = 1;    ///< scalars per element
+    static constexpr PixelType type = Type; ///< of each scalar
+    using ScalarType = Scalar;              ///< what the element is made of
 };
 
 // clang-format off
@@ -32,13 +33,14 @@ template<> struct ElementTraits<unsigned int> : ScalarElementTraits<unsigned int
 template<> struct ElementTraits<float> : ScalarElementTraits<float, PixelType::Float> {};
 // clang-format on
 
+/// The traits of an Eigen vector.
 template<class Scalar, int Rows, int Options, int MaxRows, int MaxCols>
 requires(Rows >= 1 && Rows <= 4 &&
          ElementTraits<Scalar>::components ==
              1) struct ElementTraits<Eigen::Matrix<Scalar, Rows, 1, Options, MaxRows, MaxCols>> {
-    static constexpr int components = Rows;
-    static constexpr PixelType type = ElementTraits<Scalar>::type;
-    using ScalarType = Scalar;
+    static constexpr int components = Rows;                        ///< scalars per element
+    static constexpr PixelType type = ElementTraits<Scalar>::type; ///< of each scalar
+    using ScalarType = Scalar;                                     ///< what the element is made of
 };
 
 /// A type that buffers and textures take as one element, packed without padding.

@@ -41,6 +41,7 @@ namespace Veltrand::GL {
 /// One object per context, reached by `get()` on the thread on which the context is current.
 class VELTRAND_GL_API FixedFunctionPipeline final : public InstanceManager<FixedFunctionPipeline> {
 public:
+    /// What is to be drawn, which decides on the program.
     enum class ShaderSelection {
         /// Points, triangles, and solid lines as wide as the driver makes them. Works with every primitive.
         Plain = 0,

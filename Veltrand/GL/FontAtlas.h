@@ -35,6 +35,7 @@ class GlyphPacking;
 /// the log category "GL.FontAtlas".
 class VELTRAND_GL_API FontAtlas : private Utils::NotCopyable {
 public:
+    /// In pixels from the start of the pen, y upwards.
     using Box = Geometry::AlignedBox<float, 2>;
 
     /// Measures of a character; all zero for one that stays blank. Twelve floats.
@@ -44,7 +45,7 @@ public:
         Eigen::Vector2f bearing{0, 0}; ///< from the pen to the bitmap's upper left corner
         Eigen::Vector2f atlas{0, 0};   ///< texel of the bitmap's first row and column
         Eigen::Vector2f boxMin{0, 0};  ///< of the outline's control points, from the pen
-        Eigen::Vector2f boxMax{0, 0};
+        Eigen::Vector2f boxMax{0, 0};  ///< likewise, the upper right corner
     };
 
     /// @param fontData a font file; the caller keeps it alive as long as the atlas

@@ -18,6 +18,7 @@ namespace Veltrand::GL {
 /// use and destroy each in one context.
 class VELTRAND_GL_API Framebuffer : private Utils::NotCopyable {
 public:
+    /// Where a texture is attached.
     enum class Attachment : GLenum {
         DepthStencil = 0x821A, // GL_DEPTH_STENCIL_ATTACHMENT
         Color0 = 0x8CE0,       // GL_COLOR_ATTACHMENT0
@@ -31,6 +32,7 @@ public:
         Depth = 0x8D00,        // GL_DEPTH_ATTACHMENT
         Stencil = 0x8D20,      // GL_STENCIL_ATTACHMENT
     };
+    /// What every driver has; the library uses no more.
     static constexpr int maxColorAttachments = 8;
 
     /// A new framebuffer, not bound. Throws `std::runtime_error` "Could not create OpenGL Framebuffer object"
@@ -79,7 +81,9 @@ public:
     [[nodiscard]] GLuint id() const { return m_id; }
     /// Entry i is GL_COLOR_ATTACHMENT0 + i while something is attached there, and 0 otherwise.
     [[nodiscard]] const std::vector<GLenum>& colorAttachments() const { return m_colorAttachments; }
+    /// Whether depth is on record, alone or with stencil.
     [[nodiscard]] bool hasDepthAttachment() const { return m_hasDepthAttachment; }
+    /// Whether stencil is on record, alone or with depth.
     [[nodiscard]] bool hasStencilAttachment() const { return m_hasStencilAttachment; }
     /// Goes up with each change of an attachment.
     [[nodiscard]] unsigned revision() const { return m_revision; }

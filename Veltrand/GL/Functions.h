@@ -22,8 +22,9 @@ namespace Veltrand::GL {
 /// Who makes the driver.
 enum class GpuVendor { Nvidia, Amd, Intel, Mesa, Microsoft, Apple, Unknown };
 
+/// What the driver says about itself.
 struct PlatformInfo {
-    GpuVendor vendor = GpuVendor::Unknown;
+    GpuVendor vendor = GpuVendor::Unknown;  ///< by the strings below
     std::string vendorString;               ///< GL_VENDOR
     std::string rendererString;             ///< GL_RENDERER
     std::string versionString;              ///< GL_VERSION
@@ -33,9 +34,9 @@ struct PlatformInfo {
 
 /// GPU memory; a field that cannot be queried is 0.
 struct MemoryInfo {
-    ByteSize currentAvailable;
-    ByteSize dedicated;
-    ByteSize totalAvailable;
+    ByteSize currentAvailable; ///< free now
+    ByteSize dedicated;        ///< of the card itself
+    ByteSize totalAvailable;   ///< all that the driver may use
 };
 
 /// The version of the current context: major and minor; 4.6.0 reads as 4.6, "OpenGL ES 3.2 ..." as 3.2.
@@ -118,6 +119,7 @@ VELTRAND_GL_API void finish();
 
 /// Pixels per point, for the whole process; 1 at start. Any thread.
 VELTRAND_GL_API void setDpiScale(double scale);
+/// What `setDpiScale` was last given. Any thread.
 [[nodiscard]] VELTRAND_GL_API double dpiScale();
 
 } // namespace Veltrand::GL

@@ -4,9 +4,9 @@
 /// Forward declarations and basic types. No header of this library includes an OpenGL or X11 header.
 namespace Veltrand::GL {
 
-using GLenum = unsigned int;
-using GLuint = unsigned int;
-using GLint = int;
+using GLenum = unsigned int; ///< a token of OpenGL, by its number
+using GLuint = unsigned int; ///< the name of an object, an index or bits
+using GLint = int;           ///< a location or a count
 
 /// What vertices form. Passed to the OpenGL draw calls as it is.
 enum class Primitive : GLenum {

@@ -107,12 +107,14 @@ public:
     /// in a layered draw all slices of the output; both over their whole width and height.
     /// @param color red, green, blue, alpha; rounded towards zero for integer formats
     void setClearOutputEnabled(bool enabled, const Eigen::Vector4f& color);
+    /// See `setClearOutputEnabled`.
     [[nodiscard]] bool isClearOutputEnabled() const { return m_clearOutput; }
 
     /// Whether volumes are computed in several draws, with pauses of 0.1 s, where the time that the first 50
     /// slices took lets expect more than 4.8 s for the rest: drivers abort draws that take too long. Off at
     /// first.
     void setAvoidDriverTimeout(bool avoid) { m_avoidDriverTimeout = avoid; }
+    /// See `setAvoidDriverTimeout`.
     [[nodiscard]] bool isAvoidingDriverTimeout() const { return m_avoidDriverTimeout; }
 
     // Computing. A program that still needs compilation is compiled.
@@ -125,6 +127,7 @@ public:
     /// more than `Framebuffer::maxColorAttachments` entries, a program that does not compile. A box beside
     /// the output computes nothing. GL: glDrawArraysInstanced, glFramebufferTexture, glDrawBuffers, 3.2
     void compute(const std::vector<Texture*>& outputs, const Cuboid& cuboid);
+    /// With a single output.
     void compute(Texture& output, const Cuboid& cuboid);
 
     /// Draws many slices onto one, so that the blend state that the caller sets reduces them: with
@@ -143,6 +146,7 @@ public:
     /// GL: glDrawArraysInstanced, glFramebufferTextureLayer, glDrawBuffers, 3.2
     void computeReduceZ(const std::vector<Texture*>& outputs, int outputLayer, int numSlices,
                         const Cuboid& cuboid);
+    /// With a single output.
     void computeReduceZ(Texture& output, int outputLayer, int numSlices, const Cuboid& cuboid);
 
 protected:

@@ -20,6 +20,7 @@ public:
     /// An empty buffer, bound. Failure as for `Buffer`.
     explicit IndexBuffer(Usage usage);
     ~IndexBuffer() override;
+    /// As for `Buffer`.
     IndexBuffer(IndexBuffer&&) noexcept = default;
     IndexBuffer& operator=(IndexBuffer&&) noexcept = default;
 
@@ -45,6 +46,7 @@ public:
 
     /// The index that ends a strip, loop or fan and begins the next; 0 (at start): none does.
     [[nodiscard]] GLuint primitiveRestartIndex() const { return m_primitiveRestartIndex; }
+    /// Holds for draws from now on; makes no OpenGL call.
     void setPrimitiveRestartIndex(GLuint index) { m_primitiveRestartIndex = index; }
 
     /// GL: glBindBuffer, 1.5

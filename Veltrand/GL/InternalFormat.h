@@ -14,6 +14,7 @@ namespace Veltrand::GL {
 /// Needs no context; nothing here fails.
 class VELTRAND_GL_API InternalFormat {
 public:
+    /// The formats that have a name here.
     enum Value : GLenum {
         R8 = 0x8229,          // GL_R8
         R16 = 0x822A,         // GL_R16
@@ -82,6 +83,7 @@ public:
         Depth32FStencil8 = 0x8CAD,  // GL_DEPTH32F_STENCIL8
     };
 
+    /// Implicit, so that `InternalFormat::RGBA8` serves where a format is asked for.
     constexpr InternalFormat(Value value)
         : m_value(value) {}
     /// Any OpenGL internal format, also one that has no name here.
@@ -94,12 +96,17 @@ public:
 
     // Classification. A format with depth and stencil counts as neither a depth nor a stencil format.
 
+    /// Depth alone, of any precision.
     [[nodiscard]] bool isDepthFormat() const;
+    /// Stencil alone, of any number of bits.
     [[nodiscard]] bool isStencilFormat() const;
+    /// The two formats that hold both.
     [[nodiscard]] bool isDepthStencilFormat() const;
     /// Colour formats with 16- or 32-bit float components; DepthComponent32F is not one.
     [[nodiscard]] bool isFloatingPointFormat() const;
+    /// Those that end in I, without stencil.
     [[nodiscard]] bool isSignedIntegerFormat() const;
+    /// Those that end in UI, without stencil.
     [[nodiscard]] bool isUnsignedIntegerFormat() const;
     /// Signed or unsigned integers, which shaders read unscaled; normalised formats are not meant.
     [[nodiscard]] bool isIntegerFormat() const;

@@ -46,6 +46,7 @@ public:
         double stippleFactor = 1;
 
         Options() = default;
+        /// The members in their order.
         Options(const Eigen::Vector4d& color, double lineWidth = 1,
                 const Eigen::Matrix4d& modelMatrix = Eigen::Matrix4d::Identity(),
                 unsigned short stipplePattern = 0xFFFF, double stippleFactor = 1);
@@ -76,6 +77,7 @@ public:
     [[nodiscard]] static bool makeVertexData(const std::vector<Eigen::Vector3d>& points,
                                              const std::vector<Eigen::Vector4d>& colors, Primitive primitive,
                                              VertexBuffer& vertexBuffer);
+    /// Without colours of their own.
     [[nodiscard]] static bool makeVertexData(const std::vector<Eigen::Vector3d>& points, Primitive primitive,
                                              VertexBuffer& vertexBuffer);
 
@@ -102,6 +104,7 @@ public:
     /// Each pair of points is a line of its own.
     void renderLines(const std::vector<Eigen::Vector3d>& points, const Options& options,
                      const ViewState& viewState, const OrderIndependentTransparency* oit = nullptr);
+    /// Each point is joined to the next.
     void renderLineStrip(const std::vector<Eigen::Vector3d>& points, const Options& options,
                          const ViewState& viewState, const OrderIndependentTransparency* oit = nullptr);
     /// The last point is joined to the first.

@@ -53,9 +53,10 @@ class VELTRAND_GL_API ObjectPicking : private Utils::NotCopyable {
 public:
     /// What is seen at a pixel. Ordered by object, then by the second id.
     struct PickingInfo {
-        unsigned objectId;
+        unsigned objectId; ///< position in the list of the pass, or `Nothing`
         unsigned secondId; ///< as the shader has written it
         [[nodiscard]] friend bool operator==(const PickingInfo&, const PickingInfo&) = default;
+        /// By object, then by the second id, as numbers: `Nothing` comes last.
         [[nodiscard]] friend std::strong_ordering operator<=>(const PickingInfo& a, const PickingInfo& b) {
             const auto byObject = a.objectId <=> b.objectId;
             return std::is_eq(byObject) ? a.secondId <=> b.secondId : byObject;
@@ -98,6 +99,7 @@ public:
     /// logged as an error, once per pass, and drawn to without picking.
     /// GL: glFramebufferTexture, 3.2
     void enable(Program& program, unsigned id) const;
+    /// By object; one that is not in the list is drawn as `Nothing`.
     void enable(Program& program, const void* object) const;
     /// Detaches the picking texture, if it is attached. GL: glFramebufferTexture, 3.2
     void disable() const;

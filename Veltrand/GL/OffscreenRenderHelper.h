@@ -35,13 +35,15 @@ class VELTRAND_GL_API OffscreenRenderHelper : private Utils::NotCopyable {
 public:
     /// What a buffer is cached by.
     struct BufferConfig {
-        int width;
-        int height;
-        InternalFormat colorFormat;
-        InternalFormat depthFormat;
+        int width;                  ///< in pixels
+        int height;                 ///< in pixels
+        InternalFormat colorFormat; ///< of the colour texture
+        InternalFormat depthFormat; ///< of the depth texture, with stencil or without
         [[nodiscard]] friend bool operator==(const BufferConfig&, const BufferConfig&) = default;
     };
+    /// For the cache.
     struct VELTRAND_GL_API BufferConfigHasher {
+        /// Equal for equal configurations.
         [[nodiscard]] std::size_t operator()(const BufferConfig& config) const;
     };
 
@@ -74,7 +76,9 @@ public:
         /// With attachments and draw buffers exchanged as needed through it: before the buffer is lent again
         /// it gets its own ones.
         [[nodiscard]] Framebuffer& framebuffer() const { return *m_framebuffer; }
+        /// Premultiplied; it may be read once the buffer is no longer drawn to.
         [[nodiscard]] Texture& colorTexture() const { return *m_colorTexture; }
+        /// Likewise; the depth of what has been drawn, 1 elsewhere.
         [[nodiscard]] Texture& depthTexture() const { return *m_depthTexture; }
 
         /// `OffscreenRenderHelper::blendToParent`
@@ -94,6 +98,7 @@ public:
         OffscreenRenderHelper* m_helper = nullptr; ///< while on loan
     };
 
+    /// A buffer of any size counts as 1.
     using Cache = Container::LRUCache<BufferConfig, RenderBuffer, BufferConfigHasher>;
 
     /// Makes no OpenGL call.

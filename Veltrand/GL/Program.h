@@ -53,6 +53,7 @@ concept ProgramArgument = detail::OneOf<T, bool, int, unsigned int, float, doubl
 /// it, current on the calling thread. Messages go to the log category "GL.Program".
 class VELTRAND_GL_API Program : private Utils::NotCopyable {
 public:
+    /// What a shader of the program works on.
     enum class Stage : GLenum {
         Fragment = 0x8B30,               // GL_FRAGMENT_SHADER
         Vertex = 0x8B31,                 // GL_VERTEX_SHADER
@@ -75,18 +76,20 @@ public:
         SkipAbstractIncludes = 2,
     };
 
+    /// What the shader does to an image.
     enum class ImageAccess : GLenum {
         ReadOnly = 0x88B8,  // GL_READ_ONLY
         WriteOnly = 0x88B9, // GL_WRITE_ONLY
         ReadWrite = 0x88BA, // GL_READ_WRITE
     };
 
+    /// One stage of a program.
     struct ShaderInfo {
-        GLuint id = 0;
-        Stage stage{};
-        std::string name;
+        GLuint id = 0;              ///< of the OpenGL shader object
+        Stage stage{};              ///< decides on the stage macro
+        std::string name;           ///< repository, "/" and path
         std::string overrideSource; ///< compiled in place of the named file unless empty
-        bool attached = false;
+        bool attached = false;      ///< whether it is attached to the program object
     };
 
     /// What fills one `#pragma abstract_include` of a program.
@@ -94,6 +97,7 @@ public:
         std::string name;        ///< the name in the directive, and the macro that is defined with it
         std::string keyPrefix;   ///< the names of the abstract includes that lead to this one, joined
         std::string includePath; ///< the resource that is inserted
+        /// Of the include that was added; tells whether an entry is as it was.
         AbstractInclude::Fingerprint fingerprint;
         AbstractInclude::CodeSubstitution codeSubstitution; ///< empty for no change
     };
@@ -118,10 +122,12 @@ public:
     /// Takes itself out of use first. What was bound through the program is left alone.
     virtual ~Program();
 
+    /// As the constructor, with these two stages.
     [[nodiscard]] static std::unique_ptr<Program> createVertexFragment(const std::string& vertexName,
                                                                        const std::string& fragmentName,
                                                                        const std::string& defines,
                                                                        Compilation compilation);
+    /// As the constructor, with these three stages.
     [[nodiscard]] static std::unique_ptr<Program>
     createVertexGeometryFragment(const std::string& vertexName, const std::string& geometryName,
                                  const std::string& fragmentName, const std::string& defines,
@@ -141,6 +147,7 @@ public:
     /// asked for (`Deferred`). Bindings of images and buffers are forgotten.
     /// GL: glCompileShader, glLinkProgram, 2.0
     bool compile(Compilation compilation);
+    /// Whether it needs no compilation.
     [[nodiscard]] bool isCompiled() const { return !m_needsCompilation; }
     /// Compiles anew from the files as they are now, as after an edit. If that fails, which is logged with
     /// file and line, the answer is false and the program goes on as it was. Otherwise its OpenGL name is a
@@ -148,7 +155,9 @@ public:
     /// images and buffers are forgotten. GL: glCompileShader, glLinkProgram, 2.0
     bool reload();
 
+    /// As given last.
     [[nodiscard]] const std::string& defines() const { return m_defines; }
+    /// See `setExpandDefines`.
     [[nodiscard]] bool expandsDefines() const { return m_expandDefines; }
 
     // The following change what the program is made of; they return what `compile` does.
@@ -170,6 +179,7 @@ public:
     /// Empties an abstract include. Those of its dependents stay; remove them by their whole key, which is
     /// the names that lead to them and their own, joined. An unknown name changes nothing and gives true.
     bool removeAbstractIncludeDefinition(const std::string& defineName, Compilation compilation);
+    /// By the define name of @p include; null changes nothing and gives true.
     bool removeAbstractIncludeDefinition(const AbstractInclude* include, Compilation compilation);
 
     /// The complete GLSL text of one stage as it is given to the driver. Throws `std::runtime_error`
@@ -182,6 +192,7 @@ public:
 
     // Using
 
+    /// The OpenGL name, 0 after a move; `reload` changes it.
     [[nodiscard]] GLuint id() const { return m_id; }
 
     /// Makes the program current, then calls the decorators in the order in which they were added. One that
@@ -192,10 +203,12 @@ public:
     /// Runs the enabled program on this many work groups. Logged and without effect where the entry point is
     /// missing. GL: glDispatchCompute, 4.3
     void dispatchCompute(int x, int y, int z);
+    /// The same, as a vector.
     void dispatchCompute(const Eigen::Vector3i& groups);
 
     /// Adds a decorator that the program does not have yet; it has to outlive its use.
     void addDecorator(ProgramDecorator* decorator);
+    /// A decorator that the program does not have is no error.
     void removeDecorator(ProgramDecorator* decorator);
 
     // Uniforms; the program has to be enabled
@@ -209,7 +222,9 @@ public:
     /// GL: glUniform*, 2.0
     template<ProgramArgument T>
     void setArgument(const std::string& name, const T& value);
+    /// A texture that is read through @p sampler.
     void setArgument(const std::string& name, const Texture& texture, const Sampler& sampler);
+    /// An array of textures that are all read through @p sampler.
     void setArgument(const std::string& name, const std::vector<const Texture*>& textures,
                      const Sampler& sampler);
 

@@ -22,17 +22,21 @@ namespace Veltrand::GL {
 /// Belongs to the thread on which the context of its programs is current. Destruction needs that context.
 class VELTRAND_GL_API ProgramCache : private Utils::NotCopyable {
 public:
+    /// What the signal of the cache names variants by.
     struct Impl {
         /// What tells variants apart.
         struct ShaderInfo {
             std::vector<AbstractInclude::Fingerprint> fingerprints; ///< sorted
             std::string defines;                                    ///< beyond those of the reference
 
+            /// For the cache.
             struct VELTRAND_GL_API Hasher {
+                /// Equal for equal variants.
                 [[nodiscard]] std::size_t operator()(const ShaderInfo& info) const;
             };
             [[nodiscard]] friend bool operator==(const ShaderInfo&, const ShaderInfo&) = default;
         };
+        /// Each variant counts as 1.
         using Cache = Container::LRUCache<ShaderInfo, std::unique_ptr<Program>, ShaderInfo::Hasher,
                                           std::equal_to<ShaderInfo>>;
     };
@@ -42,6 +46,7 @@ public:
     /// Throws `std::runtime_error` if @p reference is null ("Reference program must not be null.") or
     /// @p capacity is 0 ("Capacity of program cache must not be zero.").
     ProgramCache(std::unique_ptr<Program> reference, std::uint64_t capacity);
+    /// The source may then only be destroyed or assigned to.
     ProgramCache(ProgramCache&& other) noexcept;
     ProgramCache& operator=(ProgramCache&& other) noexcept;
     ~ProgramCache();
@@ -56,6 +61,7 @@ public:
     /// OpenGL call.
     [[nodiscard]] Program* getProgram(const std::vector<const AbstractInclude*>& includes,
                                       const std::string& defines);
+    /// The variant without abstract includes.
     [[nodiscard]] Program* getProgram(const std::string& defines);
 
     /// Emitted with the key of each variant that is evicted, before its program is destroyed.

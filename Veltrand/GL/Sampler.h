@@ -12,6 +12,7 @@ namespace Veltrand::GL {
 /// is bound to it.
 class VELTRAND_GL_API Sampler : private Utils::NotCopyable {
 public:
+    /// How texels become a pixel that covers several.
     enum class MinFilter : GLenum {
         Nearest = 0x2600,              // GL_NEAREST
         Linear = 0x2601,               // GL_LINEAR
@@ -20,10 +21,12 @@ public:
         NearestMipmapLinear = 0x2702,  // GL_NEAREST_MIPMAP_LINEAR
         LinearMipmapLinear = 0x2703,   // GL_LINEAR_MIPMAP_LINEAR
     };
+    /// How texels become a pixel that covers less than one.
     enum class MagFilter : GLenum {
         Nearest = 0x2600, // GL_NEAREST
         Linear = 0x2601,  // GL_LINEAR
     };
+    /// What is read outside of the texture.
     enum class Wrap : GLenum {
         Repeat = 0x2901,            // GL_REPEAT
         ClampToBorder = 0x812D,     // GL_CLAMP_TO_BORDER
@@ -33,10 +36,12 @@ public:
     };
 
     // Xlib defines None and Always as macros, so those two tokens have other names here.
+    /// Whether depth is read or compared.
     enum class CompareMode : GLenum {
         Off = 0,                      // GL_NONE
         CompareRefToTexture = 0x884E, // GL_COMPARE_REF_TO_TEXTURE
     };
+    /// Which reference values, compared to the depth, give 1.
     enum class CompareFunc : GLenum {
         Never = 0x0200,      // GL_NEVER
         Less = 0x0201,       // GL_LESS

@@ -14,6 +14,7 @@
 /// They make no OpenGL call and may be called from any thread.
 namespace Veltrand::GL {
 
+/// A line of a GLSL file.
 struct ShaderLocation {
     std::string file; ///< as named by the directive that inserted it, or the name of the shader itself
     int line = 0;     ///< from 1
@@ -39,8 +40,9 @@ struct ShaderLocation {
 
 /// One message of a compiler.
 struct ShaderMessage {
+    /// How the driver has called it.
     enum class Severity { Error, Warning, Note };
-    Severity severity = Severity::Note;
+    Severity severity = Severity::Note;     ///< a note where the driver has not said
     std::optional<ShaderLocation> location; ///< none for a line before the first marker
     std::string text;                       ///< without the driver's position and severity
     friend bool operator==(const ShaderMessage&, const ShaderMessage&) = default;

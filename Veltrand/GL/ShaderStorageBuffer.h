@@ -12,6 +12,7 @@ public:
     /// Failure as for `Buffer`. GL: 4.3
     explicit ShaderStorageBuffer(Usage usage);
     ~ShaderStorageBuffer() override;
+    /// As for `Buffer`.
     ShaderStorageBuffer(ShaderStorageBuffer&&) noexcept = default;
     ShaderStorageBuffer& operator=(ShaderStorageBuffer&&) noexcept = default;
 

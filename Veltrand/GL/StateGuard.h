@@ -16,6 +16,7 @@ namespace Veltrand::GL {
 /// Belongs to the context that is current where it is made: destroy it there, on the same thread.
 class VELTRAND_GL_API StateGuard : private Utils::NotCopyable {
 public:
+    /// The pieces.
     enum class SaveFlags : unsigned int {
         Viewport = 1,
         Framebuffer = 2, ///< the draw framebuffer, put back for drawing and reading

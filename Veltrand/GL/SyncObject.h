@@ -13,6 +13,7 @@ namespace Veltrand::GL {
 /// of the same share group. Waiting on a moved-from object is not allowed.
 class VELTRAND_GL_API SyncObject : private Utils::NotCopyable {
 public:
+    /// How `waitClient` ended.
     enum class WaitResult : GLenum {
         AlreadySignaled = 0x911A,    // GL_ALREADY_SIGNALED
         TimeoutExpired = 0x911B,     // GL_TIMEOUT_EXPIRED

@@ -33,6 +33,7 @@ class FontAtlas;
 /// nothing throws. Messages go to the log category "GL.TextRenderer".
 class VELTRAND_GL_API TextRenderer : public InstanceManager<TextRenderer> {
 public:
+    /// Which of the files of a family.
     enum class Style : int {
         Regular = 0,
         Bold = 1,
@@ -40,6 +41,7 @@ public:
         Italic = 3,
     };
 
+    /// What is drawn besides the glyphs.
     enum class Decoration : unsigned int {
         Shadow = 1, ///< one pixel around glyphs, light for dark text and dark for light text
         Underline = 2,
@@ -48,11 +50,11 @@ public:
 
     /// What text looks like.
     struct VELTRAND_GL_API Font {
-        std::string family = "DejaVu Sans";
+        std::string family = "DejaVu Sans"; ///< this one, or a registered one
         /// In points, 72 of which are 96 pixels times the DPI scale; -1 for 16 pixels at any DPI scale.
         int size = -1;
-        Style style = Style::Regular;
-        Flags<Decoration> decorations;
+        Style style = Style::Regular;      ///< the regular one stands in for a style that the family has not
+        Flags<Decoration> decorations;     ///< none at first
         Eigen::Vector4d color{1, 1, 1, 1}; ///< red, green, blue, alpha
 
         /// Some order, in which no two different fonts are equal.

@@ -31,6 +31,7 @@ namespace Veltrand::GL {
 /// given here to hold.
 class VELTRAND_GL_API Texture : private Utils::NotCopyable {
 public:
+    /// What a texture is bound to, which decides on its shape.
     enum class Target : GLenum {
         Texture1D = 0x0DE0,                 // GL_TEXTURE_1D
         Texture2D = 0x0DE1,                 // GL_TEXTURE_2D
@@ -67,18 +68,25 @@ public:
     Texture(Texture&& other) noexcept;
     Texture& operator=(Texture&& other) noexcept;
 
+    /// The same on the heap.
     [[nodiscard]] static std::unique_ptr<Texture> createFromExisting(Target target, GLuint id);
+    /// The same on the heap, with the format as given.
     [[nodiscard]] static std::unique_ptr<Texture> createFromExisting(Target target, GLuint id,
                                                                      InternalFormat internalFormat);
 
     /// The OpenGL name, 0 after a move.
     [[nodiscard]] GLuint id() const { return m_id; }
+    /// As given or chosen at construction.
     [[nodiscard]] Target target() const { return m_target; }
+    /// As given at construction, or as found in an existing texture.
     [[nodiscard]] InternalFormat internalFormat() const { return m_internalFormat; }
     /// As given at construction, also where OpenGL has allocated less. Callers include <Eigen/Core>.
     [[nodiscard]] Eigen::Vector3i size() const;
+    /// In texels.
     [[nodiscard]] int width() const { return m_size[0]; }
+    /// In texels; the layers of a 1D array.
     [[nodiscard]] int height() const { return m_size[1]; }
+    /// In texels; the layers of a 2D array.
     [[nodiscard]] int depth() const { return m_size[2]; }
     /// Texels that a transfer of the whole image moves: the product of the dimensions that the target has.
     [[nodiscard]] std::size_t numTexels() const;
@@ -138,6 +146,7 @@ public:
 
     /// Unchecked transfers of `transferSize(format, type)` bytes.
     void uploadImpl(const void* data, PixelFormat format, PixelType type);
+    /// As `uploadImpl`, the other way. GL: glGetTexImage, 1.0
     void downloadImpl(PixelFormat format, PixelType type, void* data) const;
 
     /// 1 to 4; 0 for a format without a name in `PixelFormat`.
@@ -197,8 +206,10 @@ private:
     InternalFormat m_internalFormat;
 };
 
+/// By fractions, or by numbers of integer formats.
 template<>
 VELTRAND_GL_API void Texture::clear<float>(const Eigen::Vector4f& value);
+/// By numbers of integer formats, or by fractions of the largest one.
 template<>
 VELTRAND_GL_API void Texture::clear<unsigned int>(const Eigen::Matrix<unsigned int, 4, 1, 0, 4, 1>& value);
 

@@ -18,6 +18,7 @@ namespace Veltrand::GL {
 /// objects are not shared between contexts: make, use and destroy each in one context.
 class VELTRAND_GL_API VertexArrayObject : private Utils::NotCopyable {
 public:
+    /// What every driver has; the library uses no more.
     static constexpr int maxLocations = 16;
 
     /// A new object, bound. GL: glGenVertexArrays, 3.0
@@ -41,6 +42,7 @@ public:
     /// set-up and leaves the index buffer's binding alone; a null buffer ends the list.
     /// @param indices bound to the vertex array; null for none
     void setAttributes(std::initializer_list<BufferLocations> buffers, const IndexBuffer* indices);
+    /// One buffer, with array k at location k.
     void setAttributes(const VertexBuffer& buffer, const IndexBuffer* indices);
 
     /// Describes one buffer's arrays; the buffer must be bound. Arrays without elements, without a location

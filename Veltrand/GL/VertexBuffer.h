@@ -31,6 +31,7 @@ public:
     /// An empty buffer, bound. Failure as for `Buffer`.
     explicit VertexBuffer(Usage usage);
     ~VertexBuffer() override;
+    /// As for `Buffer`.
     VertexBuffer(VertexBuffer&&) noexcept = default;
     VertexBuffer& operator=(VertexBuffer&&) noexcept = default;
 
@@ -53,6 +54,7 @@ public:
     /// Whether integer components of an attribute are normalised; an index out of range is ignored.
     void setVertexAttribNormalization(int index, bool normalized);
 
+    /// One entry for each range of the last `setData`, empty ones too.
     [[nodiscard]] const std::vector<VertexAttrib>& attributes() const { return m_attributes; }
     /// Elements of the first attribute, 0 when there is none.
     [[nodiscard]] std::uint64_t numVertices() const;

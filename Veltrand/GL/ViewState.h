@@ -15,19 +15,27 @@ namespace Veltrand::GL {
 /// an empty viewport or a singular matrix gives infinities or NaNs.
 class VELTRAND_GL_API ViewState {
 public:
+    /// @p modelView leads from the world to the eye, @p projection from there to clip space.
     ViewState(const Viewport& viewport, const Eigen::Matrix4d& projection, const Eigen::Matrix4d& modelView);
     /// With an empty viewport, for views that are set before the window is known.
     ViewState(const Eigen::Matrix4d& projection, const Eigen::Matrix4d& modelView);
 
+    /// In pixels of the window.
     [[nodiscard]] const Viewport& viewport() const { return m_viewport; }
+    /// From the eye to clip space.
     [[nodiscard]] const Eigen::Matrix4d& projectionMatrix() const { return m_projection; }
+    /// From the world to the eye.
     [[nodiscard]] const Eigen::Matrix4d& modelViewMatrix() const { return m_modelView; }
     /// Projection times model-view.
     [[nodiscard]] const Eigen::Matrix4d& modelViewProjectionMatrix() const { return m_modelViewProjection; }
+    /// From clip space to the world.
     [[nodiscard]] const Eigen::Matrix4d& inverseModelViewProjectionMatrix() const { return m_inverse; }
 
+    /// Makes no OpenGL call: `viewport().set()` sets the context's.
     void setViewport(const Viewport& viewport) { m_viewport = viewport; }
+    /// See `projectionMatrix`.
     void setProjectionMatrix(const Eigen::Matrix4d& projection);
+    /// See `modelViewMatrix`.
     void setModelViewMatrix(const Eigen::Matrix4d& modelView);
     /// Derives the product and its inverse anew; the setters do so themselves.
     void updateMatrices();
@@ -46,11 +54,14 @@ public:
     /// For parallel projections, where it is the same everywhere. The third column is one unit of normalised
     /// device depth, which is half the window's.
     [[nodiscard]] Eigen::Matrix3d unprojectPixelIncrementOrtho() const;
+    /// For perspective projections, where it grows with the distance.
     [[nodiscard]] Eigen::Matrix3d unprojectPixelIncrementPerspective(const Eigen::Vector3d& world) const;
 
     /// The world directions of the window's x, y and depth axes, of length 1; zero where there is none.
     [[nodiscard]] Eigen::Vector3d xDir() const;
+    /// Upwards in the window.
     [[nodiscard]] Eigen::Vector3d yDir() const;
+    /// Away from the eye.
     [[nodiscard]] Eigen::Vector3d zDir() const;
 
     /// Loads projection and model-view into the matrix stacks of a compatibility context; the model-view

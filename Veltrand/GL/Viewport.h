@@ -9,10 +9,10 @@ namespace Veltrand::GL {
 
 /// A rectangle of window pixels, with the origin at the lower left.
 struct VELTRAND_GL_API Viewport {
-    int x = 0;
-    int y = 0;
-    int width = 0;
-    int height = 0;
+    int x = 0;      ///< of the left edge
+    int y = 0;      ///< of the lower edge
+    int width = 0;  ///< in pixels
+    int height = 0; ///< in pixels
 
     /// Takes over the current context's viewport. GL: glGetIntegerv, 1.0
     void retrieve();

@@ -13,7 +13,7 @@ esac
 
 packages=(
     # compilers and tools
-    ccache clang clang-format clang-tidy cmake git g++ ninja-build pkg-config python3 python3-glad
+    ccache clang clang-format clang-tidy cmake doxygen git g++ ninja-build pkg-config python3 python3-glad
     # libraries
     libboost-regex-dev libeigen3-dev libfreetype-dev libgl-dev libglx-dev libpng-dev libsodium-dev
     libutfcpp-dev libx11-dev libzstd-dev zlib1g-dev

@@ -1,13 +1,12 @@
 // SPDX-License-Identifier: BSD-3-Clause
 // Computing an image: a fragment shader runs for every texel of a texture. Here it counts the steps until
 // points of the plane escape, as a picture of letters.
+#include "LetterPicture.h"
 #include "StringRepository.h"
 #include <Eigen/Core>
 #include <Veltrand/GL/ContextManager.h>
 #include <Veltrand/GL/ImageProgram.h>
 #include <Veltrand/GL/Texture.h>
-#include <iostream>
-#include <string_view>
 
 namespace GL = Veltrand::GL;
 
@@ -43,14 +42,7 @@ int main() {
         program.setArgument("maxSteps", 40);
         program.compute(image, GL::ImageProgram::Cuboid());
         program.disable();
-
-        constexpr std::string_view shades = " .:-=+*%@#";
-        int column = 0;
-        for (const float steps : image.download<float>()) {
-            std::cout << shades[static_cast<std::size_t>(steps * 9.0F)];
-            if (++column % image.width() == 0)
-                std::cout << '\n';
-        }
+        printLetters(image);
     }
     GL::deinit();
 }

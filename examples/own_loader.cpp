@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: BSD-3-Clause
 // Raw OpenGL beside the library: a loader of the application's own draws into a texture of the library's. The
 // two loaders do not meet, so this one may be glad, another generated loader, or a few lines as here.
+#include "LetterPicture.h"
 #include <Eigen/Core>
 #include <Veltrand/GL/ContextManager.h>
 #include <Veltrand/GL/Framebuffer.h>
 #include <Veltrand/GL/Texture.h>
-#include <iostream>
 
 namespace {
 
@@ -65,9 +65,7 @@ int main() {
         const Functions gl(&GL::entryPoint);
         drawFrame(gl, image.width(), image.height());
 
-        const auto texels = image.download<Eigen::Vector4f>();
-        for (std::size_t i = 0; i < texels.size(); ++i)
-            std::cout << (texels[i].x() > 0.5F ? '#' : '.') << (i % 16 == 15 ? "\n" : "");
+        printLetters(image);
     }
     GL::deinit();
 }

@@ -1,0 +1,26 @@
+# cmake -DFILE=FILE -DPIXELS=LIST -P ExpectPixels.cmake
+#
+# Fails unless a portable pixel map is whole and has these colours: each entry is "COLUMN ROW REGEX", counted from
+# the upper left corner, with a regular expression for rrggbb.
+file(READ ${FILE} header LIMIT 15)
+if(NOT header MATCHES "^P6\n([0-9]+) ([0-9]+)\n255\n")
+    message(FATAL_ERROR "unexpected header:\n${header}")
+endif()
+string(LENGTH "${CMAKE_MATCH_0}" start)
+set(width ${CMAKE_MATCH_1})
+math(EXPR expected "${start} + 3 * ${width} * ${CMAKE_MATCH_2}")
+file(SIZE ${FILE} size)
+if(NOT size EQUAL expected)
+    message(FATAL_ERROR "${size} bytes instead of ${expected}")
+endif()
+foreach(pixel IN LISTS PIXELS)
+    separate_arguments(pixel)
+    list(GET pixel 0 column)
+    list(GET pixel 1 row)
+    list(GET pixel 2 regex)
+    math(EXPR offset "${start} + 3 * (${row} * ${width} + ${column})")
+    file(READ ${FILE} color OFFSET ${offset} LIMIT 3 HEX)
+    if(NOT color MATCHES "^${regex}$")
+        message(FATAL_ERROR "${color} instead of ${regex} at ${column}, ${row}")
+    endif()
+endforeach()

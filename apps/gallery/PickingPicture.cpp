@@ -3,6 +3,7 @@
 #include "gallery/LabelPainter.h"
 #include "gallery/RegionModel.h"
 #include "gallery/VolumeTexture.h"
+#include "support/OutputFile.h"
 
 #include <Veltrand/GL/FullscreenSquare.h>
 #include <Veltrand/GL/ObjectPicking.h>
@@ -10,8 +11,8 @@
 #include <Veltrand/GL/TextRenderer.h>
 
 #include <algorithm>
-#include <fstream>
 #include <optional>
+#include <sstream>
 #include <stdexcept>
 #include <string>
 
@@ -136,22 +137,20 @@ private:
 };
 
 void writeAnswers(const Scene& scene, const std::vector<Click>& clicks) {
-    const std::filesystem::path path = scene.directory / "picking.json";
-    std::ofstream file(path);
-    file << "[\n";
+    std::ostringstream text;
+    text << "[\n";
     for (std::size_t i = 0; i < clicks.size(); ++i) {
         const Click& click = clicks[i];
-        file << "  {\"panel\": \"" << click.panel << "\", \"point\": [" << click.point.x() << ", "
+        text << "  {\"panel\": \"" << click.panel << "\", \"point\": [" << click.point.x() << ", "
              << click.point.y() << "], \"region\": ";
         if (click.region)
-            file << *click.region << ", \"name\": \"" << regionName(scene, *click.region) << "\"}";
+            text << *click.region << ", \"name\": \"" << regionName(scene, *click.region) << "\"}";
         else
-            file << "null, \"name\": null}";
-        file << (i + 1 < clicks.size() ? ",\n" : "\n");
+            text << "null, \"name\": null}";
+        text << (i + 1 < clicks.size() ? ",\n" : "\n");
     }
-    file << "]\n";
-    if (!file.flush())
-        throw std::runtime_error("cannot write " + path.string() + ".");
+    text << "]\n";
+    writeText(scene.directory / "picking.json", text.str());
 }
 
 } // namespace

@@ -8,8 +8,7 @@
 
 namespace Veltrand::Apps {
 
-/// Writes a picture as PNG. The file appears under its name whole or not at all: it is written under a
-/// temporary name in the same directory and then renamed.
+/// Writes a picture as PNG. The file appears under its name whole or not at all.
 /// @param rgba four bytes a pixel, rows from the bottom up as OpenGL delivers them
 ///
 /// Throws `std::runtime_error` with one sentence that names the file and the reason.

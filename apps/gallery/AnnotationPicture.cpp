@@ -127,44 +127,45 @@ public:
         return font;
     }
     /// Pixels from one line of text to the next.
-    [[nodiscard]] double lineHeight() const { return m_text->lineHeightPx(font(White)); }
+    [[nodiscard]] double lineHeight() const { return TextRenderer::get()->lineHeightPx(font(White)); }
     /// Pixels of a thin line.
     [[nodiscard]] double lineWidth() const { return std::max(1.0, std::floor(m_points / 12.0)); }
 
+    // [snippet]
     void text(const std::string& text, const Vector2d& place, const TextRenderer::Font& font,
               AlignmentH alignH, AlignmentV alignV) const {
-        m_text->renderText(m_window, place, text, font, alignH, alignV);
+        GL::TextRenderer::get()->renderText(m_window, place, text, font, alignH, alignV);
     }
 
     /// @param points pairs, each joined by a line
     void lines(const std::vector<Vector3d>& points, double width, const Vector4d& color) const {
         const GL::Blending blending(GL::Blending::Preset::Alpha);
         m_window.set();
-        m_lines->renderLines(points, GL::LineRenderer::Options(color, width), m_view);
+        GL::LineRenderer::get()->renderLines(points, GL::LineRenderer::Options(color, width), m_view);
     }
+    // [/snippet]
     /// Through the middles of pixels, which keeps upright and level lines sharp.
     void sharpLines(std::vector<Vector3d> points, double width, const Vector4d& color) const {
         for (Vector3d& point : points)
             point.head<2>() = (point.head<2>().array().floor() + 0.5).matrix();
         lines(points, width, color);
     }
+    // [snippet]
     /// A dashed loop of points of the patient.
     void loop(const Loop& points, const Vector4d& color, const GL::ViewState& view) const {
         constexpr unsigned short Dashes = 0x0FFF;
         const GL::Blending blending(GL::Blending::Preset::Alpha);
         view.viewport().set();
-        m_lines->renderLineLoop(points,
-                                GL::LineRenderer::Options(color, 2 * lineWidth(), Eigen::Matrix4d::Identity(),
-                                                          Dashes, lineWidth()),
-                                view);
+        const GL::LineRenderer::Options options(color, 2 * lineWidth(), Eigen::Matrix4d::Identity(), Dashes,
+                                                lineWidth());
+        GL::LineRenderer::get()->renderLineLoop(points, options, view);
     }
+    // [/snippet]
 
 private:
     GL::Viewport m_window;
     GL::ViewState m_view;
     int m_points;
-    GL::LineRenderer* m_lines = GL::LineRenderer::get();
-    TextRenderer* m_text = TextRenderer::get();
 };
 
 /// A slice with everything that is marked on it.

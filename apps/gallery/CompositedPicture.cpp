@@ -18,9 +18,8 @@ namespace Veltrand::Apps {
 
 namespace {
 
-using GL::OffscreenRenderHelper;
-using Processing = OffscreenRenderHelper::ColorPostProcessing;
-using RenderBuffer = OffscreenRenderHelper::RenderBuffer;
+using Processing = GL::OffscreenRenderHelper::ColorPostProcessing;
+using RenderBuffer = GL::OffscreenRenderHelper::RenderBuffer;
 
 struct Variant {
     Processing processing;
@@ -65,6 +64,7 @@ public:
         const Eigen::Vector2i size(Samples * panel.width, Samples * panel.height);
         const PixelRect all{0, 0, size.x(), size.y()};
         const GL::ViewState view = m_surfaces.view(all);
+        // [snippet]
         RenderBuffer whole = lend(size);
         {
             const DepthTest depthTest; // in the buffers, and when they are put together
@@ -79,6 +79,7 @@ public:
                 m_edges, GL::LineRenderer::Options(Eigen::Vector4d(0.6, 0.75, 1, 1), 1.5 * Samples), view);
             lines.blendToParent();
         }
+        // [/snippet]
         {
             RenderBuffer text = lend(size);
             GL::TextRenderer::Font font;
@@ -88,21 +89,25 @@ public:
                                                 GL::TextRenderer::AlignmentV::Baseline);
             text.blendToParent();
         }
+        // [snippet]
         whole.blendToParent();
+        // [/snippet]
     }
 
 private:
-    RenderBuffer lend(const Eigen::Vector2i& size) {
+    // [snippet]
+    GL::OffscreenRenderHelper::RenderBuffer lend(const Eigen::Vector2i& size) {
         RenderBuffer buffer =
             m_helper.create(size, GL::InternalFormat::RGBA8, GL::InternalFormat::DepthComponent24);
         if (buffer.isEmpty())
             throw std::runtime_error("the driver cannot draw a picture of this size in passes.");
         return buffer;
     }
+    // [/snippet]
 
     RegionModel m_surfaces;
     std::vector<Eigen::Vector3d> m_edges;
-    OffscreenRenderHelper m_helper;
+    GL::OffscreenRenderHelper m_helper;
 };
 
 } // namespace

@@ -20,6 +20,7 @@ constexpr double Detail = 60;   // edge of what is shown, in millimetres
 constexpr double ScaleBar = 10; // in millimetres
 
 /// Runs an image program over every voxel.
+// [snippet]
 GL::Texture filter(const Scene& scene, const char* shader) {
     GL::Texture result(GL::Texture::Target::Texture3D, scene.volume.size, GL::InternalFormat::R32F);
     GL::ImageProgram program(shader, "", true, GL::ImageProgram::TexCoordMode::Output,
@@ -31,6 +32,7 @@ GL::Texture filter(const Scene& scene, const char* shader) {
     program.disable();
     return result;
 }
+// [/snippet]
 
 } // namespace
 
@@ -56,8 +58,10 @@ void drawFiltered(const Scene& scene, const Canvas& canvas) {
     const Window grey = textureWindow(scene.volume, scene.window);
     // A step over all of the window within two millimetres shows white.
     const Window slope{0, std::abs(grey.high - grey.low) / 2};
+    // [snippet]
     const GL::Texture mean = filter(scene, "VeltrandGallery/Mean.frag");
     const GL::Texture gradient = filter(scene, "VeltrandGallery/Gradient.frag");
+    // [/snippet]
 
     int left = (canvas.size().x() - 3 * (edge + 2 * margin)) / 2 + margin;
     const auto drawPanel = [&](const GL::Texture& texture, const Window& window, const std::string& caption) {

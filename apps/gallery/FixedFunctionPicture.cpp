@@ -95,6 +95,7 @@ std::vector<LegacyVertex> withNeighbours(const LegacyFigure& figure) {
 }
 
 void draw(const LegacyFigure& figure, const GL::ViewState& view) {
+    // [snippet]
     const bool joined = figure.primitive == Primitive::LineStrip || figure.primitive == Primitive::LineLoop;
     const Selection lines = joined ? Selection::WideLinesAdjacency : Selection::WideLines;
     GL::FixedFunctionPipeline& pipeline = *GL::FixedFunctionPipeline::get();
@@ -107,6 +108,7 @@ void draw(const LegacyFigure& figure, const GL::ViewState& view) {
         pipeline.enablePointSmoothing();
     if (figure.texture)
         pipeline.enableTexturing(*figure.texture);
+    // [/snippet]
     std::vector<Eigen::Vector3f> positions;
     std::vector<Eigen::Vector3f> texCoords;
     std::vector<Eigen::Vector4f> colors;
@@ -115,10 +117,12 @@ void draw(const LegacyFigure& figure, const GL::ViewState& view) {
         texCoords.push_back(vertex.texCoord);
         colors.push_back(vertex.color);
     }
+    // [snippet]
     GL::VertexBuffer buffer(GL::Buffer::Usage::StreamDraw);
     buffer.setData(positions, texCoords, colors);
     buffer.draw(joined ? Primitive::LineStripAdjacency : figure.primitive);
     pipeline.disable();
+    // [/snippet]
 }
 
 /// Draws the scene into an image of its own.

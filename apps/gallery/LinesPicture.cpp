@@ -87,10 +87,12 @@ public:
 
     void drawLoops() const {
         caption("Loop", 160, 298);
+        // [snippet]
         draw(polygon({90, 220}, 52, 3), GL::Primitive::LineLoop, Green, 9);
         draw(polygon({225, 215}, 62, 5, 2), GL::Primitive::LineLoop, Orange, 6);
         draw(polygon({90, 85}, 55, 90), GL::Primitive::LineLoop, Blue, 7, Dashed, 1.5);
         draw(polygon({225, 85}, 60, 5), GL::Primitive::LineLoop, White, 5, DashDotted, 2);
+        // [/snippet]
     }
 
     void drawStipples() const {
@@ -145,12 +147,14 @@ public:
         camera(1, 3) = -2.5;
         const GL::ViewState view(viewport, GL::createPerspective(1, 480.0 / 260, 0.1, 60), camera);
         viewport.set();
+        // [snippet]
         auto& lines = *GL::LineRenderer::get();
         const Options floor(Vector3d(0.7 * Blue), 1.5 * m_scale);
         for (int i = -8; i <= 8; ++i) {
             lines.renderLines({{3.0 * i, 0, 30}, {3.0 * i, 0, -25}}, floor, view);
             lines.renderLines({{-24, 0, 3.0 * i - 1}, {24, 0, 3.0 * i - 1}}, floor, view);
         }
+        // [/snippet]
         const auto options = [this](const Vector3d& color, double width, unsigned short pattern) {
             return Options(color, width * m_scale, Eigen::Matrix4d::Identity(), pattern, 3 * m_scale);
         };
@@ -175,6 +179,7 @@ private:
         return cardToCanvas;
     }
 
+    // [snippet]
     void draw(const Points& points, GL::Primitive primitive, const Vector3d& color, double width,
               unsigned short pattern = Solid, double factor = 1, double opacity = 1) const {
         const Options options(Vector4d(color.x(), color.y(), color.z(), opacity), width * m_scale,
@@ -183,6 +188,7 @@ private:
         if (GL::LineRenderer::makeVertexData(points, primitive, buffer))
             GL::LineRenderer::get()->render(buffer, primitive, options, m_view);
     }
+    // [/snippet]
 
     void draw(const Points& points, const std::vector<Vector4d>& colors, double width) const {
         GL::VertexBuffer buffer(GL::Buffer::Usage::StreamDraw);

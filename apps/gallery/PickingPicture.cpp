@@ -53,8 +53,10 @@ public:
         // Without regions, numbers beyond every value leave the volume alone as the labels.
         const double one = m_labels ? numbers.high : 1e9;
         setViewport(rect);
+        // [snippet]
         m_program->enable();
         picking.enable(*m_program, object);
+        // [/snippet]
         m_program->setArgument("volume", m_scene.texture);
         m_program->setArgument("labels", m_labels ? *m_labels : m_scene.texture);
         m_program->setArgument("panelToTexture",
@@ -171,6 +173,8 @@ void drawPicking(const Scene& scene, const Canvas& canvas) {
     const RegionSlice slice(scene);
     const RegionModel surfaces(scene);
     const Eigen::Vector2i pixels = Scale * canvas.size();
+    const Marker marker(canvas.size());
+    // [snippet]
     GL::OffscreenRenderHelper helper;
     GL::ObjectPicking picking;
     {
@@ -184,8 +188,6 @@ void drawPicking(const Scene& scene, const Canvas& canvas) {
         picking.disable();
         buffer.blendToParent();
     }
-
-    const Marker marker(canvas.size());
     for (Click& click : clicks) {
         // From points below the window's upper edge to pixels above the framebuffer's lower one.
         const Eigen::Vector2i pixel(Scale * click.point.x(), pixels.y() - 1 - Scale * click.point.y());
@@ -193,6 +195,7 @@ void drawPicking(const Scene& scene, const Canvas& canvas) {
             click.region = info.secondId;
         marker.answer(scene, click);
     }
+    // [/snippet]
     const int captionSize = canvas.size().y() / 45;
     marker.text("Picked on a slice", Eigen::Vector2d(half / 2, 1.5 * margin), captionSize);
     marker.text("Picked on surfaces", Eigen::Vector2d(half + half / 2, 1.5 * margin), captionSize);

@@ -29,20 +29,23 @@ void drawProjection(const Scene& scene, const Canvas& canvas) {
     // The brightest voxels of each ray are bright ones: the usual window would show them white.
     const Window window = textureWindow(scene.volume, percentileWindow(scene.volume, 50, 100));
 
+    // [snippet]
     GL::ImageProgram project("VeltrandGallery/Projection.frag", "", true,
                              GL::ImageProgram::TexCoordMode::Output,
                              GL::Program::Compilation::ImmediateThrow);
     project.setClearOutputEnabled(true, Eigen::Vector4f::Zero());
+    // [/snippet]
     const auto show =
         GL::Program::createVertexFragment("VeltrandGallery/Panel.vert", "VeltrandGallery/Image.frag", "",
                                           GL::Program::Compilation::ImmediateThrow);
     const auto square = GL::VertexBuffer::createFullscreenSquare();
     for (const SlicePanel& panel : layout.panels) {
-        GL::Texture image(GL::Texture::Target::Texture2D,
-                          Eigen::Vector3i(panel.rect.width, panel.rect.height, 1), GL::InternalFormat::R32F);
         const Eigen::Affine3d boxToTexture = patientToTexture(scene.volume) * boxToPatient(panel, bounds);
         const int slices =
             static_cast<int>(std::ceil(bounds.sizes()[panel.normal] / scene.volume.spacing().minCoeff()));
+        // [snippet]
+        GL::Texture image(GL::Texture::Target::Texture2D,
+                          Eigen::Vector3i(panel.rect.width, panel.rect.height, 1), GL::InternalFormat::R32F);
         project.enable();
         project.setArgument("volume", scene.texture);
         project.setArgument("boxToTexture", boxToTexture.matrix());
@@ -54,6 +57,7 @@ void drawProjection(const Scene& scene, const Canvas& canvas) {
             project.computeReduceZ(image, 0, slices, {});
         }
         project.disable();
+        // [/snippet]
 
         setViewport(panel.rect);
         show->enable();

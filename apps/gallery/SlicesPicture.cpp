@@ -10,7 +10,6 @@
 #include <array>
 #include <cmath>
 #include <cstdio>
-#include <memory>
 #include <string>
 
 namespace Veltrand::Apps {
@@ -21,68 +20,60 @@ namespace {
 const std::array<Eigen::Vector3f, 3> PlaneColors{
     {{0.95F, 0.42F, 0.38F}, {0.45F, 0.82F, 0.42F}, {0.42F, 0.66F, 1.0F}}};
 
-/// Draws slices and their marks onto the framebuffer that is bound.
-class SlicePainter {
-public:
-    explicit SlicePainter(const Scene& scene)
-        : m_scene(scene)
-        , m_slice(GL::Program::createVertexFragment("VeltrandGallery/Panel.vert",
-                                                    "VeltrandGallery/Slice.frag", "",
-                                                    GL::Program::Compilation::ImmediateThrow))
-        , m_square(GL::VertexBuffer::createFullscreenSquare()) {}
+const Eigen::Vector3f& planeColor(int axis) {
+    return PlaneColors[static_cast<std::size_t>(axis)];
+}
 
-    void drawSlice(const SlicePanel& panel, int letterScale) const {
-        const Eigen::Affine3d panelToTexture = patientToTexture(m_scene.volume) * panel.panelToPatient;
-        const Eigen::Vector2d size(panel.rect.width, panel.rect.height);
-        const Eigen::Vector3d point = panel.panelToPatient.inverse() * m_scene.point;
-        const Eigen::Vector2d crossing = point.head<2>().cwiseProduct(size).array().floor();
-        const Window window = textureWindow(m_scene.volume, m_scene.window);
+/// Where the other two planes cross a slice.
+void setLines(GL::Program& slice, const Scene& scene, const SlicePanel& panel, int letterScale) {
+    const Eigen::Vector2d size(panel.rect.width, panel.rect.height);
+    const Eigen::Vector3d point = panel.panelToPatient.inverse() * scene.point;
+    const Eigen::Vector2d crossing = point.head<2>().cwiseProduct(size).array().floor();
+    slice.setArgument("panelSize", size);
+    slice.setArgument("crossing", crossing);
+    slice.setArgument("lineWidth", static_cast<float>(std::max(1, letterScale / 3)));
+    slice.setArgument("gap", 4.0 * letterScale);
+    slice.setArgument("verticalLineColor", planeColor(panel.horizontal));
+    slice.setArgument("horizontalLineColor", planeColor(panel.vertical));
+}
 
-        setViewport(panel.rect);
-        m_slice->enable();
-        m_slice->setArgument("volume", m_scene.texture);
-        m_slice->setArgument("panelToTexture", panelToTexture.matrix());
-        m_slice->setArgument("window", Eigen::Vector2d(window.low, window.high));
-        m_slice->setArgument("panelSize", size);
-        m_slice->setArgument("crossing", crossing);
-        m_slice->setArgument("lineWidth", static_cast<float>(std::max(1, letterScale / 3)));
-        m_slice->setArgument("gap", 4.0 * letterScale);
-        m_slice->setArgument("verticalLineColor", planeColor(panel.horizontal));
-        m_slice->setArgument("horizontalLineColor", planeColor(panel.vertical));
-        m_square->draw(GL::Primitive::TriangleFan);
-        m_slice->disable();
-    }
+/// The letters of the patient's sides, and which slice it is.
+void drawMarks(const Scene& scene, const SlicePanel& panel, const SliceLayout& layout) {
+    const PixelRect& rect = panel.rect;
+    const int middleX = rect.x + rect.width / 2;
+    LabelPainter::drawLetters(scene, panel, layout);
 
-    void drawMarks(const SlicePanel& panel, const SliceLayout& layout) const {
-        const PixelRect& rect = panel.rect;
-        const int middleX = rect.x + rect.width / 2;
-        LabelPainter::drawLetters(m_scene, panel, layout);
-
-        std::array<char, 32> position{};
-        // Adding 0 turns -0 into 0.
-        const double rounded = std::round(m_scene.point[panel.normal] * 10) / 10 + 0.0;
-        std::snprintf(position.data(), position.size(), "%c = %.1f mm", "xyz"[panel.normal], rounded);
-        LabelPainter::drawText(position.data(), middleX, rect.y - 2 * layout.margin + layout.margin / 2,
-                               std::max(1, layout.letterScale * 2 / 3), planeColor(panel.normal));
-    }
-
-private:
-    static const Eigen::Vector3f& planeColor(int axis) { return PlaneColors[static_cast<std::size_t>(axis)]; }
-
-    const Scene& m_scene;
-    std::unique_ptr<GL::Program> m_slice;
-    std::unique_ptr<GL::VertexBuffer> m_square;
-};
+    std::array<char, 32> position{};
+    // Adding 0 turns -0 into 0.
+    const double rounded = std::round(scene.point[panel.normal] * 10) / 10 + 0.0;
+    std::snprintf(position.data(), position.size(), "%c = %.1f mm", "xyz"[panel.normal], rounded);
+    LabelPainter::drawText(position.data(), middleX, rect.y - 2 * layout.margin + layout.margin / 2,
+                           std::max(1, layout.letterScale * 2 / 3), planeColor(panel.normal));
+}
 
 } // namespace
 
 void drawSlices(const Scene& scene, const Canvas& canvas) {
     const SliceLayout layout = layoutSlices(canvas.size(), scene.volume.bounds(), scene.point);
-    const SlicePainter painter(scene);
+    const Window window = textureWindow(scene.volume, scene.window);
+    // [snippet]
+    const auto slice =
+        GL::Program::createVertexFragment("VeltrandGallery/Panel.vert", "VeltrandGallery/Slice.frag", "",
+                                          GL::Program::Compilation::ImmediateThrow);
+    const auto square = GL::VertexBuffer::createFullscreenSquare();
     for (const SlicePanel& panel : layout.panels) {
-        painter.drawSlice(panel, layout.letterScale);
-        painter.drawMarks(panel, layout);
+        const Eigen::Affine3d panelToTexture = patientToTexture(scene.volume) * panel.panelToPatient;
+        setViewport(panel.rect);
+        slice->enable();
+        slice->setArgument("volume", scene.texture);
+        slice->setArgument("panelToTexture", panelToTexture.matrix());
+        slice->setArgument("window", Eigen::Vector2d(window.low, window.high));
+        setLines(*slice, scene, panel, layout.letterScale);
+        square->draw(GL::Primitive::TriangleFan);
+        slice->disable();
+        drawMarks(scene, panel, layout);
     }
+    // [/snippet]
 }
 
 } // namespace Veltrand::Apps

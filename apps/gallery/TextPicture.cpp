@@ -47,12 +47,14 @@ public:
         , m_left((canvas.size().x() - width) / 2)
         , m_top((canvas.size().y() + height) / 2) {}
 
+    // [snippet]
     void text(int x, int y, const std::string& text, const Font& font, AlignmentH alignH = AlignmentH::Left,
               AlignmentV alignV = AlignmentV::Baseline) const {
         m_viewport.set();
         GL::TextRenderer::get()->renderText(m_viewport, Eigen::Vector2d(m_left + x, m_top - y), text, font,
                                             alignH, alignV);
     }
+    // [/snippet]
     [[nodiscard]] PixelRect rect(int x, int y, int w, int h) const {
         return {m_left + x, m_top - y - h, w, h};
     }
@@ -89,6 +91,7 @@ void drawSizes(const Sheet& sheet, int x, int y) {
 }
 
 void drawStyles(const Sheet& sheet, int x, int y) {
+    // [snippet]
     const std::array<std::pair<Style, const char*>, 4> styles{{{Style::Regular, "Regular"},
                                                                {Style::Bold, "Bold"},
                                                                {Style::BoldItalic, "Bold italic"},
@@ -103,6 +106,7 @@ void drawStyles(const Sheet& sheet, int x, int y) {
     font = makeFont(9, Style::Bold, Orange);
     font.decorations = {Decoration::Underline, Decoration::StrikeThrough, Decoration::Shadow};
     sheet.text(x + 440, y, "all of it, small", font);
+    // [/snippet]
 }
 
 void drawScripts(const Sheet& sheet, int x, int y) {

@@ -152,6 +152,7 @@ public:
     }
 
     /// @param transparency where the fragments go; the framebuffer if null
+    // [snippet]
     void draw(const GL::ViewState& view, const GL::OrderIndependentTransparency* transparency) const {
         view.viewport().set();
         m_program->enable();
@@ -162,6 +163,7 @@ public:
         m_vertices.draw(GL::Primitive::Triangles, m_indices);
         m_program->disable();
     }
+    // [/snippet]
 
 private:
     std::unique_ptr<GL::Program> m_program;
@@ -180,6 +182,7 @@ public:
         color.clear<float>({0, 0, 0, 1});
         GL::Texture depth = background(size, GL::InternalFormat::DepthComponent32F);
         depth.clear<float>({1, 0, 0, 0});
+        // [snippet]
         m_transparency.reset(size, false);
         unsigned room = 0;
         // Where fragments were missing, the next frame has more room.
@@ -189,6 +192,7 @@ public:
             m_transparency.renderBlendedFragments(color, depth);
             m_transparency.reset(size, false);
         }
+        // [/snippet]
     }
 
 private:

@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Builds the gallery and makes its pictures under a virtual display of its own, which ends with it.
-# Arguments go to veltrandgl-gallery; the pictures land in gallery/ of this checkout unless --out says otherwise.
+# Arguments go to veltrandgl-gallery; the pictures and index.html, the page that shows them, land in gallery/ of this
+# checkout unless --out says otherwise.
 set -euo pipefail
 
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)

@@ -2,10 +2,12 @@
 #include "gallery/Gallery.h"
 
 #include "gallery/Canvas.h"
+#include "gallery/GalleryPage.h"
 #include "gallery/Pictures.h"
 #include "gallery/ShaderRepository.h"
 #include "gallery/VolumeTexture.h"
 #include "support/Nifti.h"
+#include "support/OutputFile.h"
 #include "support/Png.h"
 
 #include <Veltrand/Core/Log.h>
@@ -14,13 +16,17 @@
 #include <Veltrand/GL/Functions.h>
 
 #include <algorithm>
+#include <array>
 #include <chrono>
+#include <cmath>
 #include <cstdio>
+#include <ctime>
 #include <fstream>
 #include <iostream>
 #include <optional>
 #include <sstream>
 #include <system_error>
+#include <thread>
 
 #include <unistd.h>
 
@@ -136,22 +142,59 @@ int takeErrors() {
     return count;
 }
 
+using Clock = std::chrono::steady_clock;
+
+double secondsSince(Clock::time_point start) {
+    return std::chrono::duration<double>(Clock::now() - start).count();
+}
+
 /// Makes one picture and prints its line.
-void makePicture(const Picture& picture, const Scene& scene, const GalleryOptions& options) {
-    const auto start = std::chrono::steady_clock::now();
+GalleryPage::Entry makePicture(const Picture& picture, const Scene& scene, const GalleryOptions& options) {
+    const Clock::time_point start = Clock::now();
     const std::filesystem::path file = options.directory / (std::string(picture.name) + ".png");
     Canvas canvas(options.size);
     canvas.begin();
     picture.draw(scene, canvas);
     writePng(file, options.size.x(), options.size.y(), canvas.read());
-    const std::chrono::duration<double> seconds = std::chrono::steady_clock::now() - start;
-    std::printf("%-12s %6.2f s  %s\n", std::string(picture.name).c_str(), seconds.count(), file.c_str());
+    const double seconds = secondsSince(start);
+    std::printf("%-13s %6.2f s  %s\n", std::string(picture.name).c_str(), seconds, file.c_str());
     std::fflush(stdout);
+    return {&picture, file, options.size, seconds};
+}
+
+std::string localTime() {
+    const std::time_t now = std::time(nullptr);
+    std::tm parts{};
+    std::array<char, 32> text{};
+    if (::localtime_r(&now, &parts) != nullptr)
+        (void)std::strftime(text.data(), text.size(), "%Y-%m-%d %H:%M %Z", &parts);
+    return text.data();
+}
+
+std::string describeTime(double seconds, std::size_t pictures) {
+    std::ostringstream text;
+    text << std::round(10 * seconds) / 10 << " s for " << pictures
+         << (pictures == 1 ? " picture" : " pictures");
+    return text.str();
+}
+
+std::vector<std::pair<std::string, std::string>> describeRun(const GalleryOptions& options,
+                                                             const GL::PlatformInfo& driver, int errors) {
+    const std::filesystem::path labels = labelsFile(options);
+    return {{"Library", "Veltrand GL " VELTRAND_VERSION},
+            {"Driver", driver.rendererString},
+            {"OpenGL", driver.versionString},
+            {"OpenGL errors", std::to_string(errors)},
+            {"Processors", std::to_string(std::thread::hardware_concurrency())},
+            {"Volume", options.volume.filename().string() +
+                           (labels.empty() ? "" : ", regions of " + labels.filename().string())},
+            {"Made", localTime()}};
 }
 
 } // namespace
 
 int runGallery(const GalleryOptions& options) {
+    const Clock::time_point start = Clock::now();
     Log::setGlobalLevel(options.verbose ? Log::Debug : Log::Warning);
     const std::vector<const Picture*> pictures = choosePictures(options.pictures);
     if (options.list) {
@@ -179,13 +222,20 @@ int runGallery(const GalleryOptions& options) {
     if (!volume.orientationKnown && Log::isAccepted(Log::Warning, "Gallery"))
         Log::log(Log::Warning, "Gallery", options.volume.string() + " does not say which side is left.");
     int errors = takeErrors();
+    GalleryPage page;
     for (const Picture* picture : pictures) {
-        makePicture(*picture, scene, options);
+        page.entries.push_back(makePicture(*picture, scene, options));
         errors += takeErrors();
     }
     const GL::PlatformInfo driver = GL::platformInfo();
     std::cout << "driver: " << driver.rendererString << ", OpenGL " << driver.versionString
               << "\nOpenGL errors: " << errors << std::endl;
+
+    page.facts = describeRun(options, driver, errors);
+    page.facts.emplace_back("Time", describeTime(secondsSince(start), pictures.size()));
+    const std::filesystem::path file = options.directory / "index.html";
+    writeText(file, page.html());
+    std::cout << "page: " << file.string() << std::endl;
     return errors;
 }
 

@@ -5,9 +5,9 @@
 
 namespace Veltrand::Apps {
 
-/// Makes the pictures, and reports on standard output: a line for each picture, then the driver and the
-/// number of OpenGL errors, which it returns. Throws an exception with one sentence on failure; pictures that
-/// were finished before stay.
+/// Makes the pictures and the page that shows them, and reports on standard output: a line for each picture,
+/// then the driver, the number of OpenGL errors, which it returns, and where the page is. Throws an exception
+/// with one sentence on failure; pictures that were finished before stay.
 [[nodiscard]] int runGallery(const GalleryOptions& options);
 
 } // namespace Veltrand::Apps

@@ -36,11 +36,17 @@ struct Scene {
 struct Picture {
     /// Its name on the command line and, with ".png", that of its file.
     std::string_view name;
-    /// One line for --list.
+    /// One line for --list, and its heading on the page.
     std::string_view description;
+    /// What is to be seen, for those who cannot see it.
+    std::string_view alternative;
+    /// The file of this folder whose marked lines stand beside it on the page.
+    std::string_view source;
     /// Draws onto the canvas, which is bound and cleared, with the main context current. May leave any state
     /// behind. Throws `std::runtime_error` with one sentence.
     void (*draw)(const Scene& scene, const Canvas& canvas);
+    /// A file that it writes beside the picture; empty if there is none.
+    std::string_view data{};
 };
 
 /// All pictures, in the order in which they are made.

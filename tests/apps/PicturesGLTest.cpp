@@ -200,5 +200,30 @@ TEST_F(PicturesGL, AnnotationMarksARegionWhereItIs) {
     EXPECT_EQ(measured, 1);
 }
 
+TEST_F(PicturesGL, StandOnAPageWithTheirBytes) {
+    use(4, [](const Vector3i& voxel) { return voxel.x(); });
+    const std::filesystem::path out = m_directory.path() / "out";
+    const std::filesystem::path page = out / "index.html";
+    const std::vector<std::string> arguments{"--volume", (m_directory.path() / "volume.nii").string(),
+                                             "--out",    out.string(),
+                                             "--size",   "160x160",
+                                             "slices",   "projection"};
+    const Testing::RunResult result = Testing::runGalleryProgram(arguments, m_directory.path());
+    EXPECT_EQ(result.status, 0) << result.errors;
+    EXPECT_TRUE(result.output.ends_with("\npage: " + page.string() + "\n")) << result.output;
+    const std::string html = Testing::readFile(page);
+    EXPECT_NE(html.find("<dd>volume.nii</dd>"), std::string::npos);
+    EXPECT_NE(html.find("s for 2 pictures</dd>"), std::string::npos);
+    for (const std::string picture : {"slices", "projection"})
+        EXPECT_NE(html.find("<li><a href=\"" + picture + ".png\">"), std::string::npos);
+    EXPECT_EQ(html.find("lines.png"), std::string::npos);
+
+    std::filesystem::remove(page);
+    std::filesystem::create_directories(page / "inside");
+    const Testing::RunResult blocked = Testing::runGalleryProgram(arguments, m_directory.path());
+    EXPECT_EQ(blocked.status, 1);
+    EXPECT_EQ(blocked.errors, "veltrandgl-gallery: cannot write " + page.string() + ": Is a directory.\n");
+}
+
 } // namespace
 } // namespace Veltrand

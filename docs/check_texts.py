@@ -59,7 +59,7 @@ def check_messages(root):
                if path.suffix in ('.cpp', '.h')}
     printed = '\n'.join(sources.values()).replace('\\"', '"')
     for message in quoted_messages(page):
-        pieces = [re.escape(piece) for piece in message.split('…')]
+        pieces = [re.escape(piece) for piece in message.strip('… ').split('…')]
         if not re.search('.{0,400}?'.join(pieces), printed, re.S):
             yield f'error-messages.md quotes what no source says: {message}'
 

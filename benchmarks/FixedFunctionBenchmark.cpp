@@ -1,4 +1,6 @@
 // SPDX-License-Identifier: BSD-3-Clause
+#include "RawProgram.h"
+
 #include <Veltrand/GL/FixedFunctionPipeline.h>
 #include <Veltrand/GL/Framebuffer.h>
 #include <Veltrand/GL/Functions.h>
@@ -96,67 +98,55 @@ private:
     Framebuffer m_framebuffer;
 };
 
-GLuint makeProgram(const std::string& vertex, const std::string& fragment) {
-    const GLuint program = glCreateProgram();
-    for (const auto& [stage, source] : {std::pair{GLenum{GL_VERTEX_SHADER}, vertex.c_str()},
-                                        std::pair{GLenum{GL_FRAGMENT_SHADER}, fragment.c_str()}}) {
-        const GLuint shader = glCreateShader(stage);
-        glShaderSource(shader, 1, &source, nullptr);
-        glCompileShader(shader);
-        glAttachShader(program, shader);
-        glDeleteShader(shader);
-    }
-    glLinkProgram(program);
-    return program;
-}
+using Stages = std::vector<std::pair<GLenum, std::string>>;
 
 // The same shaders, used by hand.
-GLuint makeSameProgram(bool textured) {
+Stages sameStages(bool) {
     const auto source = [](Program::Stage stage, const char* name) {
         Program::ShaderInfo shader;
         shader.stage = stage;
         shader.name = name;
         return Program::loadShaderSource(shader, false, {}, "", {});
     };
-    const GLuint program =
-        makeProgram(source(Program::Stage::Vertex, "VeltrandGL/FixedFunctionPipeline.vert"),
-                    source(Program::Stage::Fragment, "VeltrandGL/FixedFunctionPipeline.frag"));
-    glUseProgram(program);
-    glUniform1i(glGetUniformLocation(program, "u_tex1d"), 1);
-    glUniform1i(glGetUniformLocation(program, "u_tex2d"), 2);
-    glUniform1i(glGetUniformLocation(program, "u_tex3d"), 3);
-    glUniform1i(glGetUniformLocation(program, "u_texType"), textured ? 2 : 0);
-    return program;
+    return {{GL_VERTEX_SHADER, source(Program::Stage::Vertex, "VeltrandGL/FixedFunctionPipeline.vert")},
+            {GL_FRAGMENT_SHADER, source(Program::Stage::Fragment, "VeltrandGL/FixedFunctionPipeline.frag")}};
 }
 
 // Shaders that can do what is drawn and nothing else.
-GLuint makeSpecialProgram(bool textured) {
-    return makeProgram("#version 330\n"
-                       "layout(location = 0) in vec3 position;\n"
-                       "layout(location = 1) in vec2 texCoord;\n"
-                       "layout(location = 2) in vec4 color;\n"
-                       "uniform mat4 u_projectionMatrix, u_viewMatrix, u_modelMatrix;\n"
-                       "out vec4 v_color;\nout vec2 v_texCoord;\n"
-                       "void main() {\n"
-                       "    gl_Position = u_projectionMatrix * (u_viewMatrix *\n"
-                       "                  (u_modelMatrix * vec4(position, 1)));\n"
-                       "    gl_PointSize = 1.0;\n"
-                       "    v_color = color;\n    v_texCoord = texCoord;\n}\n",
-                       std::string("#version 330\n"
-                                   "in vec4 v_color;\nin vec2 v_texCoord;\n"
-                                   "uniform sampler2D image;\nout vec4 color;\n"
-                                   "void main() { color = v_color") +
-                           (textured ? " * texture(image, v_texCoord)" : "") + "; }\n");
+Stages specialStages(bool textured) {
+    return {{GL_VERTEX_SHADER, "#version 330\n"
+                               "layout(location = 0) in vec3 position;\n"
+                               "layout(location = 1) in vec2 texCoord;\n"
+                               "layout(location = 2) in vec4 color;\n"
+                               "uniform mat4 u_projectionMatrix, u_viewMatrix, u_modelMatrix;\n"
+                               "out vec4 v_color;\nout vec2 v_texCoord;\n"
+                               "void main() {\n"
+                               "    gl_Position = u_projectionMatrix * (u_viewMatrix *\n"
+                               "                  (u_modelMatrix * vec4(position, 1)));\n"
+                               "    gl_PointSize = 1.0;\n"
+                               "    v_color = color;\n    v_texCoord = texCoord;\n}\n"},
+            {GL_FRAGMENT_SHADER, std::string("#version 330\n"
+                                             "in vec4 v_color;\nin vec2 v_texCoord;\n"
+                                             "uniform sampler2D image;\nout vec4 color;\n"
+                                             "void main() { color = v_color") +
+                                     (textured ? " * texture(image, v_texCoord)" : "") + "; }\n"}};
 }
 
-// Describes the vertices once, as plain code would, and draws them with a program made by the caller.
-void drawByHand(benchmark::State& state, GLuint (*make)(bool textured)) {
+// Describes the vertices once, as plain code would, and draws them with a program of the caller's stages.
+void drawByHand(benchmark::State& state, Stages (*stages)(bool textured)) {
     const auto kind = static_cast<Kind>(state.range(0));
     state.SetLabel(kindNames[kind]);
     const Setting setting;
     const Vertices vertices = makeVertices();
     const bool textured = kind == TexturedTriangles;
-    const GLuint program = make(textured);
+    const RawProgram made(stages(textured));
+    const GLuint program = made.id();
+    glUseProgram(program);
+    // What the special program has not is ignored.
+    glUniform1i(glGetUniformLocation(program, "u_tex1d"), 1);
+    glUniform1i(glGetUniformLocation(program, "u_tex2d"), 2);
+    glUniform1i(glGetUniformLocation(program, "u_tex3d"), 3);
+    glUniform1i(glGetUniformLocation(program, "u_texType"), textured ? 2 : 0);
     GLuint array = 0;
     GLuint buffers[3];
     glGenVertexArrays(1, &array);
@@ -185,11 +175,10 @@ void drawByHand(benchmark::State& state, GLuint (*make)(bool textured)) {
     glBindVertexArray(0);
     glDeleteVertexArrays(1, &array);
     glDeleteBuffers(3, buffers);
-    glDeleteProgram(program);
 }
 
 void floorDraw(benchmark::State& state) {
-    drawByHand(state, makeSameProgram);
+    drawByHand(state, sameStages);
 }
 BENCHMARK(floorDraw)
     ->Name("fixedFunction10000/Floor")
@@ -198,7 +187,7 @@ BENCHMARK(floorDraw)
     ->UseRealTime();
 
 void specialDraw(benchmark::State& state) {
-    drawByHand(state, makeSpecialProgram);
+    drawByHand(state, specialStages);
 }
 BENCHMARK(specialDraw)
     ->Name("fixedFunction10000/Special")

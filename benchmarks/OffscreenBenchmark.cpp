@@ -1,4 +1,6 @@
 // SPDX-License-Identifier: BSD-3-Clause
+#include "RawProgram.h"
+
 #include <Veltrand/GL/Functions.h>
 #include <Veltrand/GL/OffscreenRenderHelper.h>
 
@@ -6,7 +8,9 @@
 #include <array>
 #include <benchmark/benchmark.h>
 #include <glad/gl.h>
+#include <string>
 #include <utility>
+#include <vector>
 
 namespace Veltrand::GL {
 
@@ -78,34 +82,22 @@ void lend(benchmark::State& state) {
 }
 BENCHMARK(lend)->Name("lend512")->Unit(benchmark::kMicrosecond)->UseRealTime();
 
-GLuint createRawBlend() {
-    const std::pair<GLenum, const char*> stages[] = {
-        {GL_VERTEX_SHADER, "#version 330\nout vec2 texCoord;\nvoid main() {\n"
-                           "    texCoord = vec2(gl_VertexID & 1, gl_VertexID >> 1);\n"
-                           "    gl_Position = vec4(2 * texCoord - 1, 0, 1);\n}\n"},
-        {GL_FRAGMENT_SHADER, "#version 330\nuniform sampler2D colors;\nuniform sampler2D depths;\n"
-                             "in vec2 texCoord;\nout vec4 color;\nvoid main() {\n"
-                             "    color = texture(colors, texCoord);\n"
-                             "    gl_FragDepth = texture(depths, texCoord).r;\n}\n"}};
-    const GLuint program = glCreateProgram();
-    for (const auto& [stage, source] : stages) {
-        const GLuint shader = glCreateShader(stage);
-        glShaderSource(shader, 1, &source, nullptr);
-        glCompileShader(shader);
-        glAttachShader(program, shader);
-        glDeleteShader(shader);
-    }
-    glLinkProgram(program);
-    glUseProgram(program);
-    glUniform1i(glGetUniformLocation(program, "depths"), 1);
-    return program;
-}
+const std::vector<std::pair<GLenum, std::string>> blendStages{
+    {GL_VERTEX_SHADER, "#version 330\nout vec2 texCoord;\nvoid main() {\n"
+                       "    texCoord = vec2(gl_VertexID & 1, gl_VertexID >> 1);\n"
+                       "    gl_Position = vec4(2 * texCoord - 1, 0, 1);\n}\n"},
+    {GL_FRAGMENT_SHADER, "#version 330\nuniform sampler2D colors;\nuniform sampler2D depths;\n"
+                         "in vec2 texCoord;\nout vec4 color;\nvoid main() {\n"
+                         "    color = texture(colors, texCoord);\n"
+                         "    gl_FragDepth = texture(depths, texCoord).r;\n}\n"}};
 
 // One pass over the parent that blends and writes depth.
 void blendFloor(benchmark::State& state) {
     const Target source;
     const Target parent;
-    const GLuint program = createRawBlend();
+    const RawProgram program(blendStages);
+    glUseProgram(program.id());
+    glUniform1i(glGetUniformLocation(program.id(), "depths"), 1);
     GLuint vertexArray = 0;
     glGenVertexArrays(1, &vertexArray);
     glBindVertexArray(vertexArray);
@@ -132,7 +124,6 @@ void blendFloor(benchmark::State& state) {
     glBindVertexArray(0);
     glDeleteVertexArrays(1, &vertexArray);
     glUseProgram(0);
-    glDeleteProgram(program);
 }
 BENCHMARK(blendFloor)->Name("blend512/Floor")->Unit(benchmark::kMicrosecond)->UseRealTime();
 

@@ -11,6 +11,7 @@
 
 #include <Eigen/Core>
 #include <algorithm>
+#include <array>
 #include <glad/gl.h>
 #include <type_traits>
 
@@ -49,46 +50,19 @@ const UnitLimits& unitLimits() {
     return limits;
 }
 
-// One glUniform call each; the element type of an array chooses the entry point.
+// The entry points for arrays: of vectors of one component and more, and of matrices of two rows and more.
 
-template<int Rows>
-void setVectors(GLint location, GLsizei count, const int* values) {
-    if constexpr (Rows == 1)
-        glUniform1iv(location, count, values);
-    else if constexpr (Rows == 2)
-        glUniform2iv(location, count, values);
-    else if constexpr (Rows == 3)
-        glUniform3iv(location, count, values);
-    else
-        glUniform4iv(location, count, values);
+auto vectorCalls(const int*) {
+    return std::array{glUniform1iv, glUniform2iv, glUniform3iv, glUniform4iv};
 }
-
-template<int Rows>
-void setVectors(GLint location, GLsizei count, const unsigned int* values) {
-    static_assert(Rows == 1);
-    glUniform1uiv(location, count, values);
+auto vectorCalls(const unsigned int*) {
+    return std::array{glUniform1uiv};
 }
-
-template<int Rows>
-void setVectors(GLint location, GLsizei count, const float* values) {
-    if constexpr (Rows == 1)
-        glUniform1fv(location, count, values);
-    else if constexpr (Rows == 2)
-        glUniform2fv(location, count, values);
-    else if constexpr (Rows == 3)
-        glUniform3fv(location, count, values);
-    else
-        glUniform4fv(location, count, values);
+auto vectorCalls(const float*) {
+    return std::array{glUniform1fv, glUniform2fv, glUniform3fv, glUniform4fv};
 }
-
-template<int Rows>
-void setMatrices(GLint location, GLsizei count, const float* values) {
-    if constexpr (Rows == 2)
-        glUniformMatrix2fv(location, count, GL_FALSE, values);
-    else if constexpr (Rows == 3)
-        glUniformMatrix3fv(location, count, GL_FALSE, values);
-    else
-        glUniformMatrix4fv(location, count, GL_FALSE, values);
+auto matrixCalls() {
+    return std::array{glUniformMatrix2fv, glUniformMatrix3fv, glUniformMatrix4fv};
 }
 
 template<class T>
@@ -108,9 +82,9 @@ void setUniforms(GLint location, std::size_t count, const Eigen::Matrix<Scalar, 
     static_assert(sizeof(*values) == sizeof(Scalar) * Rows * Columns);
     const Scalar* const components = count > 0 ? values->data() : nullptr;
     if constexpr (Columns == 1)
-        setVectors<Rows>(location, static_cast<GLsizei>(count), components);
+        std::get<Rows - 1>(vectorCalls(components))(location, static_cast<GLsizei>(count), components);
     else
-        setMatrices<Rows>(location, static_cast<GLsizei>(count), components);
+        std::get<Rows - 2>(matrixCalls())(location, static_cast<GLsizei>(count), GL_FALSE, components);
 }
 
 template<int Rows, int Columns>
@@ -134,7 +108,7 @@ void setUniform(GLint location, const Eigen::Matrix<Scalar, Rows, Columns>& valu
 template<class Element>
 void setUniform(GLint location, const std::vector<Element>& values) {
     if constexpr (std::is_arithmetic_v<Element>)
-        setVectors<1>(location, static_cast<GLsizei>(values.size()), values.data());
+        std::get<0>(vectorCalls(values.data()))(location, static_cast<GLsizei>(values.size()), values.data());
     else
         setUniforms(location, values.size(), values.data());
 }

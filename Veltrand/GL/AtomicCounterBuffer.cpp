@@ -3,16 +3,15 @@
 
 #include <Veltrand/Core/Log.h>
 #include <Veltrand/GL/detail/LogMessage.h>
+#include <Veltrand/GL/detail/MoveOnly.h>
 
 #include <glad/gl.h>
 #include <string>
 #include <string_view>
-#include <type_traits>
 
 namespace Veltrand::GL {
 
-static_assert(std::is_nothrow_move_constructible_v<AtomicCounterBuffer> &&
-              !std::is_copy_constructible_v<AtomicCounterBuffer>);
+static_assert(MoveOnly<AtomicCounterBuffer>);
 
 namespace {
 

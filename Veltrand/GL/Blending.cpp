@@ -2,15 +2,14 @@
 #include <Veltrand/GL/Blending.h>
 
 #include <Veltrand/GL/Functions.h>
+#include <Veltrand/GL/detail/MoveOnly.h>
 
 #include <Eigen/Core>
 #include <glad/gl.h>
-#include <type_traits>
 
 namespace Veltrand::GL {
 
-static_assert(std::is_nothrow_move_constructible_v<Blending> && std::is_nothrow_move_assignable_v<Blending> &&
-              !std::is_copy_constructible_v<Blending>);
+static_assert(MoveOnly<Blending>);
 static_assert(GLenum(Blending::Function::Zero) == GL_ZERO && GLenum(Blending::Function::One) == GL_ONE &&
               GLenum(Blending::Function::SrcColor) == GL_SRC_COLOR &&
               GLenum(Blending::Function::OneMinusSrcColor) == GL_ONE_MINUS_SRC_COLOR &&

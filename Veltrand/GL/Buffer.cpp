@@ -3,17 +3,16 @@
 
 #include <Veltrand/Core/Log.h>
 #include <Veltrand/GL/detail/LogMessage.h>
+#include <Veltrand/GL/detail/MoveOnly.h>
 
 #include <glad/gl.h>
 #include <stdexcept>
 #include <string>
-#include <type_traits>
 #include <utility>
 
 namespace Veltrand::GL {
 
-static_assert(std::is_nothrow_move_constructible_v<Buffer> && std::is_nothrow_move_assignable_v<Buffer> &&
-              !std::is_copy_constructible_v<Buffer>);
+static_assert(MoveOnly<Buffer>);
 static_assert(GLenum(Buffer::Target::Parameter) == GL_PARAMETER_BUFFER &&
               GLenum(Buffer::Target::Array) == GL_ARRAY_BUFFER &&
               GLenum(Buffer::Target::ElementArray) == GL_ELEMENT_ARRAY_BUFFER &&

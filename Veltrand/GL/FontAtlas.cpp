@@ -10,6 +10,7 @@
 #include <Veltrand/GL/Viewport.h>
 #include <Veltrand/GL/detail/GlyphPacking.h>
 #include <Veltrand/GL/detail/LogMessage.h>
+#include <Veltrand/GL/detail/MoveOnly.h>
 #include <Veltrand/GL/detail/ScopedState.h>
 
 #include <array>
@@ -19,7 +20,6 @@
 #include <iterator>
 #include <stdexcept>
 #include <string_view>
-#include <type_traits>
 #include <utf8.h>
 
 #include <ft2build.h>
@@ -29,8 +29,7 @@
 
 namespace Veltrand::GL {
 
-static_assert(std::is_nothrow_move_constructible_v<FontAtlas> &&
-              std::is_nothrow_move_assignable_v<FontAtlas> && !std::is_copy_constructible_v<FontAtlas>);
+static_assert(MoveOnly<FontAtlas>);
 static_assert(sizeof(FontAtlas::Glyph) == 12 * sizeof(float));
 
 namespace {

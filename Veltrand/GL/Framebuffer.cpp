@@ -6,17 +6,16 @@
 #include <Veltrand/GL/Functions.h>
 #include <Veltrand/GL/Texture.h>
 #include <Veltrand/GL/detail/LogMessage.h>
+#include <Veltrand/GL/detail/MoveOnly.h>
 
 #include <glad/gl.h>
 #include <stdexcept>
 #include <string>
-#include <type_traits>
 #include <utility>
 
 namespace Veltrand::GL {
 
-static_assert(std::is_nothrow_move_constructible_v<Framebuffer> &&
-              std::is_nothrow_move_assignable_v<Framebuffer> && !std::is_copy_constructible_v<Framebuffer>);
+static_assert(MoveOnly<Framebuffer>);
 static_assert(GLenum(Framebuffer::Attachment::DepthStencil) == GL_DEPTH_STENCIL_ATTACHMENT &&
               GLenum(Framebuffer::Attachment::Depth) == GL_DEPTH_ATTACHMENT &&
               GLenum(Framebuffer::Attachment::Stencil) == GL_STENCIL_ATTACHMENT &&

@@ -10,6 +10,7 @@
 #include <Veltrand/GL/VertexBuffer.h>
 #include <Veltrand/GL/detail/ImagePlan.h>
 #include <Veltrand/GL/detail/LogMessage.h>
+#include <Veltrand/GL/detail/MoveOnly.h>
 #include <Veltrand/GL/detail/ScopedState.h>
 #include <Veltrand/GL/detail/Texels.h>
 
@@ -19,13 +20,11 @@
 #include <glad/gl.h>
 #include <optional>
 #include <thread>
-#include <type_traits>
 #include <utility>
 
 namespace Veltrand::GL {
 
-static_assert(std::is_nothrow_move_constructible_v<ImageProgram> &&
-              std::is_nothrow_move_assignable_v<ImageProgram> && !std::is_copy_constructible_v<ImageProgram>);
+static_assert(MoveOnly<ImageProgram>);
 
 namespace {
 

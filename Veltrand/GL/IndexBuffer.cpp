@@ -1,12 +1,11 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include <Veltrand/GL/IndexBuffer.h>
 
-#include <type_traits>
+#include <Veltrand/GL/detail/MoveOnly.h>
 
 namespace Veltrand::GL {
 
-static_assert(std::is_nothrow_move_constructible_v<IndexBuffer> &&
-              !std::is_copy_constructible_v<IndexBuffer>);
+static_assert(MoveOnly<IndexBuffer>);
 
 IndexBuffer::IndexBuffer(Usage usage)
     : Buffer(Target::ElementArray, usage) {}

@@ -7,6 +7,7 @@
 #include <Veltrand/GL/Program.h>
 #include <Veltrand/GL/Texture.h>
 #include <Veltrand/GL/detail/LogMessage.h>
+#include <Veltrand/GL/detail/MoveOnly.h>
 #include <Veltrand/GL/detail/ScopedState.h>
 #include <Veltrand/GL/detail/TargetSize.h>
 
@@ -16,14 +17,11 @@
 #include <span>
 #include <string>
 #include <string_view>
-#include <type_traits>
 #include <utility>
 
 namespace Veltrand::GL {
 
-static_assert(std::is_nothrow_move_constructible_v<ObjectPicking> &&
-              std::is_nothrow_move_assignable_v<ObjectPicking> &&
-              !std::is_copy_constructible_v<ObjectPicking>);
+static_assert(MoveOnly<ObjectPicking>);
 static_assert(sizeof(ObjectPicking::PickingInfo) == 8);
 
 namespace {

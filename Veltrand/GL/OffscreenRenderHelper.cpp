@@ -13,6 +13,7 @@
 #include <Veltrand/GL/Viewport.h>
 #include <Veltrand/GL/detail/HashCombine.h>
 #include <Veltrand/GL/detail/LogMessage.h>
+#include <Veltrand/GL/detail/MoveOnly.h>
 #include <Veltrand/GL/detail/ScopedState.h>
 #include <Veltrand/GL/detail/TargetSize.h>
 
@@ -29,9 +30,7 @@
 
 namespace Veltrand::GL {
 
-static_assert(std::is_nothrow_move_constructible_v<OffscreenRenderHelper::RenderBuffer> &&
-              std::is_nothrow_move_assignable_v<OffscreenRenderHelper::RenderBuffer> &&
-              !std::is_copy_constructible_v<OffscreenRenderHelper::RenderBuffer> &&
+static_assert(MoveOnly<OffscreenRenderHelper::RenderBuffer> &&
               !std::is_copy_constructible_v<OffscreenRenderHelper>);
 
 namespace {

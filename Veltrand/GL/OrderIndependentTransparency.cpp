@@ -11,6 +11,7 @@
 #include <Veltrand/GL/StateGuard.h>
 #include <Veltrand/GL/Texture.h>
 #include <Veltrand/GL/detail/LogMessage.h>
+#include <Veltrand/GL/detail/MoveOnly.h>
 #include <Veltrand/GL/detail/NodeBudget.h>
 #include <Veltrand/GL/detail/ScopedState.h>
 
@@ -21,13 +22,10 @@
 #include <stdexcept>
 #include <string>
 #include <string_view>
-#include <type_traits>
 
 namespace Veltrand::GL {
 
-static_assert(std::is_nothrow_move_constructible_v<OrderIndependentTransparency> &&
-              std::is_nothrow_move_assignable_v<OrderIndependentTransparency> &&
-              !std::is_copy_constructible_v<OrderIndependentTransparency>);
+static_assert(MoveOnly<OrderIndependentTransparency>);
 
 namespace {
 

@@ -5,18 +5,17 @@
 #include <Veltrand/GL/ProgramDecorator.h>
 #include <Veltrand/GL/ShaderLog.h>
 #include <Veltrand/GL/detail/LogMessage.h>
+#include <Veltrand/GL/detail/MoveOnly.h>
 
 #include <Eigen/Core>
 #include <algorithm>
 #include <array>
 #include <glad/gl.h>
 #include <stdexcept>
-#include <type_traits>
 
 namespace Veltrand::GL {
 
-static_assert(std::is_nothrow_move_constructible_v<Program> && std::is_nothrow_move_assignable_v<Program>);
-static_assert(!std::is_copy_constructible_v<Program> && !std::is_copy_assignable_v<Program>);
+static_assert(MoveOnly<Program>);
 
 static_assert(GLenum(Program::Stage::Fragment) == GL_FRAGMENT_SHADER);
 static_assert(GLenum(Program::Stage::Vertex) == GL_VERTEX_SHADER);

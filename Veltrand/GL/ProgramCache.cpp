@@ -3,17 +3,15 @@
 
 #include <Veltrand/GL/Program.h>
 #include <Veltrand/GL/detail/HashCombine.h>
+#include <Veltrand/GL/detail/MoveOnly.h>
 
 #include <algorithm>
 #include <stdexcept>
-#include <type_traits>
 #include <utility>
 
 namespace Veltrand::GL {
 
-static_assert(std::is_nothrow_move_constructible_v<ProgramCache> &&
-              std::is_nothrow_move_assignable_v<ProgramCache>);
-static_assert(!std::is_copy_constructible_v<ProgramCache> && !std::is_copy_assignable_v<ProgramCache>);
+static_assert(MoveOnly<ProgramCache>);
 
 std::size_t ProgramCache::Impl::ShaderInfo::Hasher::operator()(const ShaderInfo& info) const {
     std::uint64_t hash = std::hash<std::string>()(info.defines);

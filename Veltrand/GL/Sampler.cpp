@@ -1,16 +1,16 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include <Veltrand/GL/Sampler.h>
 
+#include <Veltrand/GL/detail/MoveOnly.h>
+
 #include <Eigen/Core>
 #include <glad/gl.h>
 #include <stdexcept>
-#include <type_traits>
 #include <utility>
 
 namespace Veltrand::GL {
 
-static_assert(std::is_nothrow_move_constructible_v<Sampler> && std::is_nothrow_move_assignable_v<Sampler> &&
-              !std::is_copy_constructible_v<Sampler>);
+static_assert(MoveOnly<Sampler>);
 static_assert(GLenum(Sampler::MinFilter::Nearest) == GL_NEAREST &&
               GLenum(Sampler::MinFilter::Linear) == GL_LINEAR &&
               GLenum(Sampler::MinFilter::NearestMipmapNearest) == GL_NEAREST_MIPMAP_NEAREST &&

@@ -3,14 +3,13 @@
 
 #include <Veltrand/Core/Log.h>
 #include <Veltrand/GL/detail/LogMessage.h>
+#include <Veltrand/GL/detail/MoveOnly.h>
 
 #include <glad/gl.h>
-#include <type_traits>
 
 namespace Veltrand::GL {
 
-static_assert(std::is_nothrow_move_constructible_v<ShaderStorageBuffer> &&
-              !std::is_copy_constructible_v<ShaderStorageBuffer>);
+static_assert(MoveOnly<ShaderStorageBuffer>);
 
 ShaderStorageBuffer::ShaderStorageBuffer(Usage usage)
     : Buffer(Target::ShaderStorage, usage) {

@@ -1,15 +1,15 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include <Veltrand/GL/SyncObject.h>
 
+#include <Veltrand/GL/detail/MoveOnly.h>
+
 #include <algorithm>
 #include <glad/gl.h>
-#include <type_traits>
 #include <utility>
 
 namespace Veltrand::GL {
 
-static_assert(std::is_nothrow_move_constructible_v<SyncObject> &&
-              std::is_nothrow_move_assignable_v<SyncObject> && !std::is_copy_constructible_v<SyncObject>);
+static_assert(MoveOnly<SyncObject>);
 static_assert(GLenum(SyncObject::WaitResult::AlreadySignaled) == GL_ALREADY_SIGNALED &&
               GLenum(SyncObject::WaitResult::TimeoutExpired) == GL_TIMEOUT_EXPIRED &&
               GLenum(SyncObject::WaitResult::ConditionSatisfied) == GL_CONDITION_SATISFIED &&

@@ -7,6 +7,7 @@
 #include <Veltrand/GL/InstanceManager.h>
 #include <Veltrand/GL/StateGuard.h>
 #include <Veltrand/GL/detail/LogMessage.h>
+#include <Veltrand/GL/detail/MoveOnly.h>
 #include <Veltrand/GL/detail/Texels.h>
 
 #include <Eigen/Core>
@@ -16,13 +17,11 @@
 #include <stdexcept>
 #include <string>
 #include <string_view>
-#include <type_traits>
 #include <utility>
 
 namespace Veltrand::GL {
 
-static_assert(std::is_nothrow_move_constructible_v<Texture> && std::is_nothrow_move_assignable_v<Texture> &&
-              !std::is_copy_constructible_v<Texture>);
+static_assert(MoveOnly<Texture>);
 static_assert(GLenum(Texture::Target::Texture1D) == GL_TEXTURE_1D &&
               GLenum(Texture::Target::Texture2D) == GL_TEXTURE_2D &&
               GLenum(Texture::Target::Texture3D) == GL_TEXTURE_3D &&

@@ -5,17 +5,15 @@
 #include <Veltrand/GL/InstanceManager.h>
 #include <Veltrand/GL/VertexBuffer.h>
 #include <Veltrand/GL/detail/DrawCalls.h>
+#include <Veltrand/GL/detail/MoveOnly.h>
 
 #include <bit>
 #include <string>
 #include <string_view>
-#include <type_traits>
 
 namespace Veltrand::GL {
 
-static_assert(std::is_nothrow_move_constructible_v<VertexArrayObject> &&
-              std::is_nothrow_move_assignable_v<VertexArrayObject> &&
-              !std::is_copy_constructible_v<VertexArrayObject>);
+static_assert(MoveOnly<VertexArrayObject>);
 
 namespace {
 

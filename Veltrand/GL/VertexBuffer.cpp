@@ -4,14 +4,13 @@
 #include <Veltrand/GL/IndexBuffer.h>
 #include <Veltrand/GL/VertexArrayObject.h>
 #include <Veltrand/GL/detail/DrawCalls.h>
+#include <Veltrand/GL/detail/MoveOnly.h>
 
 #include <string_view>
-#include <type_traits>
 
 namespace Veltrand::GL {
 
-static_assert(std::is_nothrow_move_constructible_v<VertexBuffer> &&
-              !std::is_copy_constructible_v<VertexBuffer>);
+static_assert(MoveOnly<VertexBuffer>);
 
 namespace {
 

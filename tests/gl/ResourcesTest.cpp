@@ -28,8 +28,8 @@ void flipByteOfFirstShader() {
 
 } // namespace
 
-TEST(Resources, FifteenShadersAreThereAsText) {
-    EXPECT_EQ(veltrandGLShadersCount, 15U);
+TEST(Resources, EveryShaderIsThereAsText) {
+    EXPECT_GT(veltrandGLShadersCount, 0U);
     for (std::size_t i = 0; i < veltrandGLShadersCount; ++i) {
         const EmbeddedFile& file = veltrandGLShaders[i];
         const auto text = query("VeltrandGL", file.name);

@@ -71,7 +71,7 @@ private:
 
 } // namespace
 
-struct DirectoryRepository::Private {
+struct __attribute__((visibility("hidden"))) DirectoryRepository::Private {
     std::string name;
     fs::path directory;
     mutable std::mutex mutex;

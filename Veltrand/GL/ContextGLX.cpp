@@ -228,7 +228,7 @@ std::string displayNameOf(Display* display, GLXContext context) {
 
 } // namespace
 
-struct ContextGLX::Private {
+struct __attribute__((visibility("hidden"))) ContextGLX::Private {
     Display* display = nullptr;
     Window window = 0;
     GLXContext context = nullptr;

@@ -27,6 +27,8 @@ packages=(
     fonts-dejavu-core fonts-dejavu-extra
     # the gallery's volume
     mricron-data
+    # Debian packages and a clean tree to test them in
+    debootstrap dpkg-dev file
     "${peers[@]}"
 )
 

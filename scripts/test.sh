@@ -2,8 +2,8 @@
 # Builds everything and runs the tests on an X server of their own.
 #
 #   scripts/test.sh          debug build, all tests, formatting
-#   scripts/test.sh --all    also clang-tidy, a build with clang, and the tests under the address,
-#                            undefined-behaviour and thread sanitizers
+#   scripts/test.sh --all    also clang-tidy, a build with clang, the tests under the address,
+#                            undefined-behaviour and thread sanitizers, and the Debian packages in a clean tree
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -58,5 +58,9 @@ if [ "$all" = yes ]; then
     build tsan --target core-tests gl-tests context-tests
     TSAN_OPTIONS="suppressions=$PWD/tests/sanitizers/tsan.supp history_size=4 exitcode=66" \
         with_display ctest --test-dir build/tsan --output-on-failure --label-regex threads
+
+    step "Debian packages"
+    scripts/package.sh
+    scripts/test-packages.sh || [ $? -eq 77 ] # it has said why it was skipped
 fi
 step "Done"

@@ -1,17 +1,14 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include "support/LogCapture.h"
+#include "support/Threads.h"
 
 #include <Veltrand/Core/Zstd.h>
 
 #include <algorithm>
-#include <array>
 #include <cstdint>
-#include <cstring>
 #include <gtest/gtest.h>
 #include <initializer_list>
 #include <string>
-#include <thread>
-#include <vector>
 
 namespace Veltrand::Compression::zstd {
 
@@ -127,15 +124,11 @@ TEST(Zstd, RefusesWhatIsNotExactlyOneHonestFrame) {
 
 TEST(Zstd, ServesSeveralThreadsAtOnce) {
     const Context context;
-    std::vector<std::thread> threads(4);
-    for (std::uint32_t seed = 0; std::thread & thread : threads)
-        thread = std::thread([&context, seed = seed++] {
-            const ByteBuffer content = sample(20000 + seed, seed);
-            for (int i = 0; i < 5; ++i)
-                EXPECT_EQ(context.decompress(context.compress(content)).value(), content);
-        });
-    for (std::thread& thread : threads)
-        thread.join();
+    std::atomic<std::uint32_t> seed{0};
+    Testing::onThreads(5, [&] {
+        const ByteBuffer content = sample(20000, ++seed);
+        EXPECT_EQ(context.decompress(context.compress(content)).value(), content);
+    });
 }
 
 } // namespace Veltrand::Compression::zstd

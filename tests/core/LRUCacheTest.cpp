@@ -14,9 +14,6 @@ namespace {
 
 using Evictions = std::vector<std::string>;
 
-// Runs something when it is destroyed, as owners of resources do.
-using Owner = std::shared_ptr<void>;
-
 constexpr ByteSize bytes(std::uint64_t count) {
     return ByteSize(count);
 }
@@ -87,30 +84,6 @@ TEST(LRUCache, EvictionSlotsMayChangeTheCache) {
     cache.insert("d", 4, bytes(1));
     EXPECT_EQ(evicted, (Evictions{"a", "b", "c", "from slot"}));
     EXPECT_EQ(cache.elementCount(), 0u);
-}
-
-TEST(LRUCache, DestructorsOfValuesMayChangeTheCache) {
-    std::vector<std::string> order;
-    {
-        Container::LRUCache<std::string, Owner> cache(bytes(2));
-        cache.evictionSignal().connect([&](const std::string& key) { order.push_back("slot " + key); });
-        const auto owner = [&](const std::string& name, const std::string& reinsert) {
-            return Owner(nullptr, [&cache, &order, name, reinsert](std::nullptr_t) {
-                order.push_back("end " + name);
-                EXPECT_EQ(cache.totalSize(), bytes(cache.elementCount()));
-                if (!reinsert.empty())
-                    cache.insert(reinsert, Owner(), bytes(1));
-            });
-        };
-        cache.insert("a", owner("a1", "b"), bytes(1));
-        cache.insert("a", owner("a2", "a"), bytes(1)); // the old value's end inserts "b"
-        EXPECT_EQ(cache.elementCount(), 2u);
-        cache.insert("c", owner("c", "d"), bytes(1)); // "a" ends, returns, and pushes "b" out
-        EXPECT_EQ(order, (std::vector<std::string>{"end a1", "slot a", "end a2", "slot b"}));
-        EXPECT_TRUE(cache.contains("a") && cache.contains("c"));
-        order.clear();
-    }
-    EXPECT_EQ(order, std::vector<std::string>{"end c"});
 }
 
 } // namespace Veltrand

@@ -1,20 +1,18 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include "support/LogCapture.h"
+#include "support/Threads.h"
 
 #include <Veltrand/Core/Log.h>
 
 #include <array>
-#include <atomic>
 #include <cerrno>
-#include <cstdio>
 #include <cstdlib>
 #include <fcntl.h>
-#include <future>
 #include <gtest/gtest.h>
+#include <memory>
 #include <pty.h>
 #include <regex>
 #include <stdexcept>
-#include <thread>
 #include <unistd.h>
 
 namespace Veltrand {
@@ -23,35 +21,29 @@ namespace {
 
 using Testing::LogCapture;
 
-// What runs while descriptor 2 leads to @p descriptor, which is closed.
-template<class Body>
-void withStandardError(int descriptor, Body&& body) {
+// What is written to standard error while that leads to a pipe, or to a terminal.
+std::string written(bool terminal, void (*body)()) {
+    std::array<int, 2> ends{};
+    EXPECT_EQ(terminal ? openpty(&ends[0], &ends[1], nullptr, nullptr, nullptr)
+                       : pipe2(ends.data(), O_NONBLOCK),
+              0);
     const int previous = dup(STDERR_FILENO);
-    dup2(descriptor, STDERR_FILENO);
+    dup2(ends[1], STDERR_FILENO);
     body();
     dup2(previous, STDERR_FILENO);
-    close(previous);
-    close(descriptor);
-}
-
-std::string readSome(int descriptor) {
     std::array<char, 4096> text{};
-    const ssize_t length = read(descriptor, text.data(), text.size());
+    const ssize_t length = read(ends[0], text.data(), text.size());
+    for (const int descriptor : {previous, ends[0], ends[1]})
+        close(descriptor);
     return {text.data(), length > 0 ? static_cast<std::size_t>(length) : 0};
 }
-
-struct LogsWhenDestroyed {
-    LogsWhenDestroyed() = default;
-    LogsWhenDestroyed(const LogsWhenDestroyed&) = delete;
-    LogsWhenDestroyed& operator=(const LogsWhenDestroyed&) = delete;
-    ~LogsWhenDestroyed() { Log::log(Log::Error, "Test.Exit", "static destructor"); }
-};
 
 } // namespace
 
 TEST(Log, WorksDuringExit) {
     const auto exitWhileLogging = [] {
-        static const LogsWhenDestroyed early;
+        static const std::shared_ptr<void> early(
+            nullptr, [](std::nullptr_t) { Log::log(Log::Error, "Test.Exit", "static destructor"); });
         std::atexit([] { Log::log(Log::Error, "Test.Exit", "exit handler"); });
         std::exit(7);
     };
@@ -66,8 +58,8 @@ TEST(Log, AcceptsByCategoryLevelOrElseByGlobalLevel) {
     EXPECT_FALSE(Log::isAccepted(Log::Info, "GL") || Log::isAccepted(Log::Info, "GL.Louder"));
     EXPECT_TRUE(Log::isAccepted(Log::Warning, "GL") && Log::isAccepted(Log::Trace, "GL.Loud"));
     EXPECT_TRUE(!Log::isAccepted(Log::Error, "GL.Quiet") && Log::isAccepted(Log::Fatal, "GL.Quiet"));
-    Log::resetCategoryLevel("GL.Loud");
-    Log::resetCategoryLevel("GL.Quiet");
+    for (const char* const category : {"GL.Loud", "GL.Quiet"})
+        Log::resetCategoryLevel(category);
     EXPECT_FALSE(Log::isAccepted(Log::Info, "GL.Loud"));
     Log::setGlobalLevel(before);
 }
@@ -115,62 +107,32 @@ TEST(Log, SurvivesSinksThatThrowLogOrRemoveThemselves) {
 
 TEST(Log, RemovalWaitsForTheCallInFlight) {
     LogCapture log;
-    std::promise<void> entered;
-    std::promise<void> mayLeave;
-    std::atomic<bool> left{false};
-    const auto sink = Log::addSink([&](const Log::Message&) {
-        entered.set_value();
-        mayLeave.get_future().wait();
-        left = true;
-    });
-    std::thread logger([] { Log::log(Log::Info, "Test", "text"); });
-    entered.get_future().wait();
-    auto removal = std::async(std::launch::async, [&] {
-        Log::removeSink(sink);
-        return left.load();
-    });
-    EXPECT_EQ(removal.wait_for(std::chrono::milliseconds(20)), std::future_status::timeout);
-    mayLeave.set_value();
-    EXPECT_TRUE(removal.get());
-    logger.join();
+    Testing::CallInFlight call;
+    const auto sink = Log::addSink([&](const Log::Message&) { call(); });
+    call.expectWait([] { Log::log(Log::Info, "Test", "text"); }, {[&] { Log::removeSink(sink); }});
 }
 
 TEST(Log, TakesSinksInAndOutWhileThreadsLog) {
-    constexpr int threadCount = 4;
-    constexpr int messageCount = 200;
     LogCapture log;
-    std::atomic<int> running{threadCount};
-    std::vector<std::thread> loggers;
-    loggers.reserve(threadCount);
-    for (int thread = 0; thread < threadCount; ++thread)
-        loggers.emplace_back([&] {
-            for (int i = 0; i < messageCount; ++i)
-                Log::log(Log::Info, "Test.Threads", "text");
-            --running;
-        });
-    while (running > 0) {
+    const auto addAndRemove = [] {
         bool removed = false; // a call after removal would touch the dead variable
         const auto sink = Log::addSink([&removed](const Log::Message&) { EXPECT_FALSE(removed); });
         Log::removeSink(sink);
         removed = true;
-    }
-    for (std::thread& logger : loggers)
-        logger.join();
-    EXPECT_EQ(log.take("Test.Threads").size(), std::size_t{threadCount} * messageCount);
+    };
+    Testing::onThreads(
+        200, [] { Log::log(Log::Info, "Test.Threads", "text"); }, addAndRemove);
+    EXPECT_EQ(log.take("Test.Threads").size(), 4U * 200);
 }
 
 TEST(Log, WritesFullLinesToAFile) {
-    std::array<int, 2> pipeEnds{};
-    ASSERT_EQ(pipe(pipeEnds.data()), 0);
-    withStandardError(pipeEnds[1], [] {
+    const std::string text = written(false, [] {
         Log::log(Log::Info, "GL.Program", "first\nsecond\n\n", "Program.cpp", 7);
         Log::log(Log::Fatal, "", "bare");
         Log::setDefaultSinkEnabled(false);
         Log::log(Log::Fatal, "", "silent");
         Log::setDefaultSinkEnabled(true);
     });
-    const std::string text = readSome(pipeEnds[0]);
-    close(pipeEnds[0]);
     const std::string time = R"(\d{4}-\d\d-\d\dT\d\d:\d\d:\d\d\.\d{3}Z )";
     EXPECT_TRUE(
         std::regex_match(text, std::regex(time + "INFO  GL.Program: first\n    second \\(Program.cpp:7\\)\n" +
@@ -180,21 +142,13 @@ TEST(Log, WritesFullLinesToAFile) {
 
 TEST(Log, WritesShortLinesToATerminalWithColoursWhereWanted) {
     const std::string term = std::getenv("TERM") ? std::getenv("TERM") : "";
+    unsetenv("NO_COLOR");
     for (const auto& [terminalName, level] :
          {std::pair("xterm", "\033\\[33mWARN \033\\[0m"), {"dumb", "WARN "}}) {
-        int master = -1;
-        int terminal = -1;
-        ASSERT_EQ(openpty(&master, &terminal, nullptr, nullptr, nullptr), 0);
         setenv("TERM", terminalName, 1);
-        unsetenv("NO_COLOR");
-        const int spare = dup(terminal); // what was written goes with the last open end
-        withStandardError(terminal, [] { Log::log(Log::Warning, "GL", "text"); });
-        const std::string text = readSome(master);
-        close(spare);
-        close(master);
-        EXPECT_TRUE(std::regex_match(
-            text, std::regex(std::string(R"(\d\d:\d\d:\d\d\.\d{3} )") + level + " GL: text\r\n")))
-            << text;
+        const std::string text = written(true, [] { Log::log(Log::Warning, "GL", "text"); });
+        const std::string line = std::string(R"(\d\d:\d\d:\d\d\.\d{3} )") + level + " GL: text\r\n";
+        EXPECT_TRUE(std::regex_match(text, std::regex(line))) << text;
     }
     term.empty() ? unsetenv("TERM") : setenv("TERM", term.c_str(), 1);
 }

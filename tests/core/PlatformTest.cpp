@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include "support/StacktraceProbe.h"
+#include "support/Threads.h"
 
 #include <Veltrand/Core/Platform.h>
 #include <Veltrand/Core/String.h>
@@ -8,8 +9,6 @@
 #include <gtest/gtest.h>
 #include <regex>
 #include <string>
-#include <thread>
-#include <vector>
 
 namespace Veltrand {
 
@@ -68,15 +67,8 @@ TEST(Platform, NamesTheModuleOfCodeWithoutDebugInformation) {
 }
 
 TEST(Platform, TracesFromSeveralThreadsAtOnce) {
-    std::vector<std::string> traces(4);
-    std::vector<std::thread> threads;
-    threads.reserve(traces.size());
-    for (std::string& result : traces)
-        threads.emplace_back([&result] { result = Platform::stacktrace(); });
-    for (std::thread& thread : threads)
-        thread.join();
-    for (const std::string& result : traces)
-        EXPECT_NE(result.find("PlatformTest.cpp:"), std::string::npos) << result;
+    Testing::onThreads(
+        1, [] { EXPECT_NE(Platform::stacktrace().find("PlatformTest.cpp:"), std::string::npos); });
 }
 
 } // namespace Veltrand

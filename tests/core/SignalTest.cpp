@@ -1,15 +1,14 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include "support/LogCapture.h"
+#include "support/Threads.h"
 
 #include <Veltrand/Core/Signal.h>
 
 #include <atomic>
-#include <future>
 #include <gtest/gtest.h>
 #include <memory>
 #include <stdexcept>
 #include <string>
-#include <thread>
 #include <vector>
 
 namespace Veltrand {
@@ -153,57 +152,29 @@ TEST(SignalDebouncer, LogsWhatASlotThrowsAtTheEndOfAScope) {
 TEST(ThreadSafeSignal, DisconnectionWaitsForTheCallInFlight) {
     SignalImpl<true> signal;
     auto receiver = std::make_unique<SignalReceiver>();
-    std::promise<void> entered;
-    std::promise<void> mayLeave;
-    std::atomic<bool> left{false};
-    const SignalConnection connection = signal.connect(*receiver, [&] {
-        entered.set_value();
-        mayLeave.get_future().wait();
-        left = true;
-    });
-    std::thread emitter([&] { signal(); });
-    entered.get_future().wait();
-    auto byName = std::async(std::launch::async, [&] {
-        signal.disconnect(connection);
-        return left.load();
-    });
-    auto byReceiver = std::async(std::launch::async, [&] {
-        receiver.reset();
-        return left.load();
-    });
-    EXPECT_EQ(byName.wait_for(std::chrono::milliseconds(20)), std::future_status::timeout);
-    EXPECT_EQ(signal.connectionCount(), 0u) << "no lock is held while a slot runs";
-    mayLeave.set_value();
-    EXPECT_TRUE(byName.get());
-    EXPECT_TRUE(byReceiver.get());
-    emitter.join();
+    Testing::CallInFlight call;
+    const SignalConnection connection = signal.connect(*receiver, [&] { call(); });
+    call.expectWait([&] { signal(); }, {[&] { signal.disconnect(connection); }, [&] { receiver.reset(); }},
+                    [&] { EXPECT_EQ(signal.connectionCount(), 0u) << "no lock is held while a slot runs"; });
 }
 
 TEST(ThreadSafeSignal, ConnectsAndDisconnectsWhileThreadsEmit) {
     SignalImpl<true, int> signal;
     std::atomic<int> lasting{0};
     signal.connect([&](int step) { lasting += step; });
-    std::atomic<int> running{3};
-    std::vector<std::thread> threads(3);
-    for (std::thread& thread : threads)
-        thread = std::thread([&] {
-            for (int i = 0; i < 200; ++i) {
-                signal(1);
-                signal.disconnect(signal.connect([](int) {}));
-            }
-            --running;
-        });
-    while (running > 0) {
+    const auto use = [&] {
+        signal(1);
+        signal.disconnect(signal.connect([](int) {}));
+    };
+    Testing::onThreads(200, use, [&] {
         std::atomic<bool> alive{true}; // a call after the receiver's end would touch the dead variable
         {
             const SignalReceiver receiver;
             signal.connect(receiver, [&alive](int) { EXPECT_TRUE(alive); });
         }
         alive = false;
-    }
-    for (std::thread& thread : threads)
-        thread.join();
-    EXPECT_EQ(lasting, 600);
+    });
+    EXPECT_EQ(lasting, 4 * 200);
     EXPECT_EQ(signal.connectionCount(), 1u);
 }
 

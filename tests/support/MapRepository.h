@@ -3,6 +3,7 @@
 
 #include <Veltrand/Core/Resource.h>
 
+#include <functional>
 #include <map>
 #include <string>
 #include <utility>
@@ -10,13 +11,16 @@
 namespace Veltrand::Testing {
 
 /// A repository that serves the files of a map for as long as it lives.
-class MapRepository : public Resource::Repository {
+class MapRepository final : public Resource::Repository {
 public:
     using Files = std::map<std::string, std::string, std::less<>>;
+    /// Runs in each query; false if the file cannot be produced.
+    using OnQuery = std::function<bool(std::string_view file)>;
 
-    MapRepository(std::string name, Files files)
+    MapRepository(std::string name, Files files, OnQuery onQuery = {})
         : m_name(std::move(name))
-        , m_files(std::move(files)) {
+        , m_files(std::move(files))
+        , m_onQuery(std::move(onQuery)) {
         Resource::addRepository(this);
     }
     ~MapRepository() override { Resource::removeRepository(this); }
@@ -31,7 +35,7 @@ public:
     }
     [[nodiscard]] std::optional<ByteBuffer> query(std::string_view const& file) const override {
         const auto found = m_files.find(file);
-        if (found == m_files.end())
+        if (found == m_files.end() || (m_onQuery && !m_onQuery(file)))
             return std::nullopt;
         return ByteBuffer(ByteBufferView(found->second.data(), found->second.size()));
     }
@@ -39,6 +43,7 @@ public:
 private:
     std::string m_name;
     Files m_files;
+    OnQuery m_onQuery;
 };
 
 } // namespace Veltrand::Testing

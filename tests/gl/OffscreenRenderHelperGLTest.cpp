@@ -1,24 +1,14 @@
 // SPDX-License-Identifier: BSD-3-Clause
-#include "support/CallCounter.h"
-#include "support/GLFixture.h"
+#include "support/GLTest.h"
 
 #include <Veltrand/GL/Framebuffer.h>
-#include <Veltrand/GL/Functions.h>
 #include <Veltrand/GL/OffscreenRenderHelper.h>
 #include <Veltrand/GL/OrderIndependentTransparency.h>
 #include <Veltrand/GL/StateGuard.h>
-#include <Veltrand/GL/Texture.h>
 
-#include <Eigen/Core>
-#include <array>
 #include <cmath>
 #include <functional>
-#include <glad/gl.h>
-#include <gtest/gtest.h>
-#include <optional>
-#include <stdexcept>
-#include <utility>
-#include <vector>
+#include <span>
 
 namespace Veltrand::GL {
 
@@ -77,12 +67,9 @@ TEST_F(OffscreenRenderHelperGL, LendsDistinctBuffersAndTheCachedOneCleared) {
         one.framebuffer().detach(Framebuffer::Attachment::DepthStencil);
         clearColorBuffer(Vector4f::Ones());
     }
-    const StateGuard state(StateGuard::SaveFlags::All);
-    glEnable(GL_SCISSOR_TEST);
-    glScissor(0, 0, 1, 1);
-    glColorMask(GL_FALSE, GL_FALSE, GL_FALSE, GL_FALSE);
-    glDepthMask(GL_FALSE);
-    glStencilMask(0);
+    const Testing::StateNames limits{"scissor test", "scissor box", "color mask", "depth mask",
+                                     "stencil mask"};
+    Testing::setState(limits, true);
     CallCounter<glad_glGenTextures> textures;
     CallCounter<glad_glGenFramebuffers> framebuffers;
     {
@@ -97,7 +84,7 @@ TEST_F(OffscreenRenderHelperGL, LendsDistinctBuffersAndTheCachedOneCleared) {
                                         std::as_writable_bytes(std::span(texels)));
         EXPECT_EQ(texels[6], 0xFFFFFF00);
     }
-    glColorMask(GL_TRUE, GL_TRUE, GL_TRUE, GL_TRUE);
+    Testing::setState(limits, false);
     EXPECT_EQ(OffscreenRenderHelper::BufferConfigHasher()(
                   {512, 256, InternalFormat::RGBA8, InternalFormat::DepthComponent24}),
               0x96bc047e6e93145aU);
@@ -200,10 +187,7 @@ TEST_F(OffscreenRenderHelperGL, WhatCannotBeLentIsLoggedAndEmpty) {
 // A blue parent with depth, and a second buffer that must stay as it is.
 class OffscreenBlendGL : public OffscreenRenderHelperGL {
 protected:
-    void SetUp() override {
-        OffscreenRenderHelperGL::SetUp();
-        m_guard.emplace(StateGuard::SaveFlags::Framebuffer | StateGuard::SaveFlags::Viewport |
-                        StateGuard::SaveFlags::Depth);
+    OffscreenBlendGL() {
         m_framebuffer.bind();
         m_framebuffer.attach(m_color, 0);
         m_framebuffer.attach(m_other, 1);
@@ -215,7 +199,6 @@ protected:
     }
     void TearDown() override {
         EXPECT_EQ(m_other.download<unsigned>(), std::vector<unsigned>(7, 9));
-        m_guard.reset();
         GLFixture::TearDown();
     }
     void clearParent() {
@@ -244,11 +227,11 @@ protected:
         return {Texture::Target::Texture2D, Vector3i(size.x(), size.y(), 1), format};
     }
 
+    StateGuard m_guard{StateGuard::SaveFlags::Framebuffer | StateGuard::SaveFlags::Viewport};
     Texture m_color = row(InternalFormat::RGBA8);
     Texture m_other = row(InternalFormat::R32UI);
     Texture m_depth = row(InternalFormat::DepthComponent32F);
     Framebuffer m_framebuffer;
-    std::optional<StateGuard> m_guard;
 };
 
 TEST_F(OffscreenBlendGL, LaysTheProcessedPictureOverTheParentAsItsDepthTestSays) {

@@ -15,75 +15,52 @@ using Flag = StateGuard::SaveFlags;
 
 namespace {
 
-/// Of 64 bits, since 32 do not hold a mask of all ones.
-GLint64 getWide(GLenum name) {
-    GLint64 value = 0;
-    glGetInteger64v(name, &value);
-    return value;
-}
-
-std::vector<GLint64> snapshot() {
-    std::vector<GLint64> values(4);
-    glGetInteger64v(GL_VIEWPORT, values.data());
-    for (const int name :
-         {GL_BLEND, GL_BLEND_SRC_RGB, GL_BLEND_SRC_ALPHA, GL_BLEND_DST_RGB, GL_BLEND_DST_ALPHA, GL_DEPTH_TEST,
-          GL_DEPTH_FUNC, GL_DEPTH_WRITEMASK, GL_SCISSOR_TEST, GL_LINE_SMOOTH, GL_POLYGON_SMOOTH,
-          GL_STENCIL_TEST, GL_STENCIL_WRITEMASK, GL_FRAMEBUFFER_BINDING, GL_CURRENT_PROGRAM,
-          GL_BLEND_EQUATION_RGB, GL_BLEND_EQUATION_ALPHA})
-        values.push_back(getWide(static_cast<GLenum>(name)));
-    return values;
-}
-
 std::vector<int> factors() {
     return {getInt(GL_BLEND_SRC_RGB), getInt(GL_BLEND_DST_RGB), getInt(GL_BLEND_SRC_ALPHA),
             getInt(GL_BLEND_DST_ALPHA)};
 }
 
-void setState(bool on) {
-    for (const int capability :
-         {GL_BLEND, GL_DEPTH_TEST, GL_SCISSOR_TEST, GL_LINE_SMOOTH, GL_POLYGON_SMOOTH, GL_STENCIL_TEST})
-        (on ? glEnable : glDisable)(static_cast<GLenum>(capability));
-    glBlendFuncSeparate(on ? GL_SRC_COLOR : GL_ONE, on ? GL_DST_COLOR : GL_ZERO, on ? GL_SRC_ALPHA : GL_ONE,
-                        on ? GL_DST_ALPHA : GL_ZERO);
-    glDepthFunc(on ? GL_GEQUAL : GL_LESS);
-    glDepthMask(on ? GL_FALSE : GL_TRUE);
-    glStencilMask(on ? 0x5A : 0xFFFFFFFF);
-}
-
 } // namespace
 
 TEST_F(StateGuardGL, EveryPieceComesBackAfterTwoChanges) {
+    const Testing::StateNames pieces{"blend",          "blend functions",   "depth test",
+                                     "depth function", "depth mask",        "scissor test",
+                                     "line smoothing", "polygon smoothing", "stencil test"};
     Viewport outer;
     outer.retrieve();
-    Canvas canvas(4, 4); // a framebuffer, a program and a viewport that differ from the outer ones
-    for (const bool on : {true, false}) {
-        setState(on);
-        const auto before = snapshot();
+    const Canvas canvas(4, 4); // a framebuffer, a program and a viewport that differ from the outer ones
+    for (const bool adverse : {true, false}) {
+        Testing::setState(pieces, adverse);
+        const auto before = Testing::takeStateSnapshot();
         {
             const StateGuard guard(Flag::All);
             Framebuffer::unbind();
             glUseProgram(0);
             outer.set();
-            setState(!on);
-            glDepthFunc(GL_NEVER);
+            Testing::setState(pieces, !adverse);
+            glDepthFunc(GL_GEQUAL);
+            glStencilMask(3);
         }
-        EXPECT_EQ(snapshot(), before);
+        EXPECT_EQ(Testing::differences(before, Testing::takeStateSnapshot()), Testing::StateNames{});
     }
 }
 
 TEST_F(StateGuardGL, StencilIsSavedByTheScissorBitAndRestoredByItsOwn) {
-    using State = std::array<GLint64, 2>;
+    using State = std::array<unsigned, 2>;
     for (const auto& [flags, restored] : {std::pair(Flags<Flag>(Flag::Scissor), State{1, 3}),
                                           {Flag::Scissor | Flag::Stencil, {1, 0x5A}},
                                           {Flag::Stencil, {0, 0xFFFFFFFF}}}) {
-        setState(true);
+        glEnable(GL_SCISSOR_TEST);
+        glStencilMask(0x5A);
         {
             const StateGuard guard(flags);
             glDisable(GL_SCISSOR_TEST);
             glStencilMask(3);
         }
-        EXPECT_EQ((State{getWide(GL_SCISSOR_TEST), getWide(GL_STENCIL_WRITEMASK)}), restored);
-        setState(false);
+        GLint64 mask = 0; // all ones would be clamped to 31 bits
+        glGetInteger64v(GL_STENCIL_WRITEMASK, &mask);
+        EXPECT_EQ((State{glIsEnabled(GL_SCISSOR_TEST), static_cast<unsigned>(mask)}), restored);
+        Testing::setState({"scissor test", "stencil mask"}, false);
     }
 }
 
@@ -112,7 +89,7 @@ TEST_F(BlendingGL, RestoresOnlyWhatItChanged) {
     using F = Blending::Function;
     glBlendEquationSeparate(GL_MIN, GL_MAX);
     glBlendFuncSeparate(GL_DST_COLOR, GL_SRC_COLOR, GL_DST_ALPHA, GL_SRC_ALPHA);
-    const auto before = snapshot();
+    const auto before = Testing::takeStateSnapshot();
     {
         Blending blending(Blending::Preset::Alpha);
         EXPECT_EQ(getInt(GL_BLEND_EQUATION_RGB), GL_FUNC_ADD);
@@ -129,7 +106,7 @@ TEST_F(BlendingGL, RestoresOnlyWhatItChanged) {
         EXPECT_TRUE(glIsEnabled(GL_BLEND));
         EXPECT_EQ(factors(), (std::vector<int>{GL_ONE, GL_SRC_COLOR, GL_ZERO, GL_ONE_MINUS_DST_ALPHA}));
     }
-    EXPECT_EQ(snapshot(), before);
+    EXPECT_EQ(Testing::takeStateSnapshot(), before);
     {
         // An equation set by other means is none of this scope's business.
         const Blending blending(Blending::Preset::Off);

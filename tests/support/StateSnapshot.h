@@ -16,17 +16,19 @@ using StateSnapshot = std::map<std::string, std::vector<double>>;
 using StateNames = std::set<std::string>;
 
 [[nodiscard]] StateSnapshot takeStateSnapshot();
+/// Sets pieces to values that would keep most draws from their work, or alter them; or to the defaults.
+/// @param names what is set, or none for all but the bindings, viewport and attributes
+void setState(const StateNames& names, bool adverse);
 /// Gives every piece a value that is not the default, so that a reset to the default shows. Cannot be undone:
 /// for a context of the test's own.
 void disturbState();
 /// The names of the pieces that differ.
 [[nodiscard]] StateNames differences(const StateSnapshot& before, const StateSnapshot& after);
 
-/// Settings of a caller that would keep most draws from their work, or alter them. At the end of the scope
-/// the test fails if any state is not as it was, and the defaults are set.
+/// Adverse settings of a caller for a scope, at whose end the test fails if any state is not as it was, and
+/// the defaults are set.
 class AdverseState : private Utils::NotCopyable {
 public:
-    /// @param names what is set, or none for all but the bindings, viewport and attributes
     explicit AdverseState(const StateNames& names = {});
     ~AdverseState();
 

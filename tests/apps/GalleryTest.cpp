@@ -3,11 +3,9 @@
 #include "apps/NiftiFile.h"
 
 #include "gallery/Options.h"
-#include "gallery/ShaderRepository.h"
 #include "gallery/SliceLayout.h"
 #include "support/Png.h"
 
-#include <algorithm>
 #include <gtest/gtest.h>
 
 namespace Veltrand {
@@ -93,19 +91,6 @@ TEST(Gallery, ListsPicturesWithoutReadingOrWriting) {
     EXPECT_EQ(result.status, 0);
     EXPECT_EQ(result.output.rfind("slices  ", 0), 0U) << result.output;
     EXPECT_FALSE(std::filesystem::exists(out));
-}
-
-TEST(Gallery, EmbedsItsShadersByteForByte) {
-    const Apps::ShaderRepository repository;
-    int files = 0;
-    for (const auto& entry : std::filesystem::directory_iterator(VELTRAND_GALLERY_SHADERS)) {
-        const std::string name = entry.path().filename().string();
-        const std::optional<ByteBuffer> content = Resource::query("VeltrandGallery", name);
-        ASSERT_TRUE(content) << name;
-        EXPECT_EQ(content->view().toString(), Testing::readFile(entry.path())) << name;
-        ++files;
-    }
-    EXPECT_GT(files, 0);
 }
 
 TEST(Gallery, APictureThatCannotBeWrittenLeavesNothingBehind) {

@@ -3,8 +3,12 @@
 #include "apps/NiftiFile.h"
 #include "apps/PngPicture.h"
 
+#include "gallery/Canvas.h"
+#include "gallery/LabelPainter.h"
 #include "gallery/SliceLayout.h"
 #include "support/Nifti.h"
+
+#include <Veltrand/GL/ContextManager.h>
 
 #include <Eigen/Geometry>
 #include <algorithm>
@@ -13,6 +17,7 @@
 #include <functional>
 #include <gtest/gtest.h>
 #include <random>
+#include <utility>
 
 namespace Veltrand {
 namespace {
@@ -45,13 +50,110 @@ std::string cube(float spacing, const std::function<int(const Vector3i&)>& value
     return file.plain();
 }
 
+/// A head of 60 mm with a bright ball on its right, a dimmer one in front and a dark one on top.
+double patientValue(const Eigen::Vector3d& position) {
+    for (int axis = 0; axis < 3; ++axis)
+        if ((position - 20 * Eigen::Vector3d::Unit(axis)).norm() < 6)
+            return 250 - 65 * axis;
+    return position.norm() < 28 ? 40 : 0;
+}
+
+/// The head with the origin in its middle and voxels of 2 mm, 1.5 mm and 3 mm along the first, second and
+/// third of the given patient axes, followed in the given directions.
+NiftiFile headBySform(const std::array<int, 3>& axes, const std::array<int, 3>& directions) {
+    NiftiFile file;
+    file.dimensions = {3, 30, 40, 20, 1, 1, 1, 1};
+    const Eigen::Vector3d spacing(2, 1.5, 3);
+    Eigen::Affine3d voxelToPatient = Eigen::Affine3d::Identity();
+    voxelToPatient.linear().setZero();
+    for (int i = 0; i < 3; ++i) {
+        const auto index = static_cast<std::size_t>(i);
+        voxelToPatient.linear()(axes[index], i) = directions[index] * spacing[i];
+        voxelToPatient.translation()[axes[index]] =
+            -directions[index] * spacing[i] * (file.dimensions[index + 1] - 1) / 2;
+    }
+    file.sformCode = 4;
+    for (int i = 0; i < 12; ++i)
+        file.sform[static_cast<std::size_t>(i)] = static_cast<float>(voxelToPatient.matrix()(i / 4, i % 4));
+    std::vector<double> values(24000);
+    for (int i = 0; double& value : values) {
+        value = patientValue(voxelToPatient * Eigen::Vector3i(i % 30, i / 30 % 40, i / 1200).cast<double>());
+        ++i;
+    }
+    file.dataType = 64;
+    file.setVoxels(values);
+    return file;
+}
+
+/// Whether a letter stands with its centre at this place, pixel for pixel as the gallery writes it.
+bool hasLetter(const PngPicture& picture, char letter, int centerX, int centerY, int scale) {
+    constexpr int Reach = 10;
+    constexpr int Edge = 2 * Reach;
+    Apps::Canvas canvas({Edge, Edge});
+    canvas.begin();
+    Apps::LabelPainter::drawText(std::string(1, letter), Reach, Reach, scale,
+                                 Eigen::Vector3f::Constant(0.92F));
+    const std::vector<std::uint8_t> pixels = canvas.read();
+    int drawn = 0;
+    for (int y = 0; y < Edge; ++y)
+        for (int x = 0; x < Edge; ++x) {
+            const int expected = pixels[static_cast<std::size_t>(4 * (y * Edge + x))];
+            drawn += expected > 0 ? 1 : 0;
+            if (picture.at(centerX - Reach + x, centerY - Reach + y) != expected)
+                return false;
+        }
+    return drawn > 0;
+}
+
+void expectHead(const PngPicture& picture, const std::string& letters) {
+    const Apps::SliceLayout layout =
+        Apps::layoutSlices({Width, Height}, {Eigen::Vector3d::Constant(-30), Eigen::Vector3d::Constant(30)},
+                           Eigen::Vector3d::Zero());
+    // Black is the 40 of the head, white the 250 of the ball on the right.
+    const int right = 255;
+    const int front = (185 - 40) * 255 / 210;
+    const int top = (120 - 40) * 255 / 210;
+    const struct {
+        int toTheLeft, toTheRight, below, above;
+    } greys[]{{right, 0, 0, front}, {right, 0, 0, top}, {front, 0, 0, top}};
+
+    for (std::size_t i = 0; i < 3; ++i) {
+        SCOPED_TRACE(testing::Message() << "slice " << i);
+        const Apps::PixelRect& rect = layout.panels[i].rect;
+        const int x = rect.x + rect.width / 2;
+        const int y = rect.y + rect.height / 2;
+        const auto distance = static_cast<int>(std::lround(20 * layout.pixelsPerMillimetre));
+        // Beside the lines, which run through the balls.
+        const int aside = 6;
+        EXPECT_NEAR(picture.at(x - distance, y + aside), greys[i].toTheLeft, 2);
+        EXPECT_NEAR(picture.at(x + distance, y + aside), greys[i].toTheRight, 2);
+        EXPECT_NEAR(picture.at(x + aside, y - distance), greys[i].below, 2);
+        EXPECT_NEAR(picture.at(x + aside, y + distance), greys[i].above, 2);
+        EXPECT_GT(picture.at(x, y - distance), 60) << "no line";
+        EXPECT_GT(picture.at(x + distance, y), 60) << "no line";
+
+        const auto expectLetter = [&](std::size_t side, int centerX, int centerY) {
+            EXPECT_TRUE(hasLetter(picture, letters[4 * i + side], centerX, centerY, layout.letterScale))
+                << side;
+        };
+        expectLetter(0, rect.x - layout.margin / 2, y);
+        expectLetter(1, rect.x + rect.width + layout.margin / 2, y);
+        expectLetter(2, x, rect.y - layout.margin / 2);
+        expectLetter(3, x, rect.y + rect.height + layout.margin / 2);
+    }
+}
+
 class PicturesGL : public testing::Test {
 protected:
-    void use(float spacing, const std::function<int(const Vector3i&)>& value) {
-        m_volume = Apps::readNifti(m_directory.write("volume.nii", cube(spacing, value)));
+    // The letters to expect are drawn in the process of the tests.
+    static void SetUpTestSuite() { GL::init(); }
+    static void TearDownTestSuite() { GL::deinit(); }
+
+    void use(const std::string& volume) {
+        m_volume = Apps::readNifti(m_directory.write("volume.nii", volume));
     }
 
-    /// Makes a picture, which is to succeed in silence.
+    /// Makes a picture, which is to succeed.
     PngPicture make(const std::string& picture, const std::vector<std::string>& options = {}) {
         std::vector<std::string> arguments{"--volume", (m_directory.path() / "volume.nii").string(),
                                            "--out",    m_directory.path().string(),
@@ -60,13 +162,15 @@ protected:
                                            picture};
         arguments.insert(arguments.end(), options.begin(), options.end());
         const Testing::RunResult result = Testing::runGalleryProgram(arguments, m_directory.path());
-        EXPECT_EQ(result.status, 0);
-        EXPECT_EQ(result.errors, "");
+        EXPECT_EQ(result.status, 0); // without an error of OpenGL
+        m_errors = result.errors;
         return PngPicture(m_directory.path() / (picture + ".png"));
     }
+    void TearDown() override { EXPECT_EQ(m_errors, ""); }
 
     TemporaryDirectory m_directory;
     Apps::Volume m_volume;
+    std::string m_errors; ///< of the last picture
     std::mt19937 m_random;
 };
 
@@ -78,13 +182,39 @@ int grey(double value, const Apps::Window& window) {
     return int(std::lround(255 * std::clamp((value - window.low) / (window.high - window.low), 0.0, 1.0)));
 }
 
+TEST_F(PicturesGL, SlicesShowEachSideOfThePatientWhereItsLetterStands) {
+    const std::pair<std::string, NiftiFile> cases[]{
+        {"to the right, front and head", headBySform({0, 1, 2}, {1, 1, 1})},
+        {"to the feet, left and back", headBySform({2, 0, 1}, {-1, -1, -1})},
+    };
+    for (const auto& [name, file] : cases) {
+        SCOPED_TRACE(name);
+        use(file.plain());
+        expectHead(make("slices"), "RLPARLISAPIS");
+    }
+}
+
+TEST_F(PicturesGL, SlicesClaimNoSidesThatTheFileDoesNotName) {
+    NiftiFile file = headBySform({0, 1, 2}, {1, 1, 1});
+    file.sformCode = 0;
+    file.pixdim = {1, 2, 1.5F, 3};
+    use(file.plain());
+    const PngPicture picture = make("slices");
+    EXPECT_NE(std::exchange(m_errors, {}).find("does not say which side is left."), std::string::npos);
+    const Apps::SliceLayout layout = Apps::layoutSlices({Width, Height}, m_volume.bounds(), {0, 0, 0});
+    for (const Apps::SlicePanel& panel : layout.panels)
+        EXPECT_TRUE(hasLetter(picture, '?', panel.rect.x - layout.margin / 2,
+                              panel.rect.y + panel.rect.height / 2, layout.letterScale));
+}
+
 TEST_F(PicturesGL, ProjectionShowsTheGreatestValueOfEachRay) {
     // Blocks of 3x3x3 voxels, in whose middles nothing is interpolated.
     std::array<int, std::size_t{Edge} * Edge * Edge / 27> blocks{};
-    std::ranges::generate(blocks, [this] { return int(m_random() % 256); });
-    use(4, [&blocks](const Vector3i& voxel) {
+    std::ranges::generate(blocks, [this] {
+        return int(m_random() % 256); }));
+    use(cube(4, [&blocks](const Vector3i& voxel) {
         return blocks[std::size_t((voxel / 3).dot(Vector3i(1, Edge / 3, Edge * Edge / 9)))];
-    });
+    }));
     const Apps::Window window = percentileWindow(m_volume, 50, 100);
     const PngPicture picture = make("projection");
     for (const Apps::SlicePanel& panel :
@@ -110,7 +240,7 @@ TEST_F(PicturesGL, ProjectionShowsTheGreatestValueOfEachRay) {
 TEST_F(PicturesGL, FilteredShowsMeansAndGradients) {
     // Five voxels of 49 pixels fill an edge of the three squares.
     constexpr int Voxel = 49;
-    use(12, [this](const Vector3i&) { return int(m_random() % 256); });
+    use(cube(12, [this](const Vector3i&) { return int(m_random() % 256); }));
     const Apps::Window window = percentileWindow(m_volume, 1, 99.5);
     const Apps::Window slope{0, (window.high - window.low) / 2};
     const PngPicture picture = make("filtered");
@@ -134,7 +264,7 @@ TEST_F(PicturesGL, FilteredShowsMeansAndGradients) {
 }
 
 TEST_F(PicturesGL, TransparencyIsTheSameWithAndWithoutSorting) {
-    use(4, [](const Vector3i& voxel) { return isInBall(voxel, {7, 7, 7}, 6) ? 200 : 10; });
+    use(cube(4, [](const Vector3i& voxel) { return isInBall(voxel, {7, 7, 7}, 6) ? 200 : 10; }));
     // A thalamus in front, a hippocampus on top.
     const auto labels = m_directory.write("labels.nii", cube(4, [](const Vector3i& voxel) {
                                               if (isInBall(voxel, {7, 10, 7}, 2))
@@ -168,7 +298,7 @@ TEST_F(PicturesGL, TransparencyIsTheSameWithAndWithoutSorting) {
 }
 
 TEST_F(PicturesGL, AnnotationMarksARegionWhereItIs) {
-    use(4, [](const Vector3i&) { return 10; });
+    use(cube(4, [](const Vector3i&) { return 10; }));
     const auto labels = m_directory.write("labels.nii", cube(4, [](const Vector3i& voxel) {
                                               return isInBall(voxel, {7, 7, 7}, 5) ? 37 : 0;
                                           }));

@@ -1,22 +1,11 @@
 // SPDX-License-Identifier: BSD-3-Clause
-#include "support/CallCounter.h"
-#include "support/GLFixture.h"
-#include "support/MapRepository.h"
+#include "support/GLTest.h"
 
 #include <Veltrand/GL/Framebuffer.h>
 #include <Veltrand/GL/FullscreenSquare.h>
-#include <Veltrand/GL/Functions.h>
 #include <Veltrand/GL/ObjectPicking.h>
 #include <Veltrand/GL/Program.h>
 #include <Veltrand/GL/StateGuard.h>
-#include <Veltrand/GL/Texture.h>
-
-#include <Eigen/Core>
-#include <glad/gl.h>
-#include <gtest/gtest.h>
-#include <optional>
-#include <utility>
-#include <vector>
 
 namespace Veltrand::GL {
 
@@ -53,11 +42,11 @@ protected:
         FullscreenSquare::get()->drawFilled();
     }
 
-    Testing::MapRepository m_files{"Picking",
-                                   {{"any.frag", "#version 330\n"
-                                                 "#pragma include \"VeltrandGL/ObjectPicking.glh\"\n"
-                                                 "uniform uint secondId;\n"
-                                                 "void main() { writePickingInfo(secondId); }\n"}}};
+    Testing::MapRepository m_files{"Picking", {{"any.frag", R"(#version 330
+#pragma include "VeltrandGL/ObjectPicking.glh"
+uniform uint secondId;
+void main() { writePickingInfo(secondId); }
+)"}}};
     std::unique_ptr<Program> m_program =
         Program::createVertexFragment("VeltrandGL/FixedFunctionPipeline.vert", "Picking/any.frag", "",
                                       Program::Compilation::ImmediateThrow);

@@ -5,8 +5,10 @@
 #include <Veltrand/GL/OrderIndependentTransparency.h>
 #include <Veltrand/GL/Program.h>
 #include <Veltrand/GL/StateGuard.h>
+#include <Veltrand/GL/VertexArrayObject.h>
 #include <Veltrand/GL/VertexBuffer.h>
 
+#include <functional>
 #include <random>
 
 namespace Veltrand::GL {
@@ -26,18 +28,14 @@ constexpr std::string_view category = "GL.OrderIndependentTransparency";
 const Vector2i size(24, 16);
 constexpr std::size_t numPixels = std::size_t{24} * 16;
 
-struct Triangle {
-    std::array<Vector3f, 3> corners; // clip space
+// A rectangle over the first columns of pixels, at a window depth.
+struct Layer {
+    float depth;
     Vector4f color;
+    int columns = size.x();
 };
-using Scene = std::vector<Triangle>;
+using Scene = std::vector<Layer>;
 using Picture = std::vector<Vector4f>;
-
-// A triangle that covers every pixel, at a window depth.
-Triangle layer(float depth, const Vector4f& color) {
-    const float z = 2 * depth - 1;
-    return {{Vector3f(-1, -1, z), Vector3f(3, -1, z), Vector3f(-1, 3, z)}, color};
-}
 
 Texture makeTexture(InternalFormat format) {
     return {Texture::Target::Texture2D, Vector3i(size.x(), size.y(), 1), format};
@@ -52,77 +50,55 @@ float largestDifference(const Picture& a, const Picture& b) {
 
 class OrderIndependentTransparencyGL : public Testing::GLFixture {
 protected:
-    OrderIndependentTransparencyGL()
-        : m_files(
-              "Oit",
-              {{"draw.vert", "#version 330\nlayout(location = 0) in vec3 position;\n"
-                             "layout(location = 1) in vec4 color;\nflat out vec4 v_color;\n"
-                             "void main() { v_color = color; gl_Position = vec4(position, 1); }\n"},
-               {"gather.frag",
-                "#version 430\n#pragma include \"VeltrandGL/OrderIndependentTransparency.glh\"\n"
-                "flat in vec4 v_color;\nvoid main() { oit_addFragment(v_color); }\n"},
-               {"depth.frag", "#version 330\nout float depth;\nvoid main() { depth = gl_FragCoord.z; }\n"}}) {
-    }
-
-    void SetUp() override {
-        GLFixture::SetUp();
-        if (!OrderIndependentTransparency::isSupported())
-            GTEST_SKIP() << "needs OpenGL 4.4";
-        m_gather = Program::createVertexFragment("Oit/draw.vert", "Oit/gather.frag", "",
-                                                 Compilation::ImmediateThrow);
-        m_color.emplace(makeTexture(InternalFormat::RGBA32F));
-        m_depth.emplace(makeTexture(InternalFormat::DepthComponent32F));
-        m_target.emplace(makeTexture(InternalFormat::RGBA32F));
-        m_framebuffer.emplace();
-        m_guard.emplace(StateGuard::SaveFlags::Framebuffer | StateGuard::SaveFlags::Viewport);
-        attach(*m_target);
+    OrderIndependentTransparencyGL() {
+        attach(m_target);
         glViewport(0, 0, size.x(), size.y());
         setBackground(Vector4f(0.25F, 0.5F, 0.75F, 0.5F), 1);
+        if (OrderIndependentTransparency::isSupported())
+            m_gather = Program::createVertexFragment("Oit/draw.vert", "Oit/gather.frag", "",
+                                                     Compilation::ImmediateThrow);
     }
-    void TearDown() override {
-        m_guard.reset();
-        m_framebuffer.reset();
-        m_gather.reset();
-        GLFixture::TearDown();
+    void SetUp() override {
+        GLFixture::SetUp();
+        if (!m_gather)
+            GTEST_SKIP() << "needs OpenGL 4.4";
     }
 
     void attach(Texture& texture) {
-        m_framebuffer->bind();
-        m_framebuffer->attach(texture, 0);
-        m_framebuffer->setDrawBuffers();
+        m_framebuffer.bind();
+        m_framebuffer.attach(texture, 0);
+        m_framebuffer.setDrawBuffers();
     }
 
     void setBackground(const Vector4f& color, float depth) {
-        m_color->upload(Picture(numPixels, color));
-        m_depth->upload(std::vector<float>(numPixels, depth));
-    }
-
-    static void draw(const Scene& scene) {
-        if (scene.empty())
-            return;
-        std::vector<Vector3f> positions;
-        std::vector<Vector4f> colors;
-        for (const Triangle& triangle : scene) {
-            positions.insert(positions.end(), triangle.corners.begin(), triangle.corners.end());
-            colors.insert(colors.end(), 3, triangle.color);
-        }
-        VertexBuffer buffer(Buffer::Usage::StaticDraw);
-        buffer.setData(positions, colors);
-        buffer.draw(Primitive::Triangles);
+        m_color.upload(Picture(numPixels, color));
+        m_depth.upload(std::vector<float>(numPixels, depth));
     }
 
     void gather(const OrderIndependentTransparency& transparency, const Scene& scene) {
+        std::vector<Vector3f> positions;
+        std::vector<Vector4f> colors;
+        for (const auto& [depth, color, columns] : scene) {
+            const float right = 2 * float(columns) / float(size.x()) - 1;
+            const float z = 2 * depth - 1;
+            positions.insert(positions.end(), {{-1, -1, z}, {right, -1, z}, {right, 1, z}});
+            positions.insert(positions.end(), {{-1, -1, z}, {right, 1, z}, {-1, 1, z}});
+            colors.insert(colors.end(), 6, color);
+        }
+        VertexBuffer buffer(Buffer::Usage::StaticDraw);
+        buffer.setData(positions, colors);
         m_gather->enable();
         transparency.setIncludeArguments(*m_gather);
-        draw(scene);
+        if (!scene.empty())
+            buffer.draw(Primitive::Triangles);
         m_gather->disable();
     }
 
     Picture render(OrderIndependentTransparency& transparency, const Scene& scene) {
         transparency.reset(size, false);
         gather(transparency, scene);
-        transparency.renderBlendedFragments(*m_color, *m_depth);
-        return m_target->download<Vector4f>();
+        transparency.renderBlendedFragments(m_color, m_depth);
+        return m_target.download<Vector4f>();
     }
 
     // With room for every fragment.
@@ -131,36 +107,17 @@ protected:
         return render(transparency, scene);
     }
 
-    // Sorts and blends in double precision. The rasteriser says which pixels a triangle covers, and how deep.
-    Picture renderReference(const Scene& scene) {
-        using Fragment = std::pair<float, Vector4f>; // depth and colour
-        std::vector<std::vector<Fragment>> fragments(numPixels);
-        const auto program =
-            Program::createVertexFragment("Oit/draw.vert", "Oit/depth.frag", "", Compilation::ImmediateThrow);
-        Texture depth = makeTexture(InternalFormat::R32F);
-        attach(depth);
-        program->enable();
-        for (const Triangle& triangle : scene) {
-            clearColorBuffer(Vector4f::Constant(2));
-            draw({triangle});
-            const auto depths = depth.download<float>();
-            for (std::size_t pixel = 0; pixel < numPixels; ++pixel)
-                if (depths[pixel] < 1)
-                    fragments[pixel].emplace_back(depths[pixel], triangle.color);
-        }
-        program->disable();
-        attach(*m_target);
-        clearColorBuffer(Vector4f::Zero());
-
-        Picture picture = m_color->download<Vector4f>();
+    // Sorts and blends in double precision.
+    Picture renderReference(Scene scene) {
+        std::ranges::stable_sort(scene, std::ranges::greater(), &Layer::depth);
+        Picture picture = m_color.download<Vector4f>();
         for (std::size_t pixel = 0; pixel < numPixels; ++pixel) {
-            std::ranges::stable_sort(fragments[pixel], std::ranges::greater(), &Fragment::first);
             Vector4d result = picture[pixel].cast<double>();
-            for (const auto& [depthOfFragment, color] : fragments[pixel]) {
-                const double alpha = static_cast<double>(color.w());
-                const Vector4d added(alpha * color.x(), alpha * color.y(), alpha * color.z(), alpha);
-                result = added + (1 - alpha) * result;
-            }
+            for (const auto& [depth, color, columns] : scene)
+                if (static_cast<int>(pixel) % size.x() < columns) {
+                    const double alpha{color.w()};
+                    result = alpha * Vector4d(color.x(), color.y(), color.z(), 1) + (1 - alpha) * result;
+                }
             picture[pixel] = result.cast<float>();
         }
         return picture;
@@ -172,26 +129,33 @@ protected:
         glBufferSubData(GL_ATOMIC_COUNTER_BUFFER, 0, sizeof nodes, &nodes);
     }
 
-    Testing::MapRepository m_files;
+    Testing::MapRepository m_files{"Oit",
+                                   {{"draw.vert", R"(#version 330
+layout(location = 0) in vec3 position;
+layout(location = 1) in vec4 color;
+flat out vec4 v_color;
+void main() { v_color = color; gl_Position = vec4(position, 1); }
+)"},
+                                    {"gather.frag", R"(#version 430
+#pragma include "VeltrandGL/OrderIndependentTransparency.glh"
+flat in vec4 v_color;
+void main() { oit_addFragment(v_color); }
+)"}}};
     std::unique_ptr<Program> m_gather;
-    std::optional<Texture> m_color;
-    std::optional<Texture> m_depth;
-    std::optional<Texture> m_target;
-    std::optional<Framebuffer> m_framebuffer;
-    std::optional<StateGuard> m_guard;
+    StateGuard m_guard{StateGuard::SaveFlags::Framebuffer | StateGuard::SaveFlags::Viewport};
+    Texture m_color = makeTexture(InternalFormat::RGBA32F);
+    Texture m_depth = makeTexture(InternalFormat::DepthComponent32F);
+    Texture m_target = makeTexture(InternalFormat::RGBA32F);
+    Framebuffer m_framebuffer;
     std::mt19937 m_random{7};
 };
 
 Scene randomScene(std::mt19937& random, int count) {
-    std::uniform_real_distribution<float> position(-1.2F, 1.2F);
-    std::uniform_real_distribution<float> depth(-0.99F, 0.99F);
     std::uniform_real_distribution<float> unit(0, 1);
-    Scene scene(static_cast<std::size_t>(count));
-    for (Triangle& triangle : scene) {
-        for (Vector3f& corner : triangle.corners)
-            corner = Vector3f(position(random), position(random), depth(random));
-        triangle.color = Vector4f(unit(random), unit(random), unit(random), unit(random));
-    }
+    Scene scene;
+    for (int i = 0; i < count; ++i)
+        scene.push_back({unit(random), Vector4f(unit(random), unit(random), unit(random), unit(random)),
+                         1 + i % size.x()});
     return scene;
 }
 
@@ -210,7 +174,7 @@ TEST_F(OrderIndependentTransparencyGL, EqualsTheSortedFragmentsInAnyDrawingOrder
     // channel.
     Scene equal;
     for (int i = 0; i < 150; ++i)
-        equal.push_back(layer(0.5F, Vector4f(i % 5 == 0, i % 5 == 1, i % 5 == 2, float(i % 50 + 1) / 500)));
+        equal.push_back({0.5F, Vector4f(i % 5 == 0, i % 5 == 1, i % 5 == 2, float(i % 50 + 1) / 500)});
     const Picture once = renderWithRoom(transparency, equal);
     std::ranges::shuffle(equal, m_random);
     EXPECT_EQ(render(transparency, equal), once);
@@ -230,8 +194,8 @@ TEST_F(OrderIndependentTransparencyGL, SortsListsOfAnyLength) {
         for (const float opacity : {1.F / float(length + 1), 1.F}) {
             Scene scene;
             for (int i = 0; i < length; ++i)
-                scene.push_back(layer(float(i + 1) / float(length + 2),
-                                      Vector4f(unit(m_random), unit(m_random), unit(m_random), opacity)));
+                scene.push_back({float(i + 1) / float(length + 2),
+                                 Vector4f(unit(m_random), unit(m_random), unit(m_random), opacity)});
             const Picture expected = renderReference(scene);
             std::ranges::shuffle(scene, m_random);
             EXPECT_LT(largestDifference(renderWithRoom(transparency, scene), expected), 0.5F / 255)
@@ -244,21 +208,21 @@ TEST_F(OrderIndependentTransparencyGL, HidesWhatTheOpaquePictureCovers) {
     OrderIndependentTransparency transparency;
     setBackground(Vector4f(0, 0, 0, 1), 0.5F);
     // Textures that are set up for something else: shadow comparison, and mipmaps that there are none of.
-    m_depth->bind(0);
+    m_depth.bind(0);
     glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_COMPARE_MODE, GL_COMPARE_REF_TO_TEXTURE);
-    m_color->bind(0);
+    m_color.bind(0);
     glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, GL_LINEAR_MIPMAP_LINEAR);
     const Vector4f white = Vector4f::Ones();
     const Vector4f black(0, 0, 0, 1);
-    EXPECT_EQ(render(transparency, {layer(0.6F, white), layer(0.5F, white)}), Picture(numPixels, black));
-    EXPECT_EQ(render(transparency, {layer(0.6F, white), layer(0.4F, white)}), Picture(numPixels, white));
+    EXPECT_EQ(render(transparency, {{0.6F, white}, {0.5F, white}}), Picture(numPixels, black));
+    EXPECT_EQ(render(transparency, {{0.6F, white}, {0.4F, white}}), Picture(numPixels, white));
 }
 
 TEST_F(OrderIndependentTransparencyGL, AFrameThatOverflowsMakesRoomForTheNext) {
     OrderIndependentTransparency transparency;
     Scene scene;
     for (int i = 1; i <= 10; ++i)
-        scene.push_back(layer(float(i) / 11, Vector4f(float(i) / 10, 0, 0, 0.5F)));
+        scene.push_back({float(i) / 11, Vector4f(float(i) / 10, 0, 0, 0.5F)});
     const Picture expected = renderReference(scene);
     const Picture first = render(transparency, scene);
     EXPECT_EQ(transparency.numNodesTotal(), 4 * numPixels);
@@ -270,11 +234,11 @@ TEST_F(OrderIndependentTransparencyGL, AFrameThatOverflowsMakesRoomForTheNext) {
         log().take(category),
         (std::vector<LogLine>{{1, std::string(category), "Increasing node buffer size to 11 nodes/pixel"}}));
     // The lists start empty in each frame, and one frame may be blended twice.
-    EXPECT_EQ(render(transparency, {}), m_color->download<Vector4f>());
+    EXPECT_EQ(render(transparency, {}), m_color.download<Vector4f>());
     (void)render(transparency, scene);
     clearColorBuffer(Vector4f::Zero());
-    transparency.renderBlendedFragments(*m_color, *m_depth);
-    EXPECT_EQ(m_target->download<Vector4f>(), second);
+    transparency.renderBlendedFragments(m_color, m_depth);
+    EXPECT_EQ(m_target.download<Vector4f>(), second);
 }
 
 TEST_F(OrderIndependentTransparencyGL, TheDriversLimitStopsGrowthWithOneWarningPerSize) {
@@ -300,21 +264,21 @@ TEST_F(OrderIndependentTransparencyGL, TheDriversLimitStopsGrowthWithOneWarningP
 
 TEST_F(OrderIndependentTransparencyGL, ASizeWithoutPixelsTakesNoFragments) {
     OrderIndependentTransparency transparency;
-    const Scene scene = {layer(0.5F, Vector4f::Ones())};
+    const Scene scene = {{0.5F, Vector4f::Ones()}};
     for (const Vector2i& empty : {Vector2i(0, 5), Vector2i(-3, 5)}) {
         transparency.reset(empty, true);
         gather(transparency, scene);
         pretendDemand(7, transparency);
-        transparency.renderBlendedFragments(*m_color, *m_depth);
-        EXPECT_EQ(m_target->download<Vector4f>(), m_color->download<Vector4f>());
+        transparency.renderBlendedFragments(m_color, m_depth);
+        EXPECT_EQ(m_target.download<Vector4f>(), m_color.download<Vector4f>());
     }
     // Fragments outside of the lists are left out.
     transparency.reset(Vector2i(size.x() / 2, size.y()), false);
     gather(transparency, scene);
-    transparency.renderBlendedFragments(*m_color, *m_depth);
-    const Picture picture = m_target->download<Vector4f>();
+    transparency.renderBlendedFragments(m_color, m_depth);
+    const Picture picture = m_target.download<Vector4f>();
     EXPECT_EQ(picture.front(), Vector4f::Ones());
-    EXPECT_EQ(picture.back(), m_color->download<Vector4f>().back());
+    EXPECT_EQ(picture.back(), m_color.download<Vector4f>().back());
 }
 
 TEST_F(OrderIndependentTransparencyGL, OneProgramServesSeveralObjectsInTurn) {
@@ -324,14 +288,14 @@ TEST_F(OrderIndependentTransparencyGL, OneProgramServesSeveralObjectsInTurn) {
     const Vector4f green(0, 1, 0, 1);
     first.reset(size, false);
     second.reset(size, false);
-    gather(first, {layer(0.5F, red)});
-    gather(second, {layer(0.5F, green)});
-    first.renderBlendedFragments(*m_color, *m_depth);
-    EXPECT_EQ(m_target->download<Vector4f>(), Picture(numPixels, red));
-    second.renderBlendedFragments(*m_color, *m_depth);
-    EXPECT_EQ(m_target->download<Vector4f>(), Picture(numPixels, green));
+    gather(first, {{0.5F, red}});
+    gather(second, {{0.5F, green}});
+    first.renderBlendedFragments(m_color, m_depth);
+    EXPECT_EQ(m_target.download<Vector4f>(), Picture(numPixels, red));
+    second.renderBlendedFragments(m_color, m_depth);
+    EXPECT_EQ(m_target.download<Vector4f>(), Picture(numPixels, green));
     second = std::move(first);
-    EXPECT_EQ(render(second, {layer(0.5F, red)}), Picture(numPixels, red));
+    EXPECT_EQ(render(second, {{0.5F, red}}), Picture(numPixels, red));
 }
 
 TEST_F(OrderIndependentTransparencyGL, TheCallersStateNeitherMattersNorChanges) {
@@ -339,27 +303,23 @@ TEST_F(OrderIndependentTransparencyGL, TheCallersStateNeitherMattersNorChanges) 
     const Picture expected = render(transparency, randomScene(m_random, 20));
     Texture depth = makeTexture(InternalFormat::Depth24Stencil8);
     Texture second = makeTexture(InternalFormat::RGBA32F);
-    m_framebuffer->attach(depth, 0);
-    m_framebuffer->attach(second, 1);
-    m_framebuffer->setDrawBuffers();
+    m_framebuffer.attach(depth, 0);
+    m_framebuffer.attach(second, 1);
+    m_framebuffer.setDrawBuffers();
     clearDepthBuffer(0.25);
     clearColorBuffer(Vector4f(9, 9, 9, 9));
     second.clear(Vector4f(1, 2, 3, 4));
-    GLuint vertexArray = 0;
-    glGenVertexArrays(1, &vertexArray);
-    glBindVertexArray(vertexArray);
+    const VertexArrayObject bound;
     m_gather->enable();
     {
         const Testing::AdverseState adverse;
         glDisablei(GL_BLEND, 1); // can be set for each draw buffer
-        transparency.renderBlendedFragments(*m_color, *m_depth);
+        transparency.renderBlendedFragments(m_color, m_depth);
         EXPECT_FALSE(glIsEnabledi(GL_BLEND, 1));
         glEnablei(GL_BLEND, 1);
     }
     m_gather->disable();
-    glBindVertexArray(0);
-    glDeleteVertexArrays(1, &vertexArray);
-    EXPECT_EQ(m_target->download<Vector4f>(), expected);
+    EXPECT_EQ(m_target.download<Vector4f>(), expected);
     EXPECT_EQ(second.download<Vector4f>(), Picture(numPixels, Vector4f(1, 2, 3, 4)));
     float depthAfter = 0;
     glReadPixels(1, 1, 1, 1, GL_DEPTH_COMPONENT, GL_FLOAT, &depthAfter);

@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: BSD-3-Clause
-#include "support/GLFixture.h"
-#include "support/MapRepository.h"
+#include "support/GLTest.h"
 
 #include <Veltrand/GL/Context.h>
 #include <Veltrand/GL/ContextManager.h>
@@ -14,12 +13,8 @@
 #include <Veltrand/GL/OrderIndependentTransparency.h>
 #include <Veltrand/GL/Program.h>
 #include <Veltrand/GL/TextRenderer.h>
-#include <Veltrand/GL/Texture.h>
 #include <Veltrand/GL/VertexBuffer.h>
 #include <Veltrand/GL/ViewState.h>
-
-#include <Eigen/Core>
-#include <gtest/gtest.h>
 
 namespace Veltrand::GL {
 

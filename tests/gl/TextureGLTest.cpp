@@ -2,7 +2,6 @@
 #include "support/GLTest.h"
 
 #include <cstring>
-#include <sstream>
 
 namespace Veltrand::GL {
 
@@ -16,11 +15,15 @@ void ignoreErrors() {
     }
 }
 
-int parameter(const Texture& texture, GLenum name) {
+// Both filters, the wrapping of three directions, and the swizzle of four channels.
+std::vector<int> sampling(const Texture& texture) {
+    constexpr std::array names{GL_TEXTURE_MIN_FILTER, GL_TEXTURE_MAG_FILTER, GL_TEXTURE_WRAP_S,
+                               GL_TEXTURE_WRAP_T,     GL_TEXTURE_WRAP_R,     GL_TEXTURE_SWIZZLE_RGBA};
+    std::vector<int> values(names.size() + 3);
     texture.bind(0);
-    GLint value = 0;
-    glGetTexParameteriv(static_cast<GLenum>(texture.target()), name, &value);
-    return value;
+    for (std::size_t i = 0; i < names.size(); ++i)
+        glGetTexParameteriv(static_cast<GLenum>(texture.target()), static_cast<GLenum>(names[i]), &values[i]);
+    return values;
 }
 
 } // namespace
@@ -37,72 +40,63 @@ TEST_F(TextureGL, ChoosesTheTargetFromTheSize) {
     }
 }
 
-TEST_F(TextureGL, ExtraDimensionsAreWarnedAboutAndNotAllocated) {
-    const auto takeWarning = [this](const char* text) {
-        return log().takeLine({Log::Warning, "GL.Texture", text});
-    };
-    const Texture line(Target::Texture1D, {4, 4, 3}, InternalFormat::R8);
-    EXPECT_TRUE(takeWarning("Using a 3D texture with a 2D target mode, clamping size to 1."));
-    EXPECT_TRUE(takeWarning("Using a 2D texture with Texture1D target mode, clamping size to 1."));
-    EXPECT_EQ(line.numTexels(), 4U);
-    const Texture array(Target::Texture1DArray, {4, 4, 3}, InternalFormat::R8);
-    EXPECT_TRUE(takeWarning("Using a 3D texture with a 2D target mode, clamping size to 1."));
-    EXPECT_EQ(array.numTexels(), 16U);
-    EXPECT_EQ(Texture(Target::Texture2DArray, {4, 4, 3}, InternalFormat::R8).numTexels(), 48U);
-}
-
-TEST_F(TextureGL, SizesOutOfRangeAreWarnedAbout) {
-    const auto expectWarning = [this](Target target, const Eigen::Vector3i& s, const std::string& fault) {
-        const Texture texture(target, s, InternalFormat::R8);
-        ignoreErrors();
-        std::ostringstream text;
-        text << "Requested size " << s.x() << ' ' << s.y() << ' ' << s.z() << fault
-             << " Subsequent actions may fail.";
-        EXPECT_TRUE(log().takeLine({Log::Warning, "GL.Texture", text.str()})) << text.str();
-    };
+TEST_F(TextureGL, SizesThatDoNotFitAreWarnedAbout) {
+    const int max2D = getInt(GL_MAX_TEXTURE_SIZE);
     const int max3D = getInt(GL_MAX_3D_TEXTURE_SIZE);
-    expectWarning(Target::Texture2D, {getInt(GL_MAX_TEXTURE_SIZE) + 1, 1, 1},
-                  " exceeds maximum supported GPU texture size.");
-    expectWarning(Target::Texture3D, {2, 2, max3D + 1}, " exceeds maximum supported GPU texture size.");
-    expectWarning(Target::Texture2D, {4, -2, 1}, " has no texels.");
-    const Texture wide(Target::Texture2D, {max3D + 1, 1, 1}, InternalFormat::R8); // within its own limit
-}
-
-TEST_F(TextureGL, StartsWithItsSamplingDefaults) {
-    using Swizzle = std::array<int, 4>;
-    const Swizzle grey{GL_RED, GL_RED, GL_RED, GL_ONE};
-    const Swizzle straight{GL_RED, GL_GREEN, GL_BLUE, GL_ALPHA};
+    const std::string clamped3D = "Using a 3D texture with a 2D target mode, clamping size to 1.";
+    const std::string clamped2D = "Using a 2D texture with Texture1D target mode, clamping size to 1.";
+    const auto requested = [](const std::string& size, const std::string& fault) {
+        return "Requested size " + size + fault + " Subsequent actions may fail.";
+    };
+    const std::string tooLarge = " exceeds maximum supported GPU texture size.";
     const struct {
-        InternalFormat format;
-        int filter;
-        Swizzle swizzle;
-    } cases[] = {{InternalFormat::R32F, GL_LINEAR, grey},
-                 {InternalFormat::R16UI, GL_NEAREST, grey},
-                 {InternalFormat::RG16I, GL_NEAREST, straight}};
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.format.toString());
-        const Texture texture(Target::Texture3D, {2, 2, 2}, c.format);
-        EXPECT_EQ(parameter(texture, GL_TEXTURE_MIN_FILTER), c.filter);
-        EXPECT_EQ(parameter(texture, GL_TEXTURE_MAG_FILTER), c.filter);
-        EXPECT_EQ(parameter(texture, GL_TEXTURE_WRAP_R), GL_CLAMP_TO_EDGE);
-        std::array<GLint, 4> swizzle{};
-        glGetTexParameteriv(GL_TEXTURE_3D, GL_TEXTURE_SWIZZLE_RGBA, swizzle.data());
-        EXPECT_EQ(swizzle, c.swizzle);
+        Target target;
+        Eigen::Vector3i size;
+        std::vector<std::string> warnings;
+        std::size_t texels; // in as many dimensions as the target has
+    } cases[] = {
+        {Target::Texture1D, {4, 4, 3}, {clamped2D, clamped3D}, 4},
+        {Target::Texture1DArray, {4, 4, 3}, {clamped3D}, 16},
+        {Target::Texture2DArray, {4, 4, 3}, {}, 48},
+        {Target::Texture2D,
+         {max2D + 1, 1, 1},
+         {requested(std::to_string(max2D + 1) + " 1 1", tooLarge)},
+         static_cast<std::size_t>(max2D) + 1},
+        {Target::Texture3D,
+         {2, 2, max3D + 1},
+         {requested("2 2 " + std::to_string(max3D + 1), tooLarge)},
+         4 * static_cast<std::size_t>(max3D + 1)},
+        {Target::Texture2D, {max3D + 1, 1, 1}, {}, static_cast<std::size_t>(max3D) + 1}, // its own limit
+        {Target::Texture2D, {4, -2, 1}, {requested("4 -2 1", " has no texels.")}, 0},
+    };
+    for (const auto& [target, requestedSize, warnings, texels] : cases) {
+        const Texture texture(target, requestedSize, InternalFormat::R8);
+        ignoreErrors();
+        std::vector<std::string> lines;
+        for (const auto& line : log().take("GL.Texture"))
+            lines.push_back(line.text);
+        EXPECT_EQ(lines, warnings);
+        EXPECT_EQ(texture.numTexels(), texels);
     }
 }
 
-TEST_F(TextureGL, SamplingIsSetPerTexture) {
+TEST_F(TextureGL, SamplingHasDefaultsAndIsSetPerTexture) {
+    constexpr int edge = GL_CLAMP_TO_EDGE;
+    const std::pair<InternalFormat, std::vector<int>> defaults[] = {
+        {InternalFormat::R32F, {GL_LINEAR, GL_LINEAR, edge, edge, edge, GL_RED, GL_RED, GL_RED, GL_ONE}},
+        {InternalFormat::R16UI, {GL_NEAREST, GL_NEAREST, edge, edge, edge, GL_RED, GL_RED, GL_RED, GL_ONE}},
+        {InternalFormat::RG16I,
+         {GL_NEAREST, GL_NEAREST, edge, edge, edge, GL_RED, GL_GREEN, GL_BLUE, GL_ALPHA}}};
+    for (const auto& [format, values] : defaults)
+        EXPECT_EQ(sampling(Texture(Target::Texture3D, {2, 2, 2}, format)), values) << format.toString();
+
     Texture texture(Target::Texture3D, {4, 4, 4}, InternalFormat::R8);
     texture.setFiltering(Sampler::MinFilter::LinearMipmapNearest, Sampler::MagFilter::Nearest);
     texture.setWrapping(Sampler::Wrap::Repeat, Sampler::Wrap::ClampToBorder, Sampler::Wrap::MirroredRepeat);
+    EXPECT_EQ(sampling(texture),
+              (std::vector<int>{GL_LINEAR_MIPMAP_NEAREST, GL_NEAREST, GL_REPEAT, GL_CLAMP_TO_BORDER,
+                                GL_MIRRORED_REPEAT, GL_RED, GL_RED, GL_RED, GL_ONE}));
     texture.generateMipmaps();
-    const std::pair<GLenum, int> parameters[] = {{GL_TEXTURE_MIN_FILTER, GL_LINEAR_MIPMAP_NEAREST},
-                                                 {GL_TEXTURE_MAG_FILTER, GL_NEAREST},
-                                                 {GL_TEXTURE_WRAP_S, GL_REPEAT},
-                                                 {GL_TEXTURE_WRAP_T, GL_CLAMP_TO_BORDER},
-                                                 {GL_TEXTURE_WRAP_R, GL_MIRRORED_REPEAT}};
-    for (const auto& [name, value] : parameters)
-        EXPECT_EQ(parameter(texture, name), value);
     GLint width = 0;
     glGetTexLevelParameteriv(GL_TEXTURE_3D, 2, GL_TEXTURE_WIDTH, &width);
     EXPECT_EQ(width, 1);
@@ -154,20 +148,6 @@ TEST_F(TextureGL, AnAdoptedTextureTellsItsSizeAndIsOwned) {
     EXPECT_FALSE(glIsTexture(id));
 }
 
-TEST_F(TextureGL, RowsAreAlignedForTheCallAndByOneAfterwards) {
-    Texture texture(Target::Texture2D, {3, 2, 1}, InternalFormat::RGB8);
-    using Pixel = Eigen::Vector<unsigned char, 3>;
-    const std::vector<Pixel> pixels{{1, 2, 3},    {4, 5, 6},    {7, 8, 9},
-                                    {10, 11, 12}, {13, 14, 15}, {16, 17, 18}};
-    glPixelStorei(GL_UNPACK_ALIGNMENT, 8);
-    glPixelStorei(GL_PACK_ALIGNMENT, 8);
-    EXPECT_TRUE(texture.upload(pixels));
-    EXPECT_EQ(texture.download<Pixel>(), pixels);
-    EXPECT_FLOAT_EQ(texture.download<Eigen::Vector4f>()[5].y(), 17.0F / 255);
-    EXPECT_EQ(getInt(GL_UNPACK_ALIGNMENT), 1);
-    EXPECT_EQ(getInt(GL_PACK_ALIGNMENT), 1);
-}
-
 namespace {
 
 template<class T>
@@ -176,8 +156,13 @@ void expectRoundTrip(Target target, const Eigen::Vector3i& size, InternalFormat 
     Texture texture(target, size, format);
     std::vector<T> texels(texture.numTexels(), sample);
     std::memset(static_cast<void*>(texels.data()), 1, sizeof(T)); // the first texel differs from the rest
+    // Rows are aligned for the call, and by one afterwards.
+    glPixelStorei(GL_UNPACK_ALIGNMENT, 8);
+    glPixelStorei(GL_PACK_ALIGNMENT, 8);
     EXPECT_TRUE(texture.upload(texels));
     EXPECT_TRUE(texture.download<T>() == texels);
+    EXPECT_EQ(getInt(GL_UNPACK_ALIGNMENT), 1);
+    EXPECT_EQ(getInt(GL_PACK_ALIGNMENT), 1);
 }
 
 } // namespace
@@ -185,6 +170,8 @@ void expectRoundTrip(Target target, const Eigen::Vector3i& size, InternalFormat 
 TEST_F(TextureGL, TypedTransfersRoundTrip) {
     expectRoundTrip<float>(Target::Texture1D, {7, 1, 1}, InternalFormat::R32F, -2.5F);
     expectRoundTrip<unsigned char>(Target::Texture1DArray, {5, 3, 1}, InternalFormat::R8, 200);
+    expectRoundTrip<Eigen::Vector<unsigned char, 3>>(Target::Texture2D, {3, 2, 1}, InternalFormat::RGB8,
+                                                     {1, 2, 3});
     expectRoundTrip<Eigen::Vector2f>(Target::Texture2DArray, {3, 3, 2}, InternalFormat::RG32F, {1, 2});
     expectRoundTrip<Eigen::Vector<short, 2>>(Target::Texture3D, {3, 3, 3}, InternalFormat::RG16I, {-7, 9});
     expectRoundTrip<Eigen::Vector<unsigned int, 3>>(Target::Texture2D, {3, 3, 1}, InternalFormat::RGB32UI,

@@ -1,47 +1,19 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
+#include "support/TemporaryDirectory.h"
+
 #include <algorithm>
 #include <array>
 #include <cstdint>
 #include <cstring>
-#include <filesystem>
-#include <fstream>
 #include <gtest/gtest.h>
 #include <string>
-#include <unistd.h>
 #include <utility>
 #include <vector>
 #include <zlib.h>
 
 namespace Veltrand::Testing {
-
-/// A directory that is gone with the object.
-class TemporaryDirectory {
-public:
-    TemporaryDirectory() {
-        std::string pattern = (std::filesystem::temp_directory_path() / "veltrand-XXXXXX").string();
-        if (::mkdtemp(pattern.data()) == nullptr)
-            throw std::runtime_error("no temporary directory");
-        m_path = pattern;
-    }
-    ~TemporaryDirectory() {
-        std::error_code ignored;
-        std::filesystem::remove_all(m_path, ignored);
-    }
-    TemporaryDirectory(const TemporaryDirectory&) = delete;
-    TemporaryDirectory& operator=(const TemporaryDirectory&) = delete;
-
-    [[nodiscard]] const std::filesystem::path& path() const { return m_path; }
-
-    std::filesystem::path write(const std::string& name, const std::string& bytes) const {
-        std::ofstream(m_path / name, std::ios::binary) << bytes;
-        return m_path / name;
-    }
-
-private:
-    std::filesystem::path m_path;
-};
 
 /// NIfTI-1 bytes in the making: 2 x 3 x 4 voxels of a byte at first, 1 mm apart, without orientation.
 struct NiftiFile {

@@ -1,13 +1,10 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include "support/LogCapture.h"
+#include "support/TemporaryDirectory.h"
 
 #include <Veltrand/Core/DirectoryRepository.h>
 
-#include <filesystem>
-#include <fstream>
 #include <gtest/gtest.h>
-#include <stdexcept>
-#include <string>
 #include <vector>
 
 namespace Veltrand {
@@ -18,29 +15,28 @@ namespace fs = std::filesystem;
 
 class DirectoryRepositoryTest : public ::testing::Test {
 protected:
-    void SetUp() override {
-        fs::create_directories(m_root / "inside" / "folder");
-        write("secret", "secret");
-        write("inside/a", "first");
-        write("inside/folder/b", "deep");
+    DirectoryRepositoryTest() {
+        fs::create_directories(inside / "folder");
+        root.write("secret", "secret");
+        root.write("inside/a", "first");
+        root.write("inside/folder/b", "deep");
     }
-    void TearDown() override { fs::remove_all(m_root); }
-    void write(const char* file, const char* text) const { std::ofstream(m_root / file) << text; }
 
     static std::string content(const std::string& path) {
         const auto bytes = Resource::query("Files", path);
         return bytes ? bytes->view().toString() : "none";
     }
 
-    const fs::path m_root = fs::path(::testing::TempDir()) / ("directory" + std::to_string(getpid()));
+    const Testing::TemporaryDirectory root;
+    const fs::path inside = root.path() / "inside";
 };
 
 } // namespace
 
 TEST_F(DirectoryRepositoryTest, ServesWhatLiesInTheDirectoryAndNothingElse) {
-    fs::create_symlink("../secret", m_root / "inside" / "link");
+    fs::create_symlink("../secret", inside / "link");
     Testing::LogCapture log;
-    const Resource::DirectoryRepository repository("Files", m_root / "inside");
+    const Resource::DirectoryRepository repository("Files", inside);
     const struct {
         std::string file;
         const char* content;
@@ -53,24 +49,24 @@ TEST_F(DirectoryRepositoryTest, ServesWhatLiesInTheDirectoryAndNothingElse) {
         {std::string("a\0b", 3), "none"},
         {"../secret", "none", true},
         {"link", "none", true},
-        {(m_root / "secret").string(), "none", true},
+        {(root.path() / "secret").string(), "none", true},
     };
     for (const auto& [file, expected, escapes] : cases) {
         EXPECT_EQ(content(file), expected) << file;
         EXPECT_NE(log.take("Core.Resource.DirectoryRepository").empty(), escapes) << file;
     }
-    EXPECT_THROW(Resource::DirectoryRepository("Files", m_root / "none"), std::runtime_error);
+    EXPECT_THROW(Resource::DirectoryRepository("Files", root.path() / "none"), std::runtime_error);
 }
 
 TEST_F(DirectoryRepositoryTest, TellsWhichOfTheFilesAskedForHaveChanged) {
     using Names = std::vector<std::string>;
-    Resource::DirectoryRepository repository("Files", m_root / "inside");
+    Resource::DirectoryRepository repository("Files", inside);
     EXPECT_EQ(content("a") + content("folder/b") + content("new"), "firstdeepnone");
     EXPECT_EQ(repository.takeChanges(), Names{});
-    write("inside/a", "second");
-    write("inside/new", "new");
-    write("inside/other", "not asked for");
-    fs::remove(m_root / "inside" / "folder" / "b");
+    root.write("inside/a", "second");
+    root.write("inside/new", "new");
+    root.write("inside/other", "not asked for");
+    fs::remove(inside / "folder" / "b");
     EXPECT_EQ(content("a") + content("folder/b") + content("new"), "secondnonenew");
     EXPECT_EQ(repository.takeChanges(), (Names{"a", "folder/b", "new"}));
     EXPECT_EQ(repository.takeChanges(), Names{});

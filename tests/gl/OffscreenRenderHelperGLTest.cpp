@@ -149,9 +149,8 @@ TEST_F(OffscreenRenderHelperGL, EvictsTheLeastRecentlyUsedAndNeverTakesThemBack)
     EXPECT_EQ(deleted.take(), 1);
     m_helper.evictionSignal().connect([](const Config&) { throw std::runtime_error("no"); });
     (void)lend();
-    EXPECT_EQ(log().take(category),
-              (std::vector<LogLine>{{4, std::string(category),
-                                     "A slot of the eviction signal has thrown as a buffer came back: no"}}));
+    EXPECT_TRUE(log().takeLine(
+        {4, std::string(category), "A slot of the eviction signal has thrown as a buffer came back: no"}));
 }
 
 TEST_F(OffscreenRenderHelperGL, WhatCannotBeLentIsLoggedAndEmpty) {

@@ -5,7 +5,8 @@
 #include <Veltrand/GL/Sampler.h>
 #include <Veltrand/GL/ShaderStorageBuffer.h>
 
-#include <numeric>
+#include <span>
+#include <type_traits>
 
 namespace Veltrand::GL {
 
@@ -45,29 +46,35 @@ void main() {
     }
 
     // Hands over a value and a list of two of a type, and reads them back.
-    template<class Matrix>
-    void expectRoundTrip(const std::string& type) {
+    // @param component leads to the first number of a value in GLSL
+    template<class T>
+    void expectRoundTrip(const std::string& type, const std::string& component) {
         SCOPED_TRACE(type);
-        constexpr int size = Matrix::SizeAtCompileTime;
-        const std::string sum = Matrix::ColsAtCompileTime > 1 ? "s[0][0] + v[1][0][0]" : "s[0] + v[1][0]";
-        const auto program = make("uniform " + type + " s; uniform " + type + " v[2];", sum);
-        std::array<Matrix, 2> values;
-        std::vector<float> expected(std::size_t{2} * size);
-        std::iota(expected.begin(), expected.end(), 1.F);
-        for (std::size_t i = 0; i < expected.size(); ++i)
-            values[i / size].data()[i % size] = static_cast<typename Matrix::Scalar>(expected[i]);
-        const auto expectUniform = [&](const std::string& name, std::ptrdiff_t element) {
-            std::vector<float> read(size);
-            glGetUniformfv(program->id(), program->loc(name), read.data());
-            EXPECT_TRUE(std::equal(read.begin(), read.end(), expected.begin() + element * size)) << name;
-        };
+        const auto program = make("uniform " + type + " s; uniform " + type + " v[2];",
+                                  "s" + component + " + v[1]" + component);
+        std::array<T, 2> values;
+        std::array<std::vector<float>, 2> expected;
+        for (float number = 1; const std::size_t i : {0, 1})
+            for (auto& place : numbers(values[i])) {
+                expected[i].push_back(number);
+                place = static_cast<std::remove_reference_t<decltype(place)>>(number++);
+            }
         program->enable();
         program->setArgument("s", values[1]);
-        program->setArgument("v", std::vector<Matrix>(values.begin(), values.end()));
-        expectUniform("s", 1);
-        expectUniform("v[0]", 0);
-        expectUniform("v[1]", 1);
+        program->setArgument("v", std::vector<T>(values.begin(), values.end()));
+        for (const auto& [name, i] : {std::pair("s", 1U), {"v[0]", 0U}, {"v[1]", 1U}}) {
+            std::vector<float> read(expected[i].size());
+            glGetUniformfv(program->id(), program->loc(name), read.data());
+            EXPECT_EQ(read, expected[i]) << name;
+        }
         program->disable();
+    }
+    template<class T>
+    static auto numbers(T& value) {
+        if constexpr (std::is_arithmetic_v<T>)
+            return std::span(&value, 1);
+        else
+            return std::span(value.data(), T::SizeAtCompileTime);
     }
 
     [[nodiscard]] bool takeError(const std::string& text) { return log().takeLine({4, "GL.Program", text}); }
@@ -113,40 +120,32 @@ static_assert(!Accepted<const char*> && !Accepted<std::vector<Texture*>>);
 } // namespace
 
 TEST_F(ProgramArgumentsGL, UniformsOfEveryTypeArrive) {
-    const auto program = make("uniform bool b; uniform int i; uniform uint u; uniform float f;\n"
-                              "uniform int ia[2]; uniform uint ua[2]; uniform float fa[2];\n",
-                              "float(b) + i + u + f + ia[1] + ua[1] + fa[1]");
-    program->enable();
-    const auto expectUniform = [&](const char* name, const auto& argument, float expected) {
-        program->setArgument(name, argument);
-        const std::string last = name + std::string(name[1] == 'a' ? "[1]" : "");
-        float value = 0;
-        glGetUniformfv(program->id(), program->loc(last), &value);
-        EXPECT_EQ(value, expected) << name;
-    };
-    expectUniform("b", true, 1);
-    expectUniform("i", -5, -5);
-    expectUniform("u", 7u, 7);
-    expectUniform("f", 0.5f, 0.5f);
-    expectUniform("f", 0.25, 0.25f);
-    expectUniform("ia", std::vector<int>{-1, -2}, -2);
-    expectUniform("ua", std::vector<unsigned int>{4, 5}, 5);
-    expectUniform("fa", std::vector<float>{0.5f, 1.5f}, 1.5f);
-    program->setArgument("unknown", 1);
-    program->setArgument("fa", std::vector<float>{});
-    program->disable();
-    EXPECT_FALSE(program->checkForUnititializedUniforms());
+    expectRoundTrip<int>("int", "");
+    expectRoundTrip<unsigned int>("uint", "");
+    expectRoundTrip<float>("float", "");
+    expectRoundTrip<Eigen::Vector2i>("ivec2", "[0]");
+    expectRoundTrip<Eigen::Vector3i>("ivec3", "[0]");
+    expectRoundTrip<Eigen::Vector4i>("ivec4", "[0]");
+    expectRoundTrip<Eigen::Vector2f>("vec2", "[0]");
+    expectRoundTrip<Eigen::Vector3f>("vec3", "[0]");
+    expectRoundTrip<Eigen::Vector4f>("vec4", "[0]");
+    expectRoundTrip<Eigen::Matrix2f>("mat2", "[0][0]");
+    expectRoundTrip<Eigen::Matrix3f>("mat3", "[0][0]");
+    expectRoundTrip<Eigen::Matrix4f>("mat4", "[0][0]");
+    expectRoundTrip<Eigen::Matrix4d>("mat4", "[0][0]");
 
-    expectRoundTrip<Eigen::Vector2i>("ivec2");
-    expectRoundTrip<Eigen::Vector3i>("ivec3");
-    expectRoundTrip<Eigen::Vector4i>("ivec4");
-    expectRoundTrip<Eigen::Vector2f>("vec2");
-    expectRoundTrip<Eigen::Vector3f>("vec3");
-    expectRoundTrip<Eigen::Vector4f>("vec4");
-    expectRoundTrip<Eigen::Matrix2f>("mat2");
-    expectRoundTrip<Eigen::Matrix3f>("mat3");
-    expectRoundTrip<Eigen::Matrix4f>("mat4");
-    expectRoundTrip<Eigen::Matrix4d>("mat4");
+    const auto program = make("uniform bool b; uniform float f;", "float(b) + f");
+    program->enable();
+    program->setArgument("b", true);
+    program->setArgument("f", 0.25);
+    program->setArgument("f", std::vector<float>{}); // changes nothing
+    program->setArgument("unknown", 1);
+    EXPECT_EQ(uniformInt(*program, "b"), 1);
+    float value = 0;
+    glGetUniformfv(program->id(), program->loc("f"), &value);
+    EXPECT_EQ(value, 0.25F);
+    EXPECT_FALSE(program->checkForUnititializedUniforms());
+    program->disable();
 }
 
 TEST_F(ProgramArgumentsGL, EachNameKeepsATextureUnitOfItsOwn) {

@@ -138,24 +138,16 @@ TEST(ProgramSource, VersionLinesGiveWayToOneNewline) {
 }
 
 TEST(ProgramSource, OnlyExactDirectivesAreExpanded) {
-    const char* const expanded[] = {
-        "#pragma include \"T/inc\"",
-        "xx#pragma include \"T/inc\"yy",
-        "#pragma include word \"T/inc\"",
+    const std::pair<std::string, bool> cases[] = {
+        {"#pragma include \"T/inc\"", true},      {"xx#pragma include \"T/inc\"yy", true},
+        {"#pragma include word \"T/inc\"", true}, {"# pragma include \"T/inc\"", false},
+        {"#pragma include <T/inc>", false},       {"#pragma include \"T/inc", false},
+        {"#pragma include a b \"T/inc\"", false}, {"#pragma optimize(off)", false},
     };
-    const char* const untouched[] = {
-        "# pragma include \"T/inc\"",    "#pragma include <T/inc>", "#pragma include \"T/inc",
-        "#pragma include a b \"T/inc\"", "#pragma optimize(off)",
-    };
-    const std::string head = "\n" + fragmentHead;
-    for (const std::string line : expanded) {
-        std::string framed = head;
-        framed.append("// START: ").append(line).append("\nint i;\n// END: ").append(line).append("\n");
-        EXPECT_EQ(assembleMain({{"main", line}, {"inc", "int i;"}}), framed);
-    }
-    for (const std::string line : untouched) {
-        const std::string text = "a\n" + line + "\nb";
-        EXPECT_EQ(assembleMain({{"main", text}, {"inc", "int i;"}}), head + text + "\n");
+    for (const auto& [line, isExpanded] : cases) {
+        const std::string text = isExpanded ? "// START: " + line + "\nint i;\n// END: " + line : line;
+        EXPECT_EQ(assembleMain({{"main", "a\n" + line + "\nb"}, {"inc", "int i;"}}),
+                  "\n" + fragmentHead + "a\n" + text + "\nb\n");
     }
 }
 

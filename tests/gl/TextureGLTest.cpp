@@ -179,21 +179,11 @@ TEST_F(TextureGL, TypedTransfersRoundTrip) {
     expectRoundTrip<float>(Target::Texture2D, {3, 3, 1}, InternalFormat::DepthComponent32F, 0.25F);
 }
 
-TEST_F(TextureGL, RawTransfersTakeHalvesAndPackedTexels) {
+TEST_F(TextureGL, RawTransfersTakeHalves) {
     Texture halves(Target::Texture2D, {3, 1, 1}, InternalFormat::R16F);
     const std::array<std::uint16_t, 3> ones{0x3C00, 0x4000, 0xBC00};
     EXPECT_TRUE(halves.upload(PixelFormat::Red, PixelType::HFloat, std::as_bytes(std::span(ones))));
     EXPECT_EQ(halves.download<float>(), (std::vector<float>{1, 2, -1}));
-    // Rows of 12 bytes, padded to 16.
-    Texture packed(Target::Texture2D, {3, 2, 1}, InternalFormat::Depth24Stencil8);
-    const std::array<std::uint32_t, 7> texels{0x11111101, 0x22222202, 0x33333303, 0,
-                                              0x44444404, 0x55555505, 0x66666606};
-    EXPECT_TRUE(
-        packed.upload(PixelFormat::DepthStencil, PixelType::UInt248, std::as_bytes(std::span(texels))));
-    std::array<std::uint32_t, 7> read{};
-    EXPECT_TRUE(packed.downloadTo(PixelFormat::DepthStencil, PixelType::UInt248,
-                                  std::as_writable_bytes(std::span(read))));
-    EXPECT_EQ(read, texels);
 }
 
 TEST_F(TextureGL, UnfittingTransfersAreRefusedAndTouchNothing) {

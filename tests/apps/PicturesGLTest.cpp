@@ -88,16 +88,16 @@ NiftiFile headBySform(const std::array<int, 3>& axes, const std::array<int, 3>& 
 /// Whether a letter stands with its centre at this place, pixel for pixel as the gallery writes it.
 bool hasLetter(const PngPicture& picture, char letter, int centerX, int centerY, int scale) {
     constexpr int Reach = 10;
-    constexpr int Edge = 2 * Reach;
-    Apps::Canvas canvas({Edge, Edge});
+    constexpr int Side = 2 * Reach;
+    Apps::Canvas canvas({Side, Side});
     canvas.begin();
     Apps::LabelPainter::drawText(std::string(1, letter), Reach, Reach, scale,
                                  Eigen::Vector3f::Constant(0.92F));
     const std::vector<std::uint8_t> pixels = canvas.read();
     int drawn = 0;
-    for (int y = 0; y < Edge; ++y)
-        for (int x = 0; x < Edge; ++x) {
-            const int expected = pixels[static_cast<std::size_t>(4 * (y * Edge + x))];
+    for (int y = 0; y < Side; ++y)
+        for (int x = 0; x < Side; ++x) {
+            const int expected = pixels[static_cast<std::size_t>(4 * (y * Side + x))];
             drawn += expected > 0 ? 1 : 0;
             if (picture.at(centerX - Reach + x, centerY - Reach + y) != expected)
                 return false;
@@ -210,8 +210,7 @@ TEST_F(PicturesGL, SlicesClaimNoSidesThatTheFileDoesNotName) {
 TEST_F(PicturesGL, ProjectionShowsTheGreatestValueOfEachRay) {
     // Blocks of 3x3x3 voxels, in whose middles nothing is interpolated.
     std::array<int, std::size_t{Edge} * Edge * Edge / 27> blocks{};
-    std::ranges::generate(blocks, [this] {
-        return int(m_random() % 256); }));
+    std::ranges::generate(blocks, [this] { return int(m_random() % 256); });
     use(cube(4, [&blocks](const Vector3i& voxel) {
         return blocks[std::size_t((voxel / 3).dot(Vector3i(1, Edge / 3, Edge * Edge / 9)))];
     }));

@@ -54,7 +54,7 @@ void main() {
                                   "s" + component + " + v[1]" + component);
         std::array<T, 2> values;
         std::array<std::vector<float>, 2> expected;
-        for (float number = 1; const std::size_t i : {0, 1})
+        for (float number = 1; const std::size_t i : {0U, 1U})
             for (auto& place : numbers(values[i])) {
                 expected[i].push_back(number);
                 place = static_cast<std::remove_reference_t<decltype(place)>>(number++);
@@ -74,7 +74,7 @@ void main() {
         if constexpr (std::is_arithmetic_v<T>)
             return std::span(&value, 1);
         else
-            return std::span(value.data(), T::SizeAtCompileTime);
+            return std::span(value.data(), static_cast<std::size_t>(value.size()));
     }
 
     [[nodiscard]] bool takeError(const std::string& text) { return log().takeLine({4, "GL.Program", text}); }

@@ -48,18 +48,22 @@ struct Tools {
     }
 };
 
-void drawFixedFunction(Tools& tools, const OrderIndependentTransparency* transparency) {
+// What fragments are gathered in, or null.
+using Transparency = const OrderIndependentTransparency*;
+
+void drawFixedFunction(Tools& tools, Transparency lists) {
     auto& pipeline = *FixedFunctionPipeline::get();
-    pipeline.enable(tools.view, Selection::Plain, transparency);
+    pipeline.enable(tools.view, Selection::Plain, lists);
     pipeline.enableTexturing(tools.image);
     pipeline.setDefaultColor(Eigen::Vector3d(1, 0, 0));
     tools.vertices.draw(Primitive::Points);
-    pipeline.enable(tools.view, Selection::WideLinesAdjacency, transparency);
+    pipeline.enable(tools.view, Selection::WideLinesAdjacency, lists);
     tools.vertices.draw(Primitive::LineStripAdjacency);
     pipeline.disable();
 }
 
-void drawLines(const Tools& tools, unsigned short pattern, Primitive primitive) {
+template<unsigned short pattern, Primitive primitive = Primitive::LineStrip>
+void drawLines(Tools& tools, Transparency) {
     const LineRenderer::Options options(Eigen::Vector3d(1, 0, 0), 3, Eigen::Matrix4d::Identity(), pattern);
     const std::vector<Eigen::Vector3d> points{{-1, -1, 0}, {1, -1, 0}, {1, 1, 0}};
     if (primitive == Primitive::Lines)
@@ -68,14 +72,14 @@ void drawLines(const Tools& tools, unsigned short pattern, Primitive primitive) 
         LineRenderer::get()->renderLineStrip(points, options, tools.view);
 }
 
-void drawText(Tools& tools) {
+void drawText(Tools& tools, Transparency) {
     TextRenderer::Font font;
     font.decorations = {TextRenderer::Decoration::Shadow, TextRenderer::Decoration::Underline};
     TextRenderer::get()->renderText(tools.view.viewport(), {1, 1}, "a\nb", font,
                                     TextRenderer::AlignmentH::Left, TextRenderer::AlignmentV::Baseline);
 }
 
-void pick(Tools& tools) {
+void pick(Tools& tools, Transparency) {
     ObjectPicking picking;
     picking.reset(tools.framebuffer, {8, 8}, {&tools});
     tools.pickable->enable();
@@ -86,32 +90,19 @@ void pick(Tools& tools) {
     (void)picking.getPickingInfo({{1, 1}}, nullptr);
 }
 
-void drawOffscreen(Tools&, const OrderIndependentTransparency* oit) {
+void drawOffscreen(Tools&, Transparency lists) {
     using Processing = OffscreenRenderHelper::ColorPostProcessing;
     OffscreenRenderHelper helper;
     for (const auto processing : {Processing::WindowLevel, Processing::Outline}) {
         auto buffer = helper.create({8, 8}, InternalFormat::RGBA8, InternalFormat::DepthComponent24);
-        buffer.blendToParent(processing, oit);
+        buffer.blendToParent(processing, lists);
     }
 }
 
-void compute(Tools& tools) {
+void compute(Tools& tools, Transparency) {
     ImageProgram program("State/one.frag", "", true, ImageProgram::TexCoordMode::Output,
                          Program::Compilation::ImmediateThrow);
     program.compute(tools.image, {});
-}
-
-template<void (*draw)(Tools&, const OrderIndependentTransparency*)>
-void opaque(Tools& tools) {
-    draw(tools, nullptr);
-}
-
-template<void (*draw)(Tools&, const OrderIndependentTransparency*)>
-void transparent(Tools& tools) {
-    OrderIndependentTransparency transparency;
-    transparency.reset({8, 8}, false);
-    draw(tools, &transparency);
-    transparency.renderBlendedFragments(tools.image, tools.depth);
 }
 
 // What drawing a vertex buffer changes, and what renderers say that they change.
@@ -129,26 +120,23 @@ const Names offscreen{"read framebuffer", "array buffer", "texture unit 1", "tex
 // One line for each: a frame of it, and all that it may change.
 struct Renderer {
     const char* name;
-    void (*draw)(Tools& tools);
+    void (*draw)(Tools& tools, Transparency);
     std::vector<Names> changes;
-    bool needsTransparency = false;
+    bool withTransparency = false;
 };
 
 const Renderer renderers[] = {
-    {"FixedFunctionPipeline", opaque<drawFixedFunction>, {fixedFunction, drawing}},
-    {"FixedFunctionPipeline, OIT",
-     transparent<drawFixedFunction>,
-     {fixedFunction, drawing, transparency},
-     true},
-    {"OIT alone", transparent<[](Tools&, const OrderIndependentTransparency*) {}>, {transparency}, true},
+    {"FixedFunctionPipeline", drawFixedFunction, {fixedFunction, drawing}},
+    {"FixedFunctionPipeline, OIT", drawFixedFunction, {fixedFunction, drawing, transparency}, true},
+    {"OIT alone", [](Tools&, Transparency) {}, {transparency}, true},
     {"ImageProgram", compute, {drawing, {"read framebuffer"}}},
-    {"LineRenderer, solid", [](Tools& t) { drawLines(t, 0xFFFF, Primitive::LineStrip); }, {line}},
-    {"LineRenderer, stippled", [](Tools& t) { drawLines(t, 0xF0F0, Primitive::LineStrip); }, {line, lengths}},
-    {"LineRenderer, segments", [](Tools& t) { drawLines(t, 0xF0F0, Primitive::Lines); }, {line}},
+    {"LineRenderer, solid", drawLines<0xFFFF>, {line}},
+    {"LineRenderer, stippled", drawLines<0xF0F0>, {line, lengths}},
+    {"LineRenderer, segments", drawLines<0xF0F0, Primitive::Lines>, {line}},
     {"TextRenderer", drawText, {drawing, newTexture, {"texture unit 1", "attribute 3"}}},
     {"ObjectPicking", pick, {drawing, newTexture, {"program"}}},
-    {"OffscreenRenderHelper", opaque<drawOffscreen>, {offscreen}},
-    {"OffscreenRenderHelper, OIT", transparent<drawOffscreen>, {offscreen, transparency}, true},
+    {"OffscreenRenderHelper", drawOffscreen, {offscreen}},
+    {"OffscreenRenderHelper, OIT", drawOffscreen, {offscreen, transparency}, true},
 };
 
 class RendererStateGL : public Testing::GLFixture {};
@@ -162,7 +150,14 @@ void expectNoOtherChanges(const Renderer& renderer, bool disturbed) {
     if (disturbed)
         Testing::disturbState();
     const auto before = Testing::takeStateSnapshot();
-    renderer.draw(tools);
+    if (renderer.withTransparency) {
+        OrderIndependentTransparency lists;
+        lists.reset({8, 8}, false);
+        renderer.draw(tools, &lists);
+        lists.renderBlendedFragments(tools.image, tools.depth);
+    } else {
+        renderer.draw(tools, nullptr);
+    }
     Names changed = Testing::differences(before, Testing::takeStateSnapshot());
     for (const Names& allowed : renderer.changes)
         std::erase_if(changed, [&allowed](const std::string& name) { return allowed.contains(name); });
@@ -172,7 +167,7 @@ void expectNoOtherChanges(const Renderer& renderer, bool disturbed) {
 
 TEST_F(RendererStateGL, NothingChangesThatIsNotDocumented) {
     for (const Renderer& renderer : renderers) {
-        if (renderer.needsTransparency && !OrderIndependentTransparency::isSupported())
+        if (renderer.withTransparency && !OrderIndependentTransparency::isSupported())
             continue;
         // Whatever is switched on or off for a draw differs from one of the two.
         for (const bool disturbed : {false, true}) {

@@ -5,6 +5,7 @@
 #include <Veltrand/GL/OrderIndependentTransparency.h>
 #include <Veltrand/GL/Program.h>
 #include <Veltrand/GL/StateGuard.h>
+#include <Veltrand/GL/VertexArrayObject.h>
 #include <Veltrand/GL/VertexBuffer.h>
 
 #include <functional>
@@ -50,10 +51,7 @@ float largestDifference(const Picture& a, const Picture& b) {
 class OrderIndependentTransparencyGL : public Testing::GLFixture {
 protected:
     OrderIndependentTransparencyGL() {
-        m_framebuffer.bind();
-        m_framebuffer.attach(m_second, 1);
         attach(m_target);
-        m_second.clear(m_kept);
         glViewport(0, 0, size.x(), size.y());
         setBackground(Vector4f(0.25F, 0.5F, 0.75F, 0.5F), 1);
         if (OrderIndependentTransparency::isSupported())
@@ -64,10 +62,6 @@ protected:
         GLFixture::SetUp();
         if (!m_gather)
             GTEST_SKIP() << "needs OpenGL 4.4";
-    }
-    void TearDown() override {
-        EXPECT_EQ(m_second.download<Vector4f>(), Picture(numPixels, m_kept));
-        GLFixture::TearDown();
     }
 
     void attach(Texture& texture) {
@@ -100,17 +94,10 @@ protected:
         m_gather->disable();
     }
 
-    // The state that a caller has set neither matters nor changes.
     Picture render(OrderIndependentTransparency& transparency, const Scene& scene) {
         transparency.reset(size, false);
         gather(transparency, scene);
-        {
-            const Testing::AdverseState adverse;
-            glDisablei(GL_BLEND, 1); // can be set for each draw buffer
-            transparency.renderBlendedFragments(m_color, m_depth);
-            EXPECT_FALSE(glIsEnabledi(GL_BLEND, 1));
-            glEnablei(GL_BLEND, 1);
-        }
+        transparency.renderBlendedFragments(m_color, m_depth);
         return m_target.download<Vector4f>();
     }
 
@@ -159,8 +146,6 @@ void main() { oit_addFragment(v_color); }
     Texture m_color = makeTexture(InternalFormat::RGBA32F);
     Texture m_depth = makeTexture(InternalFormat::DepthComponent32F);
     Texture m_target = makeTexture(InternalFormat::RGBA32F);
-    Texture m_second = makeTexture(InternalFormat::RGBA32F); // which is left alone
-    const Vector4f m_kept{1, 2, 3, 4};
     Framebuffer m_framebuffer;
     std::mt19937 m_random{7};
 };
@@ -249,7 +234,7 @@ TEST_F(OrderIndependentTransparencyGL, AFrameThatOverflowsMakesRoomForTheNext) {
     // The lists start empty in each frame, and one frame may be blended twice.
     EXPECT_EQ(render(transparency, {}), m_color.download<Vector4f>());
     (void)render(transparency, scene);
-    m_target.clear<float>(Vector4f::Zero());
+    clearColorBuffer(Vector4f::Zero());
     transparency.renderBlendedFragments(m_color, m_depth);
     EXPECT_EQ(m_target.download<Vector4f>(), second);
 }
@@ -309,6 +294,34 @@ TEST_F(OrderIndependentTransparencyGL, OneProgramServesSeveralObjectsInTurn) {
     EXPECT_EQ(m_target.download<Vector4f>(), Picture(numPixels, green));
     second = std::move(first);
     EXPECT_EQ(render(second, {{0.5F, red}}), Picture(numPixels, red));
+}
+
+TEST_F(OrderIndependentTransparencyGL, TheCallersStateNeitherMattersNorChanges) {
+    OrderIndependentTransparency transparency;
+    const Picture expected = render(transparency, randomScene(m_random, 20));
+    Texture depth = makeTexture(InternalFormat::Depth24Stencil8);
+    Texture second = makeTexture(InternalFormat::RGBA32F);
+    m_framebuffer.attach(depth, 0);
+    m_framebuffer.attach(second, 1);
+    m_framebuffer.setDrawBuffers();
+    clearDepthBuffer(0.25);
+    clearColorBuffer(Vector4f(9, 9, 9, 9));
+    second.clear(Vector4f(1, 2, 3, 4));
+    const VertexArrayObject bound;
+    m_gather->enable();
+    {
+        const Testing::AdverseState adverse;
+        glDisablei(GL_BLEND, 1); // can be set for each draw buffer
+        transparency.renderBlendedFragments(m_color, m_depth);
+        EXPECT_FALSE(glIsEnabledi(GL_BLEND, 1));
+        glEnablei(GL_BLEND, 1);
+    }
+    m_gather->disable();
+    EXPECT_EQ(m_target.download<Vector4f>(), expected);
+    EXPECT_EQ(second.download<Vector4f>(), Picture(numPixels, Vector4f(1, 2, 3, 4)));
+    float depthAfter = 0;
+    glReadPixels(1, 1, 1, 1, GL_DEPTH_COMPONENT, GL_FLOAT, &depthAfter);
+    EXPECT_NEAR(depthAfter, 0.25F, 1e-6F);
 }
 
 std::string constructionFailure() {

@@ -72,10 +72,10 @@ TEST_F(TextureGL, SizesThatDoNotFitAreWarnedAbout) {
     for (const auto& [target, requestedSize, warnings, texels] : cases) {
         const Texture texture(target, requestedSize, InternalFormat::R8);
         ignoreErrors();
-        std::vector<std::string> lines;
-        for (const auto& line : log().take("GL.Texture"))
-            lines.push_back(line.text);
-        EXPECT_EQ(lines, warnings);
+        std::vector<Testing::LogLine> lines;
+        for (const std::string& warning : warnings)
+            lines.push_back({Log::Warning, "GL.Texture", warning});
+        EXPECT_EQ(log().take("GL.Texture"), lines);
         EXPECT_EQ(texture.numTexels(), texels);
     }
 }

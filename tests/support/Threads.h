@@ -2,6 +2,7 @@
 #pragma once
 
 #include <atomic>
+#include <chrono>
 #include <functional>
 #include <future>
 #include <gtest/gtest.h>
@@ -11,9 +12,13 @@
 
 namespace Veltrand::Testing {
 
+inline void sleepBriefly() {
+    std::this_thread::sleep_for(std::chrono::milliseconds(1));
+}
+
 /// Calls @p body so many times on each of four threads, and @p meanwhile on this one until they have ended.
 inline void onThreads(int times, const std::function<void()>& body,
-                      const std::function<void()>& meanwhile = std::this_thread::yield) {
+                      const std::function<void()>& meanwhile = sleepBriefly) {
     std::vector<std::thread> threads(4);
     std::atomic<std::size_t> running{threads.size()};
     for (std::thread& thread : threads)

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: BSD-3-Clause
 // Text as a whole: glyph atlases and the renderer that uses them.
+#include "support/AllocationCounter.h"
 #include "support/Canvas.h"
 #include "support/GLTest.h"
 
@@ -279,16 +280,24 @@ TEST_F(TextRendererGL, StaysInTheViewport) {
     EXPECT_EQ(ink().max(), Vector2i(39, 38));
 }
 
-TEST_F(TextRendererGL, DrawsAtMostOnceForALineAndRasterisesAGlyphOnce) {
-    std::string text;
-    for (int i = 0; i < 1000; ++i)
-        (text += std::string(40, static_cast<char>('a' + i % 26))) += '\n';
-    (void)draw(text, Font());
-    Testing::CallCounter<glad_glDrawArrays> draws;
-    Testing::CallCounter<glad_glTexSubImage2D> glyphs;
-    (void)draw(text, Font());
-    EXPECT_LE(draws.take(), 1000);
-    EXPECT_EQ(glyphs.take(), 0);
+TEST_F(TextRendererGL, TakesTheSameStepsForAnyNumberOfGlyphs) {
+    const auto steps = [this](std::size_t length) {
+        std::string text;
+        for (int i = 0; i < 1000; ++i)
+            (text += std::string(length, static_cast<char>('a' + i % 26))) += '\n';
+        (void)draw(text, Font()); // rasterises, and makes room
+        Testing::CallCounter<glad_glDrawArrays> draws;
+        Testing::CallCounter<glad_glTexSubImage2D> glyphs;
+        const std::size_t before = Testing::numAllocations();
+        m_text.renderText(viewport, {0, 0}, text, Font(), AlignH::Left, AlignV::Baseline);
+        const std::size_t allocations = Testing::numAllocations() - before;
+        EXPECT_LE(draws.take(), 1000);
+        EXPECT_EQ(glyphs.take(), 0);
+        return allocations;
+    };
+    EXPECT_EQ(steps(40), steps(80));
+    if (!Testing::countsAllocations())
+        GTEST_SKIP() << "Allocations are not counted beside those of a sanitizer.";
 }
 
 } // namespace Veltrand::GL

@@ -11,7 +11,8 @@ A block says by a comment in front of it how it is compiled:
 C++ without "..." is the body of a function, in which namespace Veltrand is open and the headers of Snippets.h are
 included; with "..." it stands at namespace scope. A block with includes of its own is compiled
 as it is. GLSL names its file, such as My/light.glh, with options for veltrandgl-shadercheck behind it; or, after the
-word "print", the shader whose assembled text it is. The word gallery/NAME means that the gallery compiles the block.
+word "print", the shader whose assembled text it is. The word gallery/FILE or scene/FILE means that the block is part of
+that source.
 """
 import pathlib
 import re
@@ -35,7 +36,7 @@ class Block:
 
     @property
     def is_in_gallery(self):
-        return bool(self.words) and self.words[0].startswith('gallery/')
+        return bool(self.words) and self.words[0].startswith(('gallery/', 'scene/'))
 
 
 def blocks(page):

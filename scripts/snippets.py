@@ -6,7 +6,7 @@
     snippets.py update PAGE             puts the marked lines into these blocks
 
 Lines are marked by a comment "// [snippet]" before and "// [/snippet]" behind them, as often as a source
-likes. A block of a page follows a line "<!-- snippet: gallery/FILE -->", which names a source in apps/gallery.
+likes. A block of a page follows a line "<!-- snippet: gallery/FILE -->", which names a source in apps/; so does scene/FILE.
 """
 import re
 import sys
@@ -16,8 +16,8 @@ from pathlib import Path
 BEGIN = "// [snippet]"
 END = "// [/snippet]"
 GAP = "// ...\n"
-MARK = "<!-- snippet: gallery/"
-BLOCK = re.compile(r"(<!-- snippet: (gallery/\S+) -->\n```cpp\n)(.*?)(?=```$)", re.MULTILINE | re.DOTALL)
+MARK = re.compile(r"<!-- snippet: (?:gallery|scene)/")
+BLOCK = re.compile(r"(<!-- snippet: ((?:gallery|scene)/\S+) -->\n```cpp\n)(.*?)(?=```$)", re.MULTILINE | re.DOTALL)
 
 
 class SnippetError(Exception):
@@ -53,8 +53,9 @@ def extract(text, name):
 def old_and_new(page):
     """The text of a page, and the text that it should have."""
     text = page.read_text(encoding="utf-8")
-    if text.count(MARK) != len(BLOCK.findall(text)) or MARK not in text:
-        raise SnippetError(f"{page}: a block of C++ must follow each {MARK}... -->, and there must be one")
+    marks = MARK.findall(text)
+    if not marks or len(marks) != len(BLOCK.findall(text)):
+        raise SnippetError(f"{page}: a block of C++ must follow each {MARK.pattern}... -->, and there must be one")
 
     def fill(match):
         source = page.parent / "apps" / match[2]

@@ -2,19 +2,16 @@
 #include "gallery/Canvas.h"
 #include "gallery/LabelPainter.h"
 #include "gallery/PlanePainter.h"
-#include "gallery/VolumeTexture.h"
+#include "scene/Annotator.h"
+#include "scene/VolumeTexture.h"
+#include "support/NumberText.h"
 #include "support/Surface.h"
 
-#include <Veltrand/GL/Blending.h>
 #include <Veltrand/GL/Functions.h>
-#include <Veltrand/GL/LineRenderer.h>
 #include <Veltrand/GL/TextRenderer.h>
-#include <Veltrand/GL/ViewState.h>
 
 #include <algorithm>
 #include <array>
-#include <cmath>
-#include <cstdio>
 #include <string>
 #include <utility>
 
@@ -35,9 +32,6 @@ using Loop = std::vector<Vector3d>;
 const Vector4d White(0.92, 0.92, 0.92, 1);
 const Vector4d RegionColor(0.35, 0.95, 0.45, 1);
 const Vector4d DistanceColor(1, 0.85, 0.25, 1);
-/// A plane's colour by the axis that is perpendicular to it: its line on the other slices, and its caption.
-const std::array<Vector4d, 3> PlaneColors{
-    {{0.95, 0.42, 0.38, 1}, {0.45, 0.82, 0.42, 1}, {0.42, 0.66, 1.0, 1}}};
 
 /// What is annotated: its surface, its name and where the slices meet.
 struct Region {
@@ -101,72 +95,6 @@ Contour findContour(const Region& region, int axis) {
     }
     return longest;
 }
-
-std::string millimetres(double length) {
-    std::array<char, 32> text{};
-    // Adding 0 turns -0 into 0.
-    std::snprintf(text.data(), text.size(), "%.1f mm", std::round(length * 10) / 10 + 0.0);
-    return text.data();
-}
-
-/// Draws lines and text onto the framebuffer that is bound, at pixels from the picture's lower left corner.
-class Annotator {
-public:
-    explicit Annotator(const Eigen::Vector2i& size)
-        : m_window{0, 0, size.x(), size.y()}
-        , m_view(m_window, GL::createOrtho2d(size.x(), size.y()), Eigen::Matrix4d::Identity())
-        , m_points(std::max(6, size.y() / 54)) {}
-
-    [[nodiscard]] TextRenderer::Font font(const Vector4d& color, Style style = Style::Regular,
-                                          Flags<Decoration> decorations = {}) const {
-        TextRenderer::Font font;
-        font.size = m_points;
-        font.style = style;
-        font.decorations = decorations;
-        font.color = color;
-        return font;
-    }
-    /// Pixels from one line of text to the next.
-    [[nodiscard]] double lineHeight() const { return TextRenderer::get()->lineHeightPx(font(White)); }
-    /// Pixels of a thin line.
-    [[nodiscard]] double lineWidth() const { return std::max(1.0, std::floor(m_points / 12.0)); }
-
-    // [snippet]
-    void text(const std::string& text, const Vector2d& place, const TextRenderer::Font& font,
-              AlignmentH alignH, AlignmentV alignV) const {
-        GL::TextRenderer::get()->renderText(m_window, place, text, font, alignH, alignV);
-    }
-
-    /// @param points pairs, each joined by a line
-    void lines(const std::vector<Vector3d>& points, double width, const Vector4d& color) const {
-        const GL::Blending blending(GL::Blending::Preset::Alpha);
-        m_window.set();
-        GL::LineRenderer::get()->renderLines(points, GL::LineRenderer::Options(color, width), m_view);
-    }
-    // [/snippet]
-    /// Through the middles of pixels, which keeps upright and level lines sharp.
-    void sharpLines(std::vector<Vector3d> points, double width, const Vector4d& color) const {
-        for (Vector3d& point : points)
-            point.head<2>() = (point.head<2>().array().floor() + 0.5).matrix();
-        lines(points, width, color);
-    }
-    // [snippet]
-    /// A dashed loop of points of the patient.
-    void loop(const Loop& points, const Vector4d& color, const GL::ViewState& view) const {
-        constexpr unsigned short Dashes = 0x0FFF;
-        const GL::Blending blending(GL::Blending::Preset::Alpha);
-        view.viewport().set();
-        const GL::LineRenderer::Options options(color, 2 * lineWidth(), Eigen::Matrix4d::Identity(), Dashes,
-                                                lineWidth());
-        GL::LineRenderer::get()->renderLineLoop(points, options, view);
-    }
-    // [/snippet]
-
-private:
-    GL::Viewport m_window;
-    GL::ViewState m_view;
-    int m_points;
-};
 
 /// A slice with everything that is marked on it.
 class AnnotatedSlice {
@@ -334,7 +262,8 @@ void drawAnnotatedSlices(const Scene& scene, const Annotator& annotator, const R
 } // namespace
 
 void drawAnnotation(const Scene& scene, const Canvas& canvas) {
-    const Annotator annotator(canvas.size());
+    const Eigen::Vector2i& size = canvas.size();
+    const Annotator annotator({0, 0, size.x(), size.y()}, std::max(6, size.y() / 54));
     const int width = canvas.size().x();
     // A narrow picture has no room for specimens that could be read.
     const int below = width > 60 * annotator.lineHeight() ? canvas.size().y() * 3 / 10 : 0;

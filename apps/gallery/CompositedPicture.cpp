@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include "gallery/Canvas.h"
-#include "gallery/DepthTest.h"
 #include "gallery/LabelPainter.h"
-#include "gallery/RegionModel.h"
+#include "scene/DepthTest.h"
+#include "scene/RegionModel.h"
 
 #include <Veltrand/GL/Blending.h>
 #include <Veltrand/GL/LineRenderer.h>
@@ -49,7 +49,7 @@ std::vector<Eigen::Vector3d> edgesOf(const Eigen::AlignedBox3d& box) {
 class PassPainter {
 public:
     explicit PassPainter(const Scene& scene)
-        : m_surfaces(scene)
+        : m_surfaces(makeRegionMesh(scene.volume, scene.labels), scene.volume.bounds())
         , m_edges(edgesOf(m_surfaces.bounds())) {
         m_helper.setWindowLevel(0.5F, 0.5F);
         m_helper.setColorRamp(

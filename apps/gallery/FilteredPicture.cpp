@@ -2,7 +2,7 @@
 #include "gallery/Canvas.h"
 #include "gallery/LabelPainter.h"
 #include "gallery/PlanePainter.h"
-#include "gallery/VolumeTexture.h"
+#include "scene/VolumeTexture.h"
 
 #include <Veltrand/GL/ImageProgram.h>
 #include <Veltrand/GL/Texture.h>

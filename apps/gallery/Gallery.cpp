@@ -5,7 +5,8 @@
 #include "gallery/GalleryPage.h"
 #include "gallery/Pictures.h"
 #include "gallery/ShaderRepository.h"
-#include "gallery/VolumeTexture.h"
+#include "scene/RegionNames.h"
+#include "scene/VolumeTexture.h"
 #include "support/Nifti.h"
 #include "support/OutputFile.h"
 #include "support/Png.h"
@@ -21,10 +22,8 @@
 #include <cmath>
 #include <cstdio>
 #include <ctime>
-#include <fstream>
 #include <iostream>
 #include <optional>
-#include <sstream>
 #include <system_error>
 #include <thread>
 
@@ -113,27 +112,6 @@ std::filesystem::path labelsFile(const GalleryOptions& options) {
                                                      : std::filesystem::path();
 }
 
-/// The names of regions from the text file that atlases have beside their volume: lines of a number and a
-/// name.
-std::vector<std::string> readRegionNames(std::filesystem::path labels) {
-    if (labels.extension() == ".gz")
-        labels.replace_extension();
-    constexpr std::size_t HighestRegion = 0xFFFF;
-    std::vector<std::string> names;
-    std::ifstream file(labels += ".txt");
-    std::string line;
-    while (std::getline(file, line)) {
-        std::istringstream words(line);
-        std::size_t region = 0;
-        std::string name;
-        if (words >> region >> name && region <= HighestRegion) {
-            names.resize(std::max(names.size(), region + 1));
-            names[region] = name;
-        }
-    }
-    return names;
-}
-
 /// Reads all pending OpenGL errors; each is logged. A lost context may report errors without end.
 int takeErrors() {
     int count = 0;
@@ -209,6 +187,7 @@ int runGallery(const GalleryOptions& options) {
         labels = readNifti(labelsPath);
     const Eigen::Vector3d point = choosePoint(options, volume);
 
+    const SceneShaders sharedShaders;
     const ShaderRepository shaders;
     const OpenGL openGl(options.verbose);
     const GL::Texture texture = uploadVolume(volume);
@@ -217,7 +196,7 @@ int runGallery(const GalleryOptions& options) {
                       labels ? &*labels : nullptr,
                       point,
                       percentileWindow(volume, 1, 99.5),
-                      readRegionNames(labelsPath),
+                      readRegionNames(namesBeside(labelsPath)),
                       options.directory};
     if (!volume.orientationKnown && Log::isAccepted(Log::Warning, "Gallery"))
         Log::log(Log::Warning, "Gallery", options.volume.string() + " does not say which side is left.");

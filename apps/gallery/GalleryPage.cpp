@@ -82,12 +82,13 @@ std::string figure(const GalleryPage::Entry& entry, const std::string& bytes) {
 }
 
 std::string source(const Picture& picture) {
-    const std::string_view code = embeddedText(picture.source);
+    const std::size_t slash = picture.source.find('/');
+    const std::string_view code = embeddedText(picture.source.substr(slash + 1));
     std::string html = "<div class=\"source\">\n<div>\n<h3>Shows</h3>\n<ul>\n";
     for (const std::string_view name : libraryNames(code))
         html += element("li", element("code", escapedHtml(name))) + "\n";
-    html += "</ul>\n<h3>From</h3>\n<p><code>apps/gallery/<wbr>" + escapedHtml(picture.source) +
-            "</code></p>\n</div>\n";
+    html += "</ul>\n<h3>From</h3>\n<p><code>apps/" + escapedHtml(picture.source.substr(0, slash + 1)) +
+            "<wbr>" + escapedHtml(picture.source.substr(slash + 1)) + "</code></p>\n</div>\n";
     // A stop of the tab key, since what is too wide can be scrolled.
     html += "<pre tabindex=\"0\" role=\"region\" aria-label=\"Source of " + escapedHtml(picture.name) +
             "\"><code>";

@@ -27,11 +27,6 @@ void setViewport(const PixelRect& rect) {
     GL::Viewport{rect.x, rect.y, rect.width, rect.height}.set();
 }
 
-LabelPainter::LabelPainter()
-    : m_program(GL::Program::createVertexFragment("VeltrandGallery/Panel.vert", "VeltrandGallery/Label.frag",
-                                                  "", GL::Program::Compilation::ImmediateThrow))
-    , m_square(GL::VertexBuffer::createFullscreenSquare()) {}
-
 void LabelPainter::drawText(const std::string& text, int centerX, int centerY, int scale,
                             const Eigen::Vector3f& color) {
     GL::TextRenderer::Font font = labelFont(scale);
@@ -63,11 +58,7 @@ void LabelPainter::drawLetters(const Scene& scene, const SlicePanel& panel, cons
 }
 
 void LabelPainter::fill(const PixelRect& rect, const Eigen::Vector3f& color) const {
-    setViewport(rect);
-    m_program->enable();
-    m_program->setArgument("labelColor", color);
-    m_square->draw(GL::Primitive::TriangleFan);
-    m_program->disable();
+    m_boxes.fill(rect, color.homogeneous());
 }
 
 } // namespace Veltrand::Apps

@@ -3,12 +3,9 @@
 
 #include "gallery/Pictures.h"
 #include "gallery/SliceLayout.h"
-
-#include <Veltrand/GL/Program.h>
-#include <Veltrand/GL/VertexBuffer.h>
+#include "scene/BoxPainter.h"
 
 #include <Eigen/Core>
-#include <memory>
 #include <string>
 
 namespace Veltrand::Apps {
@@ -19,9 +16,6 @@ void setViewport(const PixelRect& rect);
 /// Draws text and bars onto the framebuffer that is bound.
 class LabelPainter {
 public:
-    /// Throws what `GL::Program` throws.
-    LabelPainter();
-
     /// Text around a pixel, with capital letters of `LetterHeight` times @p scale pixels.
     static void drawText(const std::string& text, int centerX, int centerY, int scale,
                          const Eigen::Vector3f& color);
@@ -32,8 +26,7 @@ public:
     void fill(const PixelRect& rect, const Eigen::Vector3f& color) const;
 
 private:
-    std::unique_ptr<GL::Program> m_program;
-    std::unique_ptr<GL::VertexBuffer> m_square;
+    BoxPainter m_boxes;
 };
 
 } // namespace Veltrand::Apps

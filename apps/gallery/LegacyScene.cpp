@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include "gallery/LegacyScene.h"
 
-#include "gallery/VolumeTexture.h"
+#include "scene/VolumeTexture.h"
 
 #include <Veltrand/GL/Functions.h>
 

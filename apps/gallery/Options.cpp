@@ -10,34 +10,6 @@ namespace Veltrand::Apps {
 
 namespace {
 
-constexpr int MinSize = 160;
-constexpr int MaxSize = 8192;
-
-/// Reads the whole of @p text as @p N numbers with @p separator between them.
-template<class T, std::size_t N>
-bool parseNumbers(std::string_view text, char separator, std::array<T, N>& numbers) {
-    const char* position = text.data();
-    const char* const end = text.data() + text.size();
-    for (std::size_t i = 0; i < N; ++i) {
-        if (i > 0 && (position == end || *position++ != separator))
-            return false;
-        const auto [next, error] = std::from_chars(position, end, numbers[i]);
-        if (error != std::errc())
-            return false;
-        position = next;
-    }
-    return position == end;
-}
-
-Eigen::Vector2i parseSize(std::string_view text) {
-    std::array<int, 2> size{};
-    if (!parseNumbers(text, 'x', size) || std::min(size[0], size[1]) < MinSize ||
-        std::max(size[0], size[1]) > MaxSize)
-        throw UsageError("--size takes WIDTHxHEIGHT with both from " + std::to_string(MinSize) + " to " +
-                         std::to_string(MaxSize) + ", not '" + std::string(text) + "'.");
-    return {size[0], size[1]};
-}
-
 Eigen::Vector3d parsePoint(std::string_view text) {
     std::array<double, 3> point{};
     if (!parseNumbers(text, ',', point) || !std::isfinite(point[0] + point[1] + point[2]))
@@ -65,7 +37,7 @@ GalleryOptions parseOptions(Utils::Span<const char* const> arguments) {
         else if (line.takeValue(argument, "--out", value))
             options.directory = value;
         else if (line.takeValue(argument, "--size", value))
-            options.size = parseSize(value);
+            options.size = parseSize("--size", value);
         else if (line.takeValue(argument, "--point", value))
             options.point = parsePoint(value);
         else if (argument == "--list")

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
+#include "scene/RegionNames.h"
 #include "support/CommandLine.h"
 
 #include <Eigen/Core>
@@ -12,12 +13,9 @@
 
 namespace Veltrand::Apps {
 
-/// The regions of the brain template, from the same package.
-inline constexpr const char* DefaultLabels = "/usr/share/mricron/templates/aal.nii.gz";
-
 struct GalleryOptions {
     /// The brain template that Debian's package mricron-data installs.
-    std::filesystem::path volume = "/usr/share/mricron/templates/ch2better.nii.gz";
+    std::filesystem::path volume = DefaultVolume;
     /// Region numbers in the same space; those of the brain template if not given and that is shown.
     std::optional<std::filesystem::path> labels;
     std::filesystem::path directory = "gallery";

@@ -1,8 +1,9 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include "gallery/Canvas.h"
 #include "gallery/LabelPainter.h"
-#include "gallery/RegionModel.h"
-#include "gallery/VolumeTexture.h"
+#include "scene/RegionModel.h"
+#include "scene/RegionNames.h"
+#include "scene/VolumeTexture.h"
 #include "support/OutputFile.h"
 
 #include <Veltrand/GL/FullscreenSquare.h>
@@ -38,7 +39,7 @@ class RegionSlice {
 public:
     explicit RegionSlice(const Scene& scene)
         : m_scene(scene)
-        , m_program(GL::Program::createVertexFragment("VeltrandGallery/Panel.vert",
+        , m_program(GL::Program::createVertexFragment("VeltrandScene/Panel.vert",
                                                       "VeltrandGallery/RegionSlice.frag", "",
                                                       GL::Program::Compilation::ImmediateThrow)) {
         if (scene.labels != nullptr)
@@ -99,11 +100,6 @@ void addClicks(std::vector<Click>& clicks, const char* panel, const PixelRect& r
         }
 }
 
-std::string regionName(const Scene& scene, unsigned region) {
-    const bool isNamed = region < scene.regionNames.size() && !scene.regionNames[region].empty();
-    return isNamed ? scene.regionNames[region] : std::to_string(region);
-}
-
 /// Marks clicks and writes on the framebuffer that is bound, at pixels from its lower left corner.
 class Marker {
 public:
@@ -128,7 +124,7 @@ public:
         m_dots.fill({x - radius, y - radius, 2 * radius + 1, 2 * radius + 1}, {1, 1, 1});
         if (!click.region)
             return;
-        std::string name = regionName(scene, *click.region);
+        std::string name = regionName(scene.regionNames, *click.region);
         std::replace(name.begin(), name.end(), '_', ' ');
         text(name, Eigen::Vector2d(x, y - radius - 3), m_window.height / 90);
     }
@@ -146,7 +142,8 @@ void writeAnswers(const Scene& scene, const std::vector<Click>& clicks) {
         text << "  {\"panel\": \"" << click.panel << "\", \"point\": [" << click.point.x() << ", "
              << click.point.y() << "], \"region\": ";
         if (click.region)
-            text << *click.region << ", \"name\": \"" << regionName(scene, *click.region) << "\"}";
+            text << *click.region << ", \"name\": \"" << regionName(scene.regionNames, *click.region)
+                 << "\"}";
         else
             text << "null, \"name\": null}";
         text << (i + 1 < clicks.size() ? ",\n" : "\n");
@@ -171,7 +168,7 @@ void drawPicking(const Scene& scene, const Canvas& canvas) {
     addClicks(clicks, "surfaces", surfacePanel, canvas.size().y());
 
     const RegionSlice slice(scene);
-    const RegionModel surfaces(scene);
+    const RegionModel surfaces(makeRegionMesh(scene.volume, scene.labels), scene.volume.bounds());
     const Eigen::Vector2i pixels = Scale * canvas.size();
     const Marker marker(canvas.size());
     // [snippet]

@@ -40,7 +40,7 @@ struct Picture {
     std::string_view description;
     /// What is to be seen, for those who cannot see it.
     std::string_view alternative;
-    /// The file of this folder whose marked lines stand beside it on the page.
+    /// The file below apps/ whose marked lines stand beside it on the page.
     std::string_view source;
     /// Draws onto the canvas, which is bound and cleared, with the main context current. May leave any state
     /// behind. Throws `std::runtime_error` with one sentence.

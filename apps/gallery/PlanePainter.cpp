@@ -8,7 +8,7 @@
 namespace Veltrand::Apps {
 
 PlanePainter::PlanePainter()
-    : m_program(GL::Program::createVertexFragment("VeltrandGallery/Panel.vert", "VeltrandGallery/Slice.frag",
+    : m_program(GL::Program::createVertexFragment("VeltrandScene/Panel.vert", "VeltrandGallery/Slice.frag",
                                                   "", GL::Program::Compilation::ImmediateThrow))
     , m_square(GL::VertexBuffer::createFullscreenSquare()) {}
 

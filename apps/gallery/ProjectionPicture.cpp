@@ -1,11 +1,12 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include "gallery/Canvas.h"
 #include "gallery/LabelPainter.h"
-#include "gallery/VolumeTexture.h"
+#include "scene/VolumeTexture.h"
 
 #include <Veltrand/GL/Blending.h>
 #include <Veltrand/GL/ImageProgram.h>
 #include <Veltrand/GL/Texture.h>
+#include <Veltrand/GL/VertexBuffer.h>
 
 #include <cmath>
 
@@ -35,9 +36,8 @@ void drawProjection(const Scene& scene, const Canvas& canvas) {
                              GL::Program::Compilation::ImmediateThrow);
     project.setClearOutputEnabled(true, Eigen::Vector4f::Zero());
     // [/snippet]
-    const auto show =
-        GL::Program::createVertexFragment("VeltrandGallery/Panel.vert", "VeltrandGallery/Image.frag", "",
-                                          GL::Program::Compilation::ImmediateThrow);
+    const auto show = GL::Program::createVertexFragment(
+        "VeltrandScene/Panel.vert", "VeltrandScene/Image.frag", "", GL::Program::Compilation::ImmediateThrow);
     const auto square = GL::VertexBuffer::createFullscreenSquare();
     for (const SlicePanel& panel : layout.panels) {
         const Eigen::Affine3d boxToTexture = patientToTexture(scene.volume) * boxToPatient(panel, bounds);

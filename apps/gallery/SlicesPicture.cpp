@@ -1,27 +1,21 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include "gallery/Canvas.h"
 #include "gallery/LabelPainter.h"
-#include "gallery/VolumeTexture.h"
+#include "scene/VolumeTexture.h"
+#include "support/NumberText.h"
 
 #include <Veltrand/GL/Program.h>
 #include <Veltrand/GL/VertexBuffer.h>
 
 #include <algorithm>
-#include <array>
-#include <cmath>
-#include <cstdio>
 #include <string>
 
 namespace Veltrand::Apps {
 
 namespace {
 
-/// A plane's colour by the axis that is perpendicular to it: its line on the other slices, and its caption.
-const std::array<Eigen::Vector3f, 3> PlaneColors{
-    {{0.95F, 0.42F, 0.38F}, {0.45F, 0.82F, 0.42F}, {0.42F, 0.66F, 1.0F}}};
-
-const Eigen::Vector3f& planeColor(int axis) {
-    return PlaneColors[static_cast<std::size_t>(axis)];
+Eigen::Vector3f planeColor(int axis) {
+    return PlaneColors[static_cast<std::size_t>(axis)].head<3>().cast<float>();
 }
 
 /// Where the other two planes cross a slice.
@@ -43,11 +37,9 @@ void drawMarks(const Scene& scene, const SlicePanel& panel, const SliceLayout& l
     const int middleX = rect.x + rect.width / 2;
     LabelPainter::drawLetters(scene, panel, layout);
 
-    std::array<char, 32> position{};
-    // Adding 0 turns -0 into 0.
-    const double rounded = std::round(scene.point[panel.normal] * 10) / 10 + 0.0;
-    std::snprintf(position.data(), position.size(), "%c = %.1f mm", "xyz"[panel.normal], rounded);
-    LabelPainter::drawText(position.data(), middleX, rect.y - 2 * layout.margin + layout.margin / 2,
+    const std::string position =
+        std::string(1, "xyz"[panel.normal]) + " = " + millimetres(scene.point[panel.normal]);
+    LabelPainter::drawText(position, middleX, rect.y - 2 * layout.margin + layout.margin / 2,
                            std::max(1, layout.letterScale * 2 / 3), planeColor(panel.normal));
 }
 
@@ -58,7 +50,7 @@ void drawSlices(const Scene& scene, const Canvas& canvas) {
     const Window window = textureWindow(scene.volume, scene.window);
     // [snippet]
     const auto slice =
-        GL::Program::createVertexFragment("VeltrandGallery/Panel.vert", "VeltrandGallery/Slice.frag", "",
+        GL::Program::createVertexFragment("VeltrandScene/Panel.vert", "VeltrandGallery/Slice.frag", "",
                                           GL::Program::Compilation::ImmediateThrow);
     const auto square = GL::VertexBuffer::createFullscreenSquare();
     for (const SlicePanel& panel : layout.panels) {

@@ -145,9 +145,8 @@ void drawNoise(const PixelRect& rect) {
     GL::Texture image(GL::Texture::Target::Texture2D, Eigen::Vector3i(rect.width, rect.height, 1),
                       GL::InternalFormat::R32F);
     image.upload(texels);
-    const auto show =
-        GL::Program::createVertexFragment("VeltrandGallery/Panel.vert", "VeltrandGallery/Image.frag", "",
-                                          GL::Program::Compilation::ImmediateThrow);
+    const auto show = GL::Program::createVertexFragment(
+        "VeltrandScene/Panel.vert", "VeltrandScene/Image.frag", "", GL::Program::Compilation::ImmediateThrow);
     setViewport(rect);
     show->enable();
     show->setArgument("image", image);

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include "gallery/Canvas.h"
 #include "gallery/LabelPainter.h"
+#include "scene/DepthOrder.h"
 #include "support/Surface.h"
 
 #include <Veltrand/GL/Blending.h>
@@ -10,6 +11,7 @@
 #include <Veltrand/GL/OrderIndependentTransparency.h>
 #include <Veltrand/GL/StateGuard.h>
 #include <Veltrand/GL/Texture.h>
+#include <Veltrand/GL/VertexBuffer.h>
 #include <Veltrand/GL/ViewState.h>
 
 #include <Eigen/Geometry>
@@ -81,24 +83,6 @@ Model makeModel(const Scene& scene) {
         model.add(extractSurface(fields[i], 0.5F), color);
     }
     return model;
-}
-
-/// The triangles in the order in which blending has to see them, by the depths of their centroids.
-std::vector<Eigen::Vector3i> fromBackToFront(const Model& model, const GL::ViewState& view) {
-    const Eigen::Vector3f towardsEye = view.modelViewMatrix().block<1, 3>(2, 0).transpose().cast<float>();
-    std::vector<std::pair<float, std::size_t>> order(model.triangles.size());
-    for (std::size_t i = 0; i < order.size(); ++i) {
-        float nearness = 0;
-        for (const int vertex : model.triangles[i])
-            nearness += model.positions[static_cast<std::size_t>(vertex)].dot(towardsEye);
-        order[i] = {nearness, i};
-    }
-    std::sort(order.begin(), order.end());
-    std::vector<Eigen::Vector3i> sorted;
-    sorted.reserve(order.size());
-    for (const auto& entry : order)
-        sorted.push_back(model.triangles[entry.second]);
-    return sorted;
 }
 
 /// A parallel projection that fits a model into a panel, from the patient's left, front and a little above.
@@ -208,7 +192,7 @@ private:
 class SortedPainter {
 public:
     SortedPainter(const Model& model, const Camera& camera)
-        : m_model(model, fromBackToFront(model, camera.view({})), "") {}
+        : m_model(model, fromBackToFront(model.positions, model.triangles, camera.view({})), "") {}
 
     void operator()(const GL::ViewState& view, const Eigen::Vector2i&) {
         const GL::Blending blending(GL::Blending::Preset::Alpha);
@@ -224,8 +208,8 @@ private:
 class TilePainter {
 public:
     TilePainter()
-        : m_show(GL::Program::createVertexFragment("VeltrandGallery/Panel.vert", "VeltrandGallery/Image.frag",
-                                                   "", GL::Program::Compilation::ImmediateThrow))
+        : m_show(GL::Program::createVertexFragment("VeltrandScene/Panel.vert", "VeltrandScene/Image.frag", "",
+                                                   GL::Program::Compilation::ImmediateThrow))
         , m_square(GL::VertexBuffer::createFullscreenSquare()) {}
 
     template<class Painter>

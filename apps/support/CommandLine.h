@@ -3,10 +3,14 @@
 
 #include <Veltrand/Core/Span.h>
 
+#include <Eigen/Core>
+#include <array>
+#include <charconv>
 #include <cstddef>
 #include <stdexcept>
 #include <string>
 #include <string_view>
+#include <system_error>
 
 namespace Veltrand::Apps {
 
@@ -34,5 +38,26 @@ private:
     Utils::Span<const char* const> m_arguments;
     std::size_t m_next = 0;
 };
+
+/// Reads the whole of @p text as @p N numbers with @p separator between them.
+template<class T, std::size_t N>
+[[nodiscard]] bool parseNumbers(std::string_view text, char separator, std::array<T, N>& numbers) {
+    const char* position = text.data();
+    const char* const end = text.data() + text.size();
+    for (std::size_t i = 0; i < N; ++i) {
+        if (i > 0 && (position == end || *position++ != separator))
+            return false;
+        const auto [next, error] = std::from_chars(position, end, numbers[i]);
+        if (error != std::errc())
+            return false;
+        position = next;
+    }
+    return position == end;
+}
+
+/// The value of an option that takes WIDTHxHEIGHT in pixels. Throws `UsageError`.
+[[nodiscard]] Eigen::Vector2i parseSize(std::string_view option, std::string_view text);
+/// The value of an option that takes a number. Throws `UsageError`.
+[[nodiscard]] double parseNumber(std::string_view option, std::string_view text);
 
 } // namespace Veltrand::Apps

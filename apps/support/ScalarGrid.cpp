@@ -6,6 +6,7 @@
 #include <cmath>
 #include <cstdint>
 #include <map>
+#include <utility>
 
 namespace Veltrand::Apps {
 
@@ -151,11 +152,20 @@ float separatingLevel(const ScalarGrid& grid) {
     return static_cast<float>(low + middle * width);
 }
 
-std::vector<ScalarGrid> regionFields(const Volume& labels, Utils::Span<const int> regions) {
+void forEachRegionField(const Volume& labels, Utils::Span<const int> regions,
+                        const std::function<bool(std::size_t, ScalarGrid)>& visit) {
     const std::vector<Eigen::AlignedBox3i> boxes = regionBoxes(labels, regions);
-    std::vector<ScalarGrid> fields;
     for (std::size_t i = 0; i < regions.size(); ++i)
-        fields.push_back(regionField(labels, regions[i], boxes[i]));
+        if (!visit(i, regionField(labels, regions[i], boxes[i])))
+            return;
+}
+
+std::vector<ScalarGrid> regionFields(const Volume& labels, Utils::Span<const int> regions) {
+    std::vector<ScalarGrid> fields;
+    forEachRegionField(labels, regions, [&fields](std::size_t, ScalarGrid field) {
+        fields.push_back(std::move(field));
+        return true;
+    });
     return fields;
 }
 

@@ -6,6 +6,7 @@
 #include <Veltrand/Core/Span.h>
 
 #include <Eigen/Geometry>
+#include <functional>
 #include <vector>
 
 namespace Veltrand::Apps {
@@ -42,5 +43,9 @@ void smooth(ScalarGrid& grid, int passes);
 /// outside, 0.5 being the border; corners are rounded by about a voxel. The field of a region without voxels
 /// is empty.
 [[nodiscard]] std::vector<ScalarGrid> regionFields(const Volume& labels, Utils::Span<const int> regions);
+/// The same, one after another.
+/// @param visit takes the position among @p regions and the field, and tells whether to go on
+void forEachRegionField(const Volume& labels, Utils::Span<const int> regions,
+                        const std::function<bool(std::size_t, ScalarGrid)>& visit);
 
 } // namespace Veltrand::Apps

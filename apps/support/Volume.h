@@ -41,6 +41,8 @@ struct Volume {
 struct Window {
     double low;
     double high;
+
+    [[nodiscard]] friend bool operator==(const Window&, const Window&) = default;
 };
 
 /// The window between two percentiles of the voxels above the volume's lowest value, which is taken for

@@ -29,16 +29,15 @@ inline std::string shellQuoted(const std::string& text) {
     return quoted + "'";
 }
 
-/// Runs the gallery that was built beside the tests.
 /// @param environment words for env(1), such as "NAME=value"
 /// @param scratch a directory for the texts it prints
-inline RunResult runGalleryProgram(const std::vector<std::string>& arguments,
-                                   const std::filesystem::path& scratch,
-                                   const std::vector<std::string>& environment = {}) {
+inline RunResult runProgram(const std::string& program, const std::vector<std::string>& arguments,
+                            const std::filesystem::path& scratch,
+                            const std::vector<std::string>& environment = {}) {
     std::string command = "env";
     for (const std::string& word : environment)
         command += ' ' + shellQuoted(word);
-    command += ' ' + shellQuoted(VELTRAND_GALLERY_PROGRAM);
+    command += ' ' + shellQuoted(program);
     for (const std::string& argument : arguments)
         command += ' ' + shellQuoted(argument);
     const std::filesystem::path output = scratch / "stdout.txt";
@@ -47,6 +46,13 @@ inline RunResult runGalleryProgram(const std::vector<std::string>& arguments,
     // The command is made of quoted words only.
     const int status = std::system(command.c_str()); // NOLINT(bugprone-command-processor)
     return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, readFile(output), readFile(errors)};
+}
+
+/// Runs the gallery that was built beside the tests.
+inline RunResult runGalleryProgram(const std::vector<std::string>& arguments,
+                                   const std::filesystem::path& scratch,
+                                   const std::vector<std::string>& environment = {}) {
+    return runProgram(VELTRAND_GALLERY_PROGRAM, arguments, scratch, environment);
 }
 
 } // namespace Veltrand::Testing

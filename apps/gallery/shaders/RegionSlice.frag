@@ -1,28 +1,17 @@
 #version 330
 /// A plane through a volume as grey values, tinted by the regions of a second volume, which can be picked.
 #pragma include "VeltrandGL/ObjectPicking.glh"
-#pragma include "VeltrandGallery/Region.glh"
+#pragma include "VeltrandScene/Region.glh"
+#pragma include "VeltrandScene/RegionMap.glh"
 
 uniform sampler3D volume;
-uniform sampler3D labels;
-/// From panel positions to the two textures' coordinates.
+/// From panel positions to texture coordinates.
 uniform mat4 panelToTexture;
-uniform mat4 panelToLabels;
-/// The texel values that show black and white, and those of the region numbers 0 and 1.
+/// The texel values that show black and white.
 uniform vec2 window;
-uniform vec2 labelWindow;
 
 in vec2 panelPosition;
 layout(location = 0) out vec4 color;
-
-uint regionAt(vec2 panel)
-{
-    vec3 position = (panelToLabels * vec4(panel, 0.0, 1.0)).xyz;
-    if (any(lessThan(position, vec3(0.0))) || any(greaterThanEqual(position, vec3(1.0))))
-        return 0u;
-    ivec3 voxel = ivec3(position * vec3(textureSize(labels, 0)));
-    return uint((texelFetch(labels, voxel, 0).r - labelWindow.x) / (labelWindow.y - labelWindow.x) + 0.5);
-}
 
 void main()
 {

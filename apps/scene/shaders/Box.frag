@@ -1,10 +1,10 @@
 #version 330
 /// Fills the panel with one colour.
-uniform vec3 labelColor;
+uniform vec4 boxColor;
 
 out vec4 color;
 
 void main()
 {
-    color = vec4(labelColor, 1.0);
+    color = boxColor;
 }

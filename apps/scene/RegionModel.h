@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-#include "gallery/Pictures.h"
-#include "gallery/SliceLayout.h"
+#include "scene/RegionMesh.h"
+#include "scene/SlicePanel.h"
 
 #include <Veltrand/GL/IndexBuffer.h>
 #include <Veltrand/GL/Program.h>
@@ -14,12 +14,13 @@
 
 namespace Veltrand::Apps {
 
-/// The opaque surfaces of all regions of a scene; of the head, as region 1, where there are no regions.
-/// Fragments can be picked, with the region's number as their second id.
+/// The opaque surfaces of regions on the graphics card. Fragments can be picked, with the region's number as
+/// their second id.
 class RegionModel {
 public:
+    /// @param emptyBounds what a mesh without triangles reaches
     /// Throws what `GL::Program` throws.
-    explicit RegionModel(const Scene& scene);
+    RegionModel(const RegionMesh& mesh, const Eigen::AlignedBox3d& emptyBounds);
 
     /// What the surfaces reach, in patient space.
     [[nodiscard]] const Eigen::AlignedBox3d& bounds() const { return m_bounds; }
@@ -28,7 +29,13 @@ public:
 
     /// Draws into the viewport of the view, with a depth test.
     /// @param object who the picking is told that the surfaces are
-    void draw(const GL::ViewState& view, const GL::ObjectPicking* picking, const void* object) const;
+    /// @param highlighted a region that shines; 0 for none
+    void draw(const GL::ViewState& view, const GL::ObjectPicking* picking, const void* object,
+              unsigned highlighted = 0) const;
+
+    /// For other programs: draws with position, normal and region as attributes 0, 1 and 2.
+    void drawTriangles(const GL::IndexBuffer& indices) const;
+    [[nodiscard]] const GL::IndexBuffer& triangles() const { return m_indices; }
 
 private:
     std::unique_ptr<GL::Program> m_program;

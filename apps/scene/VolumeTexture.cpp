@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: BSD-3-Clause
-#include "gallery/VolumeTexture.h"
+#include "scene/VolumeTexture.h"
 
 #include <Veltrand/GL/Debug.h>
 #include <Veltrand/GL/Functions.h>

@@ -1,0 +1,15 @@
+// SPDX-License-Identifier: BSD-3-Clause
+#pragma once
+
+#include <string>
+
+namespace Veltrand::Apps {
+
+/// A number with one digit behind the point, as lengths and places in millimetres are shown; never "-0.0".
+[[nodiscard]] std::string oneDecimal(double number);
+/// "12.3 mm"
+[[nodiscard]] std::string millimetres(double length);
+/// A number with at most six digits that count.
+[[nodiscard]] std::string shortNumber(double number);
+
+} // namespace Veltrand::Apps

@@ -1,0 +1,154 @@
+// SPDX-License-Identifier: BSD-3-Clause
+#include "viewer/Viewer.h"
+
+#include "support/Png.h"
+#include "viewer/PaneOverlay.h"
+
+#include <Veltrand/GL/Debug.h>
+#include <Veltrand/GL/Functions.h>
+
+#include <cmath>
+#include <iostream>
+#include <stdexcept>
+
+namespace Veltrand::Apps {
+
+namespace {
+
+/// Reads all pending OpenGL errors; each is logged. A lost context may report errors without end.
+int takeErrors() {
+    int count = 0;
+    while (count < 100 && GL::Debug::check() != GL::Debug::Error::NoError)
+        ++count;
+    return count;
+}
+
+} // namespace
+
+Viewer::Viewer(GlfwWindow& window, const Study& study, std::optional<double> level)
+    : m_window(window)
+    , m_state(study)
+    , m_painter(study)
+    , m_worker(study, level, &GlfwWindow::wake) {
+    m_window.onInput([this](const Input& input) {
+        if (!m_ignoresUser)
+            handle(input);
+    });
+    m_window.onChange([this] { m_isChanged = true; });
+}
+
+Viewer::~Viewer() {
+    m_window.onInput([](const Input&) {});
+    m_window.onChange([] {});
+}
+
+void Viewer::run() {
+    m_window.setWaitsForScreen(true);
+    while (!isEnding()) {
+        update();
+        if (!m_isChanged && !isEnding())
+            GlfwWindow::wait();
+    }
+}
+
+bool Viewer::isEnding() const {
+    return m_interaction.wantsToQuit() || m_window.isClosing();
+}
+
+void Viewer::handle(const Input& input) {
+    const WindowGeometry now = geometry();
+    m_interaction.handle(input, now);
+    m_isChanged = true;
+    if (const auto pixel = m_interaction.takeClickOnModel())
+        answerClick(*pixel);
+    if (m_interaction.takeSaving())
+        savePicture();
+}
+
+void Viewer::update() {
+    GlfwWindow::poll();
+    takeSurfaces();
+    if (m_isChanged)
+        draw();
+}
+
+void Viewer::waitForSurfaces() {
+    while (m_worker.progress().isRunning && !isEnding()) {
+        update();
+        GlfwWindow::wait(0.05);
+    }
+    update();
+}
+
+void Viewer::resize(const Eigen::Vector2i& size) {
+    m_window.resize(size);
+    m_isChanged = true;
+}
+
+void Viewer::setIgnoresUser(bool ignores) {
+    m_ignoresUser = ignores;
+    m_window.setWaitsForScreen(!ignores);
+}
+
+void Viewer::takeSurfaces() {
+    if (m_worker.takeNews())
+        m_isChanged = true;
+    if (std::optional<RegionMesh> mesh = m_worker.take())
+        m_painter.setSurfaces(std::move(*mesh));
+}
+
+void Viewer::answerClick(const Eigen::Vector2d& pixel) {
+    if (const std::optional<ModelHit> hit = m_painter.pick(m_state, geometry(), pixel))
+        m_state.choose(Pane::Model, hit->point, hit->region);
+    else
+        m_state.region = 0;
+}
+
+WindowGeometry Viewer::geometry() const {
+    WindowGeometry geometry;
+    geometry.size = m_window.framebufferSize();
+    geometry.pixelsPerPoint = m_window.pixelsPerPoint();
+    const double textHeight = TextPoints * GL::dpiScale() * 96 / 72;
+    geometry.layout = layoutPanes(geometry.size, static_cast<int>(std::lround(1.8 * textHeight)));
+    geometry.margin = static_cast<int>(std::lround(1.6 * textHeight));
+    return geometry;
+}
+
+void Viewer::draw() {
+    m_isChanged = false;
+    if (m_window.framebufferSize().minCoeff() < 1)
+        return;
+    drawFrame();
+    m_window.show();
+}
+
+void Viewer::drawFrame() {
+    GL::setDpiScale(m_window.contentScale());
+    m_painter.draw(m_state, geometry(), m_worker.progress(), m_interaction.isMovingModel());
+    m_errors += takeErrors();
+}
+
+void Viewer::save(const std::filesystem::path& file) {
+    takeSurfaces();
+    const Eigen::Vector2i size = m_window.framebufferSize();
+    if (size.minCoeff() < 1)
+        throw std::runtime_error("cannot write " + file.string() + ": the window has no size.");
+    drawFrame();
+    writePng(file, size.x(), size.y(), m_window.read());
+    m_window.show();
+    m_isChanged = false;
+}
+
+void Viewer::savePicture() {
+    std::filesystem::path file;
+    for (int number = 1; file.empty() || std::filesystem::exists(file); ++number)
+        file = "veltrandgl-viewer-" + std::to_string(number) + ".png";
+    try {
+        save(file);
+        std::cout << "saved " << file.string() << std::endl;
+    } catch (const std::runtime_error& error) {
+        std::cerr << "veltrandgl-viewer: " << error.what() << std::endl;
+    }
+}
+
+} // namespace Veltrand::Apps

@@ -1,0 +1,114 @@
+// SPDX-License-Identifier: BSD-3-Clause
+#include "scene/EmbeddedRepository.h"
+#include "support/Nifti.h"
+#include "viewer/Options.h"
+#include "viewer/ScriptPlayer.h"
+
+#include <Veltrand/Core/Log.h>
+#include <Veltrand/GL/ContextGLX.h>
+#include <Veltrand/GL/ContextManager.h>
+
+#include <ViewerShaders.h>
+#include <algorithm>
+#include <exception>
+#include <fstream>
+#include <iostream>
+#include <utility>
+
+namespace Veltrand::Apps {
+
+namespace {
+
+constexpr const char* Name = "veltrandgl-viewer: ";
+
+/// OpenGL on the context that is current, for a scope.
+class OpenGL : private Utils::NotCopyable {
+public:
+    /// @param verbose shows what the library logs while it starts; otherwise only the last error is of
+    ///        interest, as the reason of a failure
+    explicit OpenGL(bool verbose) {
+        std::string reason;
+        const Log::SinkId sink = Log::addSink([&reason](const Log::Message& message) {
+            if (message.level >= Log::Error)
+                reason = message.text;
+        });
+        Log::setDefaultSinkEnabled(verbose);
+        auto context = GL::ContextGLX::adoptCurrent();
+        const bool isUsable = context != nullptr;
+        if (isUsable)
+            GL::init(std::move(context));
+        Log::setDefaultSinkEnabled(true);
+        Log::removeSink(sink);
+        if (!isUsable)
+            throw std::runtime_error("there is no usable OpenGL: " + reason + ".");
+    }
+    ~OpenGL() { GL::deinit(); }
+};
+
+std::vector<std::string> loadNames(const ViewerOptions& options, const std::filesystem::path& labels) {
+    if (!options.names)
+        return readRegionNames(namesBeside(labels));
+    std::vector<std::string> names = readRegionNames(*options.names);
+    if (names.empty())
+        throw std::runtime_error("there are no names of regions in " + options.names->string() + ".");
+    return names;
+}
+
+Study loadStudy(const ViewerOptions& options) {
+    Study study{readNifti(options.volume.value_or(DefaultVolume))};
+    std::optional<std::filesystem::path> labels = options.labels;
+    if (!labels && !options.volume)
+        labels = DefaultLabels;
+    if (labels) {
+        study.labels = readNifti(*labels);
+        study.regionNames = loadNames(options, *labels);
+    }
+    return study;
+}
+
+int show(const ViewerOptions& options) {
+    if (GL::ContextManager::openGlDisabled())
+        throw std::runtime_error("OpenGL is switched off by VELTRAND_DISABLE_OPENGL.");
+    std::vector<ScriptCommand> script;
+    if (options.script)
+        script = readScript(*options.script);
+    const Study study = loadStudy(options);
+    const std::filesystem::path file = options.volume.value_or(DefaultVolume);
+    GlfwWindow window(options.size, file.filename().string() + " - veltrandgl-viewer");
+    const OpenGL openGl(options.verbose);
+    const SceneShaders sharedShaders;
+    const EmbeddedRepository shaders("VeltrandViewer", ViewerShaders, ViewerShadersCount);
+    Viewer viewer(window, study, options.level);
+    if (!options.script || playScript(script, *options.script, viewer))
+        viewer.run();
+    if (viewer.errors() > 0)
+        std::cerr << Name << "there were OpenGL errors: " << viewer.errors() << ".\n";
+    return viewer.errors() > 0 ? 1 : 0;
+}
+
+} // namespace
+
+} // namespace Veltrand::Apps
+
+int main(int argc, char** argv) {
+    using namespace Veltrand;
+    using namespace Veltrand::Apps;
+    try {
+        const ViewerOptions options = parseViewerOptions({argv + std::min(argc, 1), argv + argc});
+        if (options.help) {
+            std::cout << viewerUsage() << '\n' << viewerHelp();
+            return 0;
+        }
+        Log::setGlobalLevel(options.verbose ? Log::Debug : Log::Warning);
+        return show(options);
+    } catch (const UsageError& error) {
+        std::cerr << Name << error.what() << '\n' << viewerUsage() << '\n';
+        return 2;
+    } catch (const ScriptError& error) {
+        std::cerr << error.what() << '\n';
+        return 1;
+    } catch (const std::exception& error) {
+        std::cerr << Name << error.what() << '\n';
+        return 1;
+    }
+}

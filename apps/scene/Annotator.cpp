@@ -31,6 +31,10 @@ double Annotator::lineHeight() const {
     return GL::TextRenderer::get()->lineHeightPx(font(Vector4d::Ones()));
 }
 
+double Annotator::width(const std::string& text) const {
+    return m_text->textSize(text, font(Vector4d::Ones())).x();
+}
+
 double Annotator::lineWidth() const {
     return std::max(1.0, std::floor(m_points / 12.0));
 }

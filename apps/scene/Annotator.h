@@ -22,6 +22,8 @@ public:
          Flags<GL::TextRenderer::Decoration> decorations = {}) const;
     /// Pixels from one line of text to the next.
     [[nodiscard]] double lineHeight() const;
+    /// Pixels that a line of text takes.
+    [[nodiscard]] double width(const std::string& text) const;
     /// Width of a thin line, as lines count it.
     [[nodiscard]] double lineWidth() const;
 

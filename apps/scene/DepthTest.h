@@ -7,27 +7,38 @@
 
 namespace Veltrand::Apps {
 
-/// Hides what lies behind something, for a scope: OpenGL's depth test.
-class DepthTest : private Utils::NotCopyable {
+/// Switches a capability of OpenGL on, for a scope.
+class ScopedCapability : private Utils::NotCopyable {
 public:
-    DepthTest()
-        : m_wasOn(GL::getBool(Capability)) {
+    explicit ScopedCapability(GL::GLenum capability)
+        : m_capability(capability)
+        , m_wasOn(GL::getBool(capability)) {
         call("glEnable");
     }
-    ~DepthTest() {
+    ~ScopedCapability() {
         if (!m_wasOn)
             call("glDisable");
     }
 
 private:
-    static constexpr GL::GLenum Capability = 0x0B71; // GL_DEPTH_TEST
+    void call(const char* function) const { GL::entryPoint<void (*)(GL::GLenum)>(function)(m_capability); }
 
-    static void call(const char* function) {
-        using Switch = void (*)(GL::GLenum);
-        reinterpret_cast<Switch>(GL::entryPoint(function))(Capability);
-    }
-
+    GL::GLenum m_capability;
     bool m_wasOn;
+};
+
+/// Hides what lies behind something.
+class DepthTest : private ScopedCapability {
+public:
+    DepthTest()
+        : ScopedCapability(0x0B71) {} // GL_DEPTH_TEST
+};
+
+/// Leaves out what is seen from behind, which in closed surfaces is hidden anyway.
+class FaceCulling : private ScopedCapability {
+public:
+    FaceCulling()
+        : ScopedCapability(0x0B44) {} // GL_CULL_FACE
 };
 
 } // namespace Veltrand::Apps

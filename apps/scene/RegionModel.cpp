@@ -47,8 +47,9 @@ GL::ViewState RegionModel::view(const PixelRect& panel) const {
 }
 
 void RegionModel::draw(const GL::ViewState& view, const GL::ObjectPicking* picking, const void* object,
-                       unsigned highlighted) const {
+                       unsigned highlighted, const GL::IndexBuffer* triangles) const {
     const DepthTest depthTest;
+    const FaceCulling culling;
     view.viewport().set();
     m_program->enable();
     m_program->setArgument("modelView", view.modelViewMatrix());
@@ -56,7 +57,7 @@ void RegionModel::draw(const GL::ViewState& view, const GL::ObjectPicking* picki
     m_program->setArgument("highlightedRegion", static_cast<float>(highlighted));
     if (picking != nullptr)
         picking->enable(*m_program, object);
-    drawTriangles(m_indices);
+    drawTriangles(triangles != nullptr ? *triangles : m_indices);
     m_program->disable();
 }
 

@@ -30,8 +30,9 @@ public:
     /// Draws into the viewport of the view, with a depth test.
     /// @param object who the picking is told that the surfaces are
     /// @param highlighted a region that shines; 0 for none
+    /// @param triangles in place of those of the mesh, or null
     void draw(const GL::ViewState& view, const GL::ObjectPicking* picking, const void* object,
-              unsigned highlighted = 0) const;
+              unsigned highlighted = 0, const GL::IndexBuffer* triangles = nullptr) const;
 
     /// For other programs: draws with position, normal and region as attributes 0, 1 and 2.
     void drawTriangles(const GL::IndexBuffer& indices) const;

@@ -52,17 +52,22 @@ q, Escape           quit
 }
 
 void drawHelp(const Eigen::Vector2i& windowSize, const BoxPainter& boxes) {
-    const Annotator annotator({0, 0, windowSize.x(), windowSize.y()}, TextPoints);
+    const GL::Viewport window{0, 0, windowSize.x(), windowSize.y()};
     const auto lines = helpLines();
+    // In lines of text.
+    const Eigen::Vector2d extent(36, 1.25 * (static_cast<double>(lines.size()) + 1.5));
+    const Eigen::Vector2d wanted = extent * Annotator(window, TextPoints).lineHeight();
+    const double fit = std::min(1.0, windowSize.cast<double>().cwiseQuotient(wanted).minCoeff());
+    const Annotator annotator(window, std::max(5, static_cast<int>(fit * TextPoints)));
+
     const double height = 1.25 * annotator.lineHeight();
-    const Eigen::Vector2d size(36 * annotator.lineHeight(),
-                               (static_cast<double>(lines.size()) + 1.5) * height);
+    const Eigen::Vector2d size = extent * annotator.lineHeight();
     const Eigen::Vector2d lowerLeft = (windowSize.cast<double>() - size) / 2;
     {
         const GL::Blending blending(GL::Blending::Preset::Alpha);
         const Eigen::Vector2i corner = lowerLeft.cast<int>();
-        const Eigen::Vector2i extent = size.cast<int>();
-        boxes.fill({corner.x(), corner.y(), extent.x(), extent.y()}, {0.08F, 0.1F, 0.14F, 0.9F});
+        const Eigen::Vector2i pixels = size.cast<int>();
+        boxes.fill({corner.x(), corner.y(), pixels.x(), pixels.y()}, {0.08F, 0.1F, 0.14F, 0.9F});
     }
     const auto input = annotator.font({1, 0.85, 0.25, 1});
     const auto meaning = annotator.font({0.92, 0.92, 0.92, 1});

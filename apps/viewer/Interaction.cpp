@@ -35,13 +35,15 @@ SlicePanel WindowGeometry::panel(const ViewerState& state, Pane pane) const {
     return state.slices.panel(pane, layout, margin, state.point[normal]);
 }
 
-void Interaction::handle(const Input& input, const WindowGeometry& geometry) {
+bool Interaction::handle(const Input& input, const WindowGeometry& geometry) {
     m_geometry = geometry;
     std::visit(Overloaded{[this](const PointerMove& move) { this->move(move); },
                           [this](const ButtonChange& button) { change(button); },
                           [this](const WheelTurn& wheel) { turn(wheel); },
                           [this](const KeyPress& key) { press(key); }},
                input);
+    // The pointer itself is not drawn.
+    return m_drag || !std::holds_alternative<PointerMove>(input);
 }
 
 void Interaction::move(const PointerMove& input) {

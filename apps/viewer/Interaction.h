@@ -34,7 +34,8 @@ public:
         : m_state(state) {}
 
     /// @param geometry of the window at this moment
-    void handle(const Input& input, const WindowGeometry& geometry);
+    /// @return whether something may look different now
+    bool handle(const Input& input, const WindowGeometry& geometry);
 
     // What is left to others; each question forgets the answer.
 
@@ -43,6 +44,7 @@ public:
     [[nodiscard]] bool takeSaving() { return std::exchange(m_saving, false); }
     [[nodiscard]] bool wantsToQuit() const { return m_quits; }
 
+    [[nodiscard]] bool isDragging() const { return m_drag.has_value(); }
     /// Whether the surfaces are being moved.
     [[nodiscard]] bool isMovingModel() const {
         return m_drag && m_drag->pane == Pane::Model && m_drag->hasMoved;

@@ -12,7 +12,7 @@ namespace Veltrand::Apps {
 namespace {
 
 /// The ball around the bounds fills this much of the pane at first; what is in it is smaller than that.
-constexpr double Filled = 1.2;
+constexpr double Filled = 1.4;
 
 double radians(double degrees) {
     return degrees * std::numbers::pi / 180;

@@ -29,12 +29,16 @@ float depthAt(const GL::Texture& texture, const Eigen::Vector2i& pixel) {
 
 } // namespace
 
-ModelRenderer::ModelRenderer(RegionMesh mesh)
-    : m_model(mesh, Eigen::AlignedBox3d())
+ModelRenderer::ModelRenderer(StudySurfaces surfaces)
+    : m_model(surfaces.mesh, Eigen::AlignedBox3d())
+    , m_coarse(GL::Buffer::Usage::StaticDraw)
     , m_sorted(GL::Buffer::Usage::StreamDraw) {
+    m_coarse.bind();
+    m_coarse.setData(surfaces.coarse);
+    GL::IndexBuffer::unbind();
     const bool isSorted = !GL::OrderIndependentTransparency::isSupported();
     if (isSorted)
-        m_mesh = std::move(mesh);
+        m_surfaces = std::move(surfaces);
     else
         m_transparency.emplace();
     m_skin = GL::Program::createVertexFragment(
@@ -42,16 +46,18 @@ ModelRenderer::ModelRenderer(RegionMesh mesh)
         isSorted ? "" : "#define WITH_OIT\n", GL::Program::Compilation::ImmediateThrow);
 }
 
-void ModelRenderer::draw(const GL::ViewState& view, bool isTransparent, unsigned chosen) {
+void ModelRenderer::draw(const GL::ViewState& view, bool isTransparent, bool isCoarse, unsigned chosen) {
+    const GL::IndexBuffer& triangles = isCoarse ? m_coarse : m_model.triangles();
     if (!isTransparent)
-        m_model.draw(view, nullptr, nullptr, chosen);
+        m_model.draw(view, nullptr, nullptr, chosen, &triangles);
     else if (m_transparency)
-        drawUnsorted(view, chosen);
+        drawUnsorted(view, triangles, chosen);
     else
-        drawSorted(view, chosen);
+        drawSorted(view, isCoarse ? m_surfaces.coarse : m_surfaces.mesh.triangles, chosen);
 }
 
-void ModelRenderer::drawUnsorted(const GL::ViewState& view, unsigned chosen) {
+void ModelRenderer::drawUnsorted(const GL::ViewState& view, const GL::IndexBuffer& triangles,
+                                 unsigned chosen) {
     const GL::Viewport& viewport = view.viewport();
     const Eigen::Vector3i texels(viewport.width, viewport.height, 1);
     GL::Texture color(GL::Texture::Target::Texture2D, texels, GL::InternalFormat::RGBA8);
@@ -64,15 +70,16 @@ void ModelRenderer::drawUnsorted(const GL::ViewState& view, unsigned chosen) {
     // Where fragments were missing, the next turn has more room.
     for (unsigned room = 0; m_transparency->numNodesTotal() > room;) {
         room = m_transparency->numNodesTotal();
-        drawSkins(view, m_model.triangles(), chosen);
+        drawSkins(view, triangles, chosen);
         m_transparency->renderBlendedFragments(color, depth);
         m_transparency->reset(size, false);
     }
 }
 
-void ModelRenderer::drawSorted(const GL::ViewState& view, unsigned chosen) {
+void ModelRenderer::drawSorted(const GL::ViewState& view, const std::vector<Eigen::Vector3i>& triangles,
+                               unsigned chosen) {
     m_sorted.bind();
-    m_sorted.setData(fromBackToFront(m_mesh.positions, m_mesh.triangles, view));
+    m_sorted.setData(fromBackToFront(m_surfaces.mesh.positions, triangles, view));
     GL::IndexBuffer::unbind();
     const GL::Blending blending(GL::Blending::Preset::Alpha);
     drawSkins(view, m_sorted, chosen);

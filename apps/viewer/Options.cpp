@@ -51,6 +51,8 @@ ViewerOptions parseViewerOptions(Utils::Span<const char* const> arguments) {
         else
             throw UsageError("There is no option '" + std::string(argument) + "'.");
     }
+    if (options.names && options.volume && !options.labels)
+        throw UsageError("--names needs --labels.");
     return options;
 }
 

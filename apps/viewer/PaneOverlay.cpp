@@ -21,6 +21,7 @@ using Style = GL::TextRenderer::Style;
 
 const Vector4d White(0.92, 0.92, 0.92, 1);
 const Vector4d Grey(0.65, 0.65, 0.65, 1);
+const Vector4d Faint(0.92, 0.92, 0.92, 0.3);
 const Vector4d DistanceColor(1, 0.85, 0.25, 1);
 const Vector4d WarningColor(1, 0.5, 0.4, 1);
 
@@ -131,17 +132,20 @@ private:
     Vector2d m_size;
 };
 
-/// The letters of the patient's sides around what is shown.
+/// The letters of the patient's sides around what is shown; those behind it are faint.
 void drawSides(const ViewerState& state, const Annotator& annotator, const GL::ViewState& view,
                const Eigen::AlignedBox3d& bounds) {
     for (std::size_t side = 0; side < 6; ++side) {
         const auto axis = static_cast<Eigen::Index>(side / 2);
+        const double sign = side % 2 == 0 ? 1 : -1;
+        const bool isBehind = sign * view.modelViewMatrix()(2, axis) < 0;
         Vector3d place = bounds.center();
-        place[axis] += (side % 2 == 0 ? 0.52 : -0.52) * bounds.sizes()[axis];
+        place[axis] += sign * 0.52 * bounds.sizes()[axis];
         const char letter = state.study.volume.orientationKnown ? "RLAPSI"[side] : '?';
         annotator.text(std::string(1, letter), view.project(place).head<2>(),
-                       annotator.font(White, Style::Bold, Decoration::Shadow), AlignmentH::Center,
-                       AlignmentV::Center);
+                       annotator.font(isBehind ? Faint : White, Style::Bold,
+                                      isBehind ? Flags<Decoration>() : Decoration::Shadow),
+                       AlignmentH::Center, AlignmentV::Center);
     }
 }
 
@@ -227,8 +231,9 @@ void drawStatus(const ViewerState& state, const PixelRect& rect) {
     const double middle = rect.height / 2.0;
     const double margin = 0.4 * annotator.lineHeight();
     annotator.text(left, {margin, middle}, annotator.font(White), AlignmentH::Left, AlignmentV::Center);
-    annotator.text(right, {rect.width - margin, middle}, annotator.font(Grey), AlignmentH::Right,
-                   AlignmentV::Center);
+    if (annotator.width(left) + annotator.width(right) + 4 * margin < rect.width)
+        annotator.text(right, {rect.width - margin, middle}, annotator.font(Grey), AlignmentH::Right,
+                       AlignmentV::Center);
 }
 
 } // namespace Veltrand::Apps

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include "viewer/SurfaceWorker.h"
 
+#include "viewer/CoarseMesh.h"
+
 #include <exception>
 #include <utility>
 
@@ -10,6 +12,8 @@ namespace {
 
 /// A volume's surface is made of steps of this part of its longest edge.
 constexpr double Steps = 128;
+/// Steps that become one in coarse surfaces.
+constexpr float CoarseEdge = 2.5F;
 
 } // namespace
 
@@ -31,9 +35,9 @@ bool SurfaceWorker::takeNews() {
     return std::exchange(m_hasNews, false);
 }
 
-std::optional<RegionMesh> SurfaceWorker::take() {
+std::optional<StudySurfaces> SurfaceWorker::take() {
     const std::lock_guard lock(m_mutex);
-    return std::exchange(m_mesh, {});
+    return std::exchange(m_surfaces, {});
 }
 
 void SurfaceWorker::run(const std::stop_token& stop) {
@@ -47,16 +51,17 @@ void SurfaceWorker::run(const std::stop_token& stop) {
         m_notify();
         return !stop.stop_requested();
     };
-    std::optional<RegionMesh> mesh;
+    std::optional<StudySurfaces> surfaces;
     std::string failure;
     try {
-        mesh = make(report);
+        surfaces.emplace(StudySurfaces{make(report), {}});
+        surfaces->coarse = coarseTriangles(surfaces->mesh, CoarseEdge * detail());
     } catch (const std::exception& error) {
         failure = error.what();
     }
     {
         const std::lock_guard lock(m_mutex);
-        m_mesh = std::move(mesh);
+        m_surfaces = std::move(surfaces);
         m_progress.isRunning = false;
         m_progress.failure = failure;
         m_hasNews = true;
@@ -64,12 +69,15 @@ void SurfaceWorker::run(const std::stop_token& stop) {
     m_notify();
 }
 
+float SurfaceWorker::detail() const {
+    return static_cast<float>(m_study.volume.bounds().sizes().maxCoeff() / Steps);
+}
+
 RegionMesh SurfaceWorker::make(const MeshProgress& report) const {
     if (m_study.labels)
         return meshRegions(*m_study.labels, report);
-    const double detail = m_study.volume.bounds().sizes().maxCoeff() / Steps;
     const auto level = m_level ? std::optional(static_cast<float>(*m_level)) : std::nullopt;
-    return meshVolume(m_study.volume, detail, level, 0, report);
+    return meshVolume(m_study.volume, detail(), level, 0, report);
 }
 
 } // namespace Veltrand::Apps

@@ -11,8 +11,15 @@
 #include <optional>
 #include <string>
 #include <thread>
+#include <vector>
 
 namespace Veltrand::Apps {
+
+/// Surfaces, and fewer triangles of them that are quicker to draw.
+struct StudySurfaces {
+    RegionMesh mesh;
+    std::vector<Eigen::Vector3i> coarse;
+};
 
 /// Makes the surfaces of a study on a thread of its own: those of its regions, or that of the volume.
 class SurfaceWorker : private Utils::NotCopyable {
@@ -36,10 +43,12 @@ public:
     /// Whether there has been progress since the last question.
     [[nodiscard]] bool takeNews();
     /// The surfaces, once, when they are ready.
-    [[nodiscard]] std::optional<RegionMesh> take();
+    [[nodiscard]] std::optional<StudySurfaces> take();
 
 private:
     void run(const std::stop_token& stop);
+    /// Millimetres between the vertices of a volume's surface.
+    [[nodiscard]] float detail() const;
     [[nodiscard]] RegionMesh make(const MeshProgress& report) const;
 
     const Study& m_study;
@@ -47,7 +56,7 @@ private:
     std::function<void()> m_notify;
     mutable std::mutex m_mutex;
     Progress m_progress;
-    std::optional<RegionMesh> m_mesh;
+    std::optional<StudySurfaces> m_surfaces;
     bool m_hasNews = false;
     std::jthread m_thread; ///< last, so that it ends before what it uses
 };

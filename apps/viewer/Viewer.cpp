@@ -15,6 +15,9 @@ namespace Veltrand::Apps {
 
 namespace {
 
+/// After so long without a change, surfaces get smooth edges.
+constexpr double QuietSeconds = 0.3;
+
 /// Reads all pending OpenGL errors; each is logged. A lost context may report errors without end.
 int takeErrors() {
     int count = 0;
@@ -46,8 +49,15 @@ void Viewer::run() {
     m_window.setWaitsForScreen(true);
     while (!isEnding()) {
         update();
-        if (!m_isChanged && !isEnding())
+        if (m_isChanged || isEnding())
+            continue;
+        if (m_painter.isFinal() || m_window.framebufferSize().minCoeff() < 1) {
             GlfwWindow::wait();
+        } else {
+            GlfwWindow::wait(QuietSeconds);
+            if (!m_isChanged && !m_interaction.isDragging())
+                draw(Quality::Final);
+        }
     }
 }
 
@@ -56,20 +66,19 @@ bool Viewer::isEnding() const {
 }
 
 void Viewer::handle(const Input& input) {
-    const WindowGeometry now = geometry();
-    m_interaction.handle(input, now);
-    m_isChanged = true;
-    if (const auto pixel = m_interaction.takeClickOnModel())
-        answerClick(*pixel);
-    if (m_interaction.takeSaving())
-        savePicture();
+    m_isChanged = m_interaction.handle(input, geometry()) || m_isChanged;
 }
 
 void Viewer::update() {
     GlfwWindow::poll();
     takeSurfaces();
+    // Here rather than in `handle`, which the window system calls, and which nothing is to be thrown through.
+    if (const auto pixel = m_interaction.takeClickOnModel())
+        answerClick(*pixel);
+    if (m_interaction.takeSaving())
+        savePicture();
     if (m_isChanged)
-        draw();
+        draw(m_interaction.isMovingModel() ? Quality::Moving : Quality::Still);
 }
 
 void Viewer::waitForSurfaces() {
@@ -93,8 +102,8 @@ void Viewer::setIgnoresUser(bool ignores) {
 void Viewer::takeSurfaces() {
     if (m_worker.takeNews())
         m_isChanged = true;
-    if (std::optional<RegionMesh> mesh = m_worker.take())
-        m_painter.setSurfaces(std::move(*mesh));
+    if (std::optional<StudySurfaces> surfaces = m_worker.take())
+        m_painter.setSurfaces(std::move(*surfaces));
 }
 
 void Viewer::answerClick(const Eigen::Vector2d& pixel) {
@@ -108,23 +117,23 @@ WindowGeometry Viewer::geometry() const {
     WindowGeometry geometry;
     geometry.size = m_window.framebufferSize();
     geometry.pixelsPerPoint = m_window.pixelsPerPoint();
-    const double textHeight = TextPoints * GL::dpiScale() * 96 / 72;
+    const double textHeight = TextPoints * m_window.contentScale() * 96 / 72;
     geometry.layout = layoutPanes(geometry.size, static_cast<int>(std::lround(1.8 * textHeight)));
     geometry.margin = static_cast<int>(std::lround(1.6 * textHeight));
     return geometry;
 }
 
-void Viewer::draw() {
+void Viewer::draw(Quality quality) {
     m_isChanged = false;
     if (m_window.framebufferSize().minCoeff() < 1)
         return;
-    drawFrame();
+    drawFrame(quality);
     m_window.show();
 }
 
-void Viewer::drawFrame() {
+void Viewer::drawFrame(Quality quality) {
     GL::setDpiScale(m_window.contentScale());
-    m_painter.draw(m_state, geometry(), m_worker.progress(), m_interaction.isMovingModel());
+    m_painter.draw(m_state, geometry(), m_worker.progress(), quality);
     m_errors += takeErrors();
 }
 
@@ -133,7 +142,7 @@ void Viewer::save(const std::filesystem::path& file) {
     const Eigen::Vector2i size = m_window.framebufferSize();
     if (size.minCoeff() < 1)
         throw std::runtime_error("cannot write " + file.string() + ": the window has no size.");
-    drawFrame();
+    drawFrame(Quality::Final);
     writePng(file, size.x(), size.y(), m_window.read());
     m_window.show();
     m_isChanged = false;

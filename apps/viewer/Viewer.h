@@ -43,8 +43,8 @@ public:
 
 private:
     [[nodiscard]] WindowGeometry geometry() const;
-    void draw();
-    void drawFrame();
+    void draw(Quality quality);
+    void drawFrame(Quality quality);
     void takeSurfaces();
     void answerClick(const Eigen::Vector2d& pixel);
     void savePicture();

@@ -14,8 +14,12 @@ namespace Veltrand::Apps {
 
 namespace {
 
-/// Surfaces that take longer, in seconds, are coarser while they are moved.
-constexpr double SlowModel = 0.04;
+/// Surfaces that take longer, in seconds, are coarse while they are moved.
+constexpr double SlowModel = 0.03;
+/// Those that take less always have smooth edges.
+constexpr double FastModel = 0.003;
+/// Samples that are drawn at most, so that the lists of translucent surfaces find room.
+constexpr double MaxSamples = 1 << 21;
 
 } // namespace
 
@@ -24,13 +28,13 @@ WindowPainter::WindowPainter(const Study& study)
     , m_show(GL::Program::createVertexFragment("VeltrandScene/Panel.vert", "VeltrandScene/Image.frag", "",
                                                GL::Program::Compilation::ImmediateThrow)) {}
 
-void WindowPainter::setSurfaces(RegionMesh mesh) {
-    m_model.emplace(std::move(mesh));
+void WindowPainter::setSurfaces(StudySurfaces surfaces) {
+    m_model.emplace(std::move(surfaces));
     m_modelView.reset();
 }
 
 void WindowPainter::draw(const ViewerState& state, const WindowGeometry& geometry,
-                         const SurfaceWorker::Progress& progress, bool isMoving) {
+                         const SurfaceWorker::Progress& progress, Quality quality) {
     GL::Viewport{0, 0, geometry.size.x(), geometry.size.y()}.set();
     GL::clearColorBuffer({0.16F, 0.17F, 0.19F, 1});
     for (const Pane pane : {Pane::Axial, Pane::Coronal, Pane::Sagittal}) {
@@ -40,7 +44,7 @@ void WindowPainter::draw(const ViewerState& state, const WindowGeometry& geometr
         drawSliceOverlay(state, pane, panel);
     }
     const PixelRect& rect = geometry.layout[Pane::Model];
-    updateModel(state, rect, isMoving);
+    updateModel(state, rect, quality);
     showImage(Pane::Model, rect);
     drawModelOverlay(state, modelView(state, rect), modelBounds(state), progress);
     drawStatus(state, geometry.layout.status);
@@ -62,29 +66,39 @@ void WindowPainter::updateSlice(Pane pane, const SlicePanel& panel, const Viewer
     m_sliceViews[index] = view;
 }
 
-void WindowPainter::updateModel(const ViewerState& state, const PixelRect& rect, bool isMoving) {
-    double& cost = m_modelCosts[state.isTransparent ? 1 : 0];
-    // Samples per pixel and direction.
-    const double samples = isMoving && cost > SlowModel ? 0.5 : 1;
-    const PixelRect all{0, 0, std::max(1, static_cast<int>(samples * rect.width)),
-                        std::max(1, static_cast<int>(samples * rect.height))};
-    const GL::ViewState camera = modelView(state, all);
-    const ModelView view{{all.width, all.height},
+void WindowPainter::updateModel(const ViewerState& state, const PixelRect& rect, Quality quality) {
+    const GL::ViewState camera = modelView(state, rect);
+    const ModelView view{{rect.width, rect.height},
                          camera.projectionMatrix(),
                          camera.modelViewMatrix(),
                          state.isTransparent,
                          state.region};
-    if (m_modelView == view)
-        return;
+    const double cost = m_modelCosts[state.isTransparent ? 1 : 0];
+    const bool isCoarse = quality == Quality::Moving && cost > SlowModel;
+    const double best = 4.0 * rect.width * rect.height <= MaxSamples ? 2 : 1;
+    double samples = isCoarse ? 0.5 : 1;
+    if (quality == Quality::Final || (cost > 0 && cost < FastModel))
+        samples = best;
+    if (m_modelView != view || m_modelSamples < samples)
+        drawModel(view, samples, isCoarse);
+    m_isFinal = m_modelSamples >= best;
+}
+
+void WindowPainter::drawModel(const ModelView& view, double samples, bool isCoarse) {
+    const Eigen::Vector2i size =
+        (samples * view.size.cast<double>()).array().max(1).floor().matrix().cast<int>();
     const auto start = std::chrono::steady_clock::now();
-    const GL::StateGuard guard = m_images[static_cast<std::size_t>(Pane::Model)].begin(view.size);
+    const GL::StateGuard guard = m_images[static_cast<std::size_t>(Pane::Model)].begin(size);
     if (m_model) {
-        m_model->draw(camera, state.isTransparent, state.region);
+        m_model->draw({{0, 0, size.x(), size.y()}, view.projection, view.modelView}, view.isTransparent,
+                      isCoarse, view.region);
         GL::finish();
         const std::chrono::duration<double> seconds = std::chrono::steady_clock::now() - start;
-        cost = seconds.count() / (samples * samples);
+        if (samples == 1)
+            m_modelCosts[view.isTransparent ? 1 : 0] = seconds.count();
     }
     m_modelView = view;
+    m_modelSamples = samples;
 }
 
 void WindowPainter::showImage(Pane pane, const PixelRect& rect) const {

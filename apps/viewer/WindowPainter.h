@@ -14,6 +14,13 @@
 
 namespace Veltrand::Apps {
 
+/// How much care is taken with surfaces, which may be slow to draw.
+enum class Quality {
+    Moving, ///< quick to draw, if need be coarse
+    Still,
+    Final, ///< with smooth edges
+};
+
 /// Draws the window. The pictures of the panes are kept and drawn anew only when something in them has
 /// changed; lines and text on top of them are drawn every time.
 class WindowPainter {
@@ -22,11 +29,12 @@ public:
     /// @param study outlives the object
     explicit WindowPainter(const Study& study);
 
-    void setSurfaces(RegionMesh mesh);
+    void setSurfaces(StudySurfaces surfaces);
 
-    /// @param isMoving whether the surfaces are being moved, and may be coarser meanwhile
     void draw(const ViewerState& state, const WindowGeometry& geometry,
-              const SurfaceWorker::Progress& progress, bool isMoving);
+              const SurfaceWorker::Progress& progress, Quality quality);
+    /// Whether `Quality::Final` would look the same as what has been drawn.
+    [[nodiscard]] bool isFinal() const { return m_isFinal; }
 
     /// What the surfaces show at a pixel of the window.
     [[nodiscard]] std::optional<ModelHit> pick(const ViewerState& state, const WindowGeometry& geometry,
@@ -45,7 +53,8 @@ private:
     };
 
     void updateSlice(Pane pane, const SlicePanel& panel, const ViewerState& state);
-    void updateModel(const ViewerState& state, const PixelRect& rect, bool isMoving);
+    void updateModel(const ViewerState& state, const PixelRect& rect, Quality quality);
+    void drawModel(const ModelView& view, double samples, bool isCoarse);
     void showImage(Pane pane, const PixelRect& rect) const;
     [[nodiscard]] GL::ViewState modelView(const ViewerState& state, const PixelRect& rect) const;
     [[nodiscard]] Eigen::AlignedBox3d modelBounds(const ViewerState& state) const;
@@ -57,6 +66,8 @@ private:
     std::array<PaneImage, 4> m_images; ///< by pane
     std::array<std::optional<SliceView>, 3> m_sliceViews;
     std::optional<ModelView> m_modelView;
+    double m_modelSamples = 0; ///< that it was drawn with, per pixel and direction
+    bool m_isFinal = false;
     /// Seconds that surfaces took, opaque and translucent, at one sample per pixel.
     std::array<double, 2> m_modelCosts{};
 };

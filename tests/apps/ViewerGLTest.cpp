@@ -306,6 +306,7 @@ TEST_F(ViewerGL, TellsWhatIsWrong) {
          "veltrandgl-viewer: there are no names of regions in absent.txt."},
         {"quit", {"--level", "high"}, {}, 2, "veltrandgl-viewer: --level takes a number, not 'high'."},
         {"quit", {"second.nii"}, {}, 2, "veltrandgl-viewer: There is more than one FILE."},
+        {"quit", {"--names", "n.txt"}, {}, 2, "veltrandgl-viewer: --names needs --labels."},
         {"quit", {"--colour"}, {}, 2, "veltrandgl-viewer: There is no option '--colour'."},
         {"quit", {}, {"-u", "DISPLAY"}, 1, "veltrandgl-viewer: there is no window system"},
         {"quit",

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: BSD-3-Clause
+#include "viewer/CoarseMesh.h"
 #include "viewer/Interaction.h"
 #include "viewer/Options.h"
 #include "viewer/Script.h"
@@ -14,6 +15,7 @@ namespace {
 using namespace Apps;
 using Eigen::Vector2d;
 using Eigen::Vector3d;
+using Eigen::Vector3i;
 
 TEST(ViewerScript, UnderstandsItsCommands) {
     const auto commands = parseScript("# a comment\n"
@@ -194,6 +196,29 @@ TEST_F(ViewerInteraction, ZoomsAtThePointerAndPansAlongWithIt) {
     const Vector2d target = pointer(Pane::Axial, {2, 3, 0});
     drag(Pane::Axial, fixed, {2, 3, 0}, Button::Middle);
     EXPECT_LT((pointer(Pane::Axial, fixed) - target).norm(), 0.5);
+}
+
+TEST(CoarseMesh, KeepsTheShapeWithFewerTriangles) {
+    ScalarGrid grid;
+    grid.size = {32, 32, 32};
+    for (int i = 0; i < 32 * 32 * 32; ++i)
+        grid.values.push_back(float(
+            12 - (Vector3i(i % 32, i / 32 % 32, i / 1024).cast<double>() - Vector3d(16, 16, 16)).norm()));
+    RegionMesh mesh;
+    mesh.add(extractSurface(grid, 0), 1);
+    const auto volume = [&mesh](const std::vector<Eigen::Vector3i>& triangles) {
+        double sum = 0;
+        for (const Eigen::Vector3i& triangle : triangles) {
+            const auto corner = [&](int i) {
+                return mesh.positions[std::size_t(triangle[i])].cast<double>().eval();
+            };
+            sum += corner(0).dot(corner(1).cross(corner(2))) / 6;
+        }
+        return sum;
+    };
+    const std::vector<Eigen::Vector3i> coarse = coarseTriangles(mesh, 3);
+    EXPECT_LT(coarse.size(), mesh.triangles.size() / 4);
+    EXPECT_NEAR(volume(coarse), volume(mesh.triangles), 0.1 * volume(mesh.triangles));
 }
 
 } // namespace

@@ -19,8 +19,10 @@ void main()
     vec3 normal = normalize(eyeNormal);
     normal *= sign(normal.z);
     bool chosen = regionNumber != 0u && regionNumber == uint(chosenRegion);
+    // A chosen region is seen through all the others.
+    float skin = chosen ? 0.8 : chosenRegion > 0.0 ? 0.025 : 0.07;
     // The more obliquely a skin is looked through, the more of it is in the way.
-    float opacity = 1.0 - pow(1.0 - (chosen ? 0.75 : 0.07), 1.0 / max(normal.z, 0.05));
+    float opacity = 1.0 - pow(1.0 - skin, 1.0 / max(normal.z, 0.05));
     vec4 lit = vec4(lightSurface(regionColor(regionNumber), normal, 0.3), opacity);
 #ifdef WITH_OIT
     oit_addFragment(lit);

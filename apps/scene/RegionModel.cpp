@@ -49,7 +49,6 @@ GL::ViewState RegionModel::view(const PixelRect& panel) const {
 void RegionModel::draw(const GL::ViewState& view, const GL::ObjectPicking* picking, const void* object,
                        unsigned highlighted, const GL::IndexBuffer* triangles) const {
     const DepthTest depthTest;
-    const FaceCulling culling;
     view.viewport().set();
     m_program->enable();
     m_program->setArgument("modelView", view.modelViewMatrix());

@@ -2,6 +2,7 @@
 #include "viewer/ModelRenderer.h"
 
 #include "scene/DepthOrder.h"
+#include "scene/DepthTest.h"
 
 #include <Veltrand/GL/Blending.h>
 #include <Veltrand/GL/ObjectPicking.h>
@@ -48,12 +49,14 @@ ModelRenderer::ModelRenderer(StudySurfaces surfaces)
 
 void ModelRenderer::draw(const GL::ViewState& view, bool isTransparent, bool isCoarse, unsigned chosen) {
     const GL::IndexBuffer& triangles = isCoarse ? m_coarse : m_model.triangles();
-    if (!isTransparent)
+    if (!isTransparent) {
+        const FaceCulling culling;
         m_model.draw(view, nullptr, nullptr, chosen, &triangles);
-    else if (m_transparency)
+    } else if (m_transparency) {
         drawUnsorted(view, triangles, chosen);
-    else
+    } else {
         drawSorted(view, isCoarse ? m_surfaces.coarse : m_surfaces.mesh.triangles, chosen);
+    }
 }
 
 void ModelRenderer::drawUnsorted(const GL::ViewState& view, const GL::IndexBuffer& triangles,

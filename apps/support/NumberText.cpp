@@ -27,7 +27,8 @@ std::string millimetres(double length) {
 }
 
 std::string shortNumber(double number) {
-    return print("%.6g", number + 0.0);
+    const double size = std::abs(number);
+    return print(size >= 1e4 && size < 1e9 ? "%.0f" : "%.4g", number + 0.0);
 }
 
 } // namespace Veltrand::Apps

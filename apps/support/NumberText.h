@@ -9,7 +9,7 @@ namespace Veltrand::Apps {
 [[nodiscard]] std::string oneDecimal(double number);
 /// "12.3 mm"
 [[nodiscard]] std::string millimetres(double length);
-/// A number with at most six digits that count.
+/// A number with four digits that count, or all of those before the point.
 [[nodiscard]] std::string shortNumber(double number);
 
 } // namespace Veltrand::Apps

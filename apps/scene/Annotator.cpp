@@ -32,7 +32,7 @@ double Annotator::lineHeight() const {
 }
 
 double Annotator::width(const std::string& text) const {
-    return m_text->textSize(text, font(Vector4d::Ones())).x();
+    return GL::TextRenderer::get()->textSize(text, font(Vector4d::Ones())).x();
 }
 
 double Annotator::lineWidth() const {

@@ -11,7 +11,6 @@
 #include <ViewerShaders.h>
 #include <algorithm>
 #include <exception>
-#include <fstream>
 #include <iostream>
 #include <utility>
 

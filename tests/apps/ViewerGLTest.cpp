@@ -84,7 +84,7 @@ protected:
     std::string play(const std::string& script, const std::vector<std::string>& environment = {}) {
         const auto labels = m_directory.write("regions.nii", turnedVolume(regionAt).plain());
         m_directory.write("regions.nii.txt",
-                          "1 Part_1\n2 Part_2\n3 Part_3\n4 Part_4 x\n5 Part_5\n\n7 Part_7\n");
+                          "1 Piece_1\n2 Piece_2\n3 Piece_3\n4 Piece_4 x\n5 Piece_5\n\n7 Piece_7\n");
         const RunResult result = run(script + "\nquit", {"--labels", labels.string()}, environment);
         EXPECT_EQ(result.status, 0) << script;
         EXPECT_EQ(result.errors, "") << script;
@@ -180,7 +180,7 @@ std::string answerFor(int region) {
     const std::string number = std::to_string(region);
     if (region == 0)
         return "answer 100 at (";
-    return "region " + number + (region == 6 || region == 8 ? " " : " Part ") + number + ", answer ";
+    return "region " + number + (region == 6 || region == 8 ? " " : " Piece ") + number + ", answer ";
 }
 
 TEST_F(ViewerGL, ClicksMoveTheCrossHairAndNameRegions) {
@@ -257,7 +257,7 @@ TEST_F(ViewerGL, NamesAndClearsSurfaces) {
                                          "save %D/chosen.png\ndrag left 660 145 3\nsave %D/turned.png",
                                          {std::string("MESA_GL_VERSION_OVERRIDE=") + version});
         // What is seen from the left, the front and above.
-        EXPECT_NE(printed.find("region 7 Part 7, answer Part 7"), std::string::npos) << printed;
+        EXPECT_NE(printed.find("region 7 Piece 7, answer Piece 7"), std::string::npos) << printed;
         const PngPicture opaque = picture("opaque.png");
         EXPECT_GT(differences(opaque, picture("clear.png"), {1, 1}), 5000);
         EXPECT_EQ(differences(opaque, picture("clear.png"), {0, 0}), 0);

@@ -1,16 +1,10 @@
 // SPDX-License-Identifier: BSD-3-Clause
-#include <Veltrand/GL/ContextGLX.h>
-#include <Veltrand/GL/ContextManager.h>
+#include "support/ContextTest.h"
+
 #include <Veltrand/GL/Texture.h>
 
-#include "support/LogCapture.h"
-#include "support/WindowSystem.h"
-
 #include <Eigen/Core>
-#include <glad/gl.h>
-#include <gtest/gtest.h>
 #include <optional>
-#include <vector>
 
 // Last: glad has to come before it, and its macros break other headers.
 #include <GL/glx.h>
@@ -54,11 +48,10 @@ public:
 
 const std::vector<int> core33{GLX_CONTEXT_MAJOR_VERSION_ARB, 3, GLX_CONTEXT_MINOR_VERSION_ARB, 3};
 
-int currentInt(GLenum name) {
-    int value = -1;
-    entryPoint<void (*)(GLenum, GLint*)>("glGetIntegerv")(name, &value);
-    EXPECT_EQ(entryPoint<GLenum (*)()>("glGetError")(), GLenum{GL_NO_ERROR}) << name;
-    return value;
+// Profile, flags and reset strategy of the current context.
+std::array<int, 3> settings() {
+    return {Testing::currentInt(GL_CONTEXT_PROFILE_MASK), Testing::currentInt(GL_CONTEXT_FLAGS),
+            Testing::currentInt(GL_RESET_NOTIFICATION_STRATEGY)};
 }
 
 void expectRefusal(Testing::LogCapture& log, const char* text) {
@@ -96,10 +89,6 @@ TEST(AdoptedContextGL, ClonesMatchAndWhatIsTheToolkitsStays) {
                                   {GLX_CONTEXT_PROFILE_MASK_ARB, profile, GLX_CONTEXT_FLAGS_ARB, flags,
                                    GLX_CONTEXT_RESET_NOTIFICATION_STRATEGY_ARB, reset});
                 const ToolkitWindow toolkit(attributes);
-                const auto settings = [] {
-                    return std::vector{currentInt(GL_CONTEXT_PROFILE_MASK), currentInt(GL_CONTEXT_FLAGS),
-                                       currentInt(GL_RESET_NOTIFICATION_STRATEGY)};
-                };
                 const auto wanted = settings();
                 auto adopted = ContextGLX::adoptCurrent();
                 ASSERT_TRUE(adopted);

@@ -19,29 +19,17 @@ struct OtherInclude final : AbstractInclude {
     using AbstractInclude::AbstractInclude;
 };
 
-std::string identity(const std::string& text) {
-    return text;
-}
-
 } // namespace
 
 TEST(AbstractInclude, FingerprintsStandForClassNameAndDependents) {
     TestInclude b("B", "T/b");
     TestInclude c("C", "T/c");
-    const TestInclude include("A", "T/a", {&b, nullptr, &c});
-    const Fingerprint fingerprint = include.fingerprint();
+    TestInclude nested("B", "T/b", {&c});
+    const Fingerprint fingerprint = TestInclude("A", "T/a", {&b, nullptr, &c}).fingerprint();
     EXPECT_EQ(fingerprint.text, "ABC");
-
     EXPECT_EQ(fingerprint, TestInclude("A", "T/elsewhere", {&b, &c}).fingerprint());
-    EXPECT_NE(fingerprint, TestInclude("A", "T/a", {&c, &b}).fingerprint());
-    EXPECT_NE(fingerprint, TestInclude("A", "T/a", {&b}).fingerprint());
-    EXPECT_NE(TestInclude("A", "T/a").fingerprint(), TestInclude("Z", "T/a").fingerprint());
+    EXPECT_NE(fingerprint, TestInclude("A", "T/a", {&nested}).fingerprint());
     EXPECT_NE(TestInclude("A", "T/a").fingerprint(), OtherInclude("A", "T/a").fingerprint());
-
-    // Nested dependents reach the top.
-    TestInclude outer("B", "T/b", {&c});
-    EXPECT_NE(TestInclude("A", "T/a", {&outer}).fingerprint(), fingerprint);
-
     EXPECT_LT((Fingerprint{1, "z"}), (Fingerprint{2, "a"}));
     EXPECT_LT((Fingerprint{1, "a"}), (Fingerprint{1, "b"}));
 }
@@ -56,8 +44,8 @@ TEST(MultiAbstractInclude, RenamesInTheFormsThatAreSet) {
         const char *text, *expected;
     } cases[] = {
         {"COLOR", "MASK", asIs | upper | lower, "color Color COLOR", "MASK Color MASK"},
+        {"color", "mask", upper, "color COLOR", "color MASK"},
         {"COLOR", "MASK", lower, "color Color COLOR", "mask Color COLOR"},
-        {"COLOR", "MASK", upper, "color Color COLOR", "color Color MASK"},
         {"Color", "Mask", asIs | lower, "color Color COLOR", "Mask Mask COLOR"},
         {"a", "aa", asIs | upper | lower, "a b aa", "aa b aaaa"},
         // Colons next to the word stay where they are.
@@ -65,11 +53,14 @@ TEST(MultiAbstractInclude, RenamesInTheFormsThatAreSet) {
         {"ab", "", asIs, "aabb", "ab"},
         {"", "MASK", asIs, "text", "text"},
     };
-    TestInclude wrapped("N", "T/n", {}, &identity);
     for (const auto& [word, replacement, modes, text, expected] : cases) {
-        const MultiAbstractIncludeBase include(&wrapped, word, replacement, modes);
-        EXPECT_EQ(include.includeCodeSubstitution()(text), expected)
-            << word << " by " << replacement << " in modes " << modes.value();
+        AbstractInclude::CodeSubstitution substitution; // outlives the includes
+        {
+            TestInclude wrapped("N", "T/n", {}, [](const std::string& code) { return code; });
+            substitution =
+                MultiAbstractIncludeBase(&wrapped, word, replacement, modes).includeCodeSubstitution();
+        }
+        EXPECT_EQ(substitution(text), expected) << word << " by " << replacement << ", " << modes.value();
     }
 }
 
@@ -80,8 +71,6 @@ TEST(MultiAbstractInclude, WrapsAllThatAnIncludeSays) {
     MultiAbstractIncludeBase include(&wrapped, "color", "mask", Replacement::LowerCase);
     EXPECT_EQ(include.defineName(), "MASK_LOOKUP_MASK");
     EXPECT_EQ(include.dependentIncludes(), std::vector<AbstractInclude*>{&dependent});
-    EXPECT_EQ(include.includeCodeSubstitution()("color();"), "// mask\nmask();");
-
     EXPECT_EQ(include.fingerprint().text, "MASK_LOOKUP_MASKDCOLOR_LOOKUP_COLORD");
 
     // A wrapper around a wrapper.
@@ -90,17 +79,6 @@ TEST(MultiAbstractInclude, WrapsAllThatAnIncludeSays) {
     EXPECT_EQ(twice.includeCodeSubstitution()("color();"), "// label\nlabel();");
 
     EXPECT_THROW(MultiAbstractIncludeBase(nullptr, "a", "b", Replacement::AsIs), std::invalid_argument);
-}
-
-TEST(MultiAbstractInclude, SubstitutionsOutliveTheIncludes) {
-    AbstractInclude::CodeSubstitution substitution;
-    {
-        TestInclude wrapped("N", "T/n", {}, &identity);
-        const MultiAbstractIncludeBase include(&wrapped, std::string(100, 'c'), std::string(100, 'm'),
-                                               Replacement::AsIs);
-        substitution = include.includeCodeSubstitution();
-    }
-    EXPECT_EQ(substitution(std::string(100, 'c')), std::string(100, 'm'));
 }
 
 } // namespace Veltrand::GL

@@ -57,13 +57,13 @@ TEST(InternalFormat, DepthAndStencilFormatsHaveTheirKind) {
         {GL_DEPTH32F_STENCIL8, "Depth32FStencil8", 4, GL_FLOAT_32_UNSIGNED_INT_24_8_REV, GL_DEPTH_STENCIL},
         {0x1234, "", 0, 0, GL_RGBA},
     };
-    for (const auto& c : cases) {
-        const InternalFormat format(c.format);
-        EXPECT_EQ(format.toString(), c.name);
+    for (const auto& [value, name, kind, type, pixelFormat] : cases) {
+        const InternalFormat format(value);
+        EXPECT_EQ(format.toString(), name);
         EXPECT_EQ(format.isDepthFormat() + 2 * format.isStencilFormat() + 4 * format.isDepthStencilFormat(),
-                  c.kind);
-        EXPECT_EQ(static_cast<GLenum>(format.matchingPixelType()), c.type);
-        EXPECT_EQ(static_cast<GLenum>(format.matchingPixelFormat()), c.pixelFormat);
+                  kind);
+        EXPECT_EQ(static_cast<GLenum>(format.matchingPixelType()), type);
+        EXPECT_EQ(static_cast<GLenum>(format.matchingPixelFormat()), pixelFormat);
     }
     const InternalFormat integers = InternalFormat::RGBA8UI;
     EXPECT_EQ(integers.matchingPixelFormat(3), PixelFormat::RGB);

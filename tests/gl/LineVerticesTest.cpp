@@ -32,15 +32,14 @@ std::string format(LineVertices::Positions positions) {
 } // namespace
 
 TEST(LineVertices, PointsHaveTheirNeighbors) {
-    struct Case {
-        Primitive primitive;
-        std::string input, points, previous, next;
-        std::size_t dropped = 0;
-    };
     constexpr auto strip = Primitive::LineStrip;
     constexpr auto loop = Primitive::LineLoop;
     constexpr auto lines = Primitive::Lines;
-    const Case cases[] = {
+    const struct {
+        Primitive primitive;
+        const char *input, *points, *previous, *next;
+        std::size_t dropped = 0;
+    } cases[] = {
         {strip, "abc", "abc", "aab", "bcc"},
         {strip, "aab", "ab", "aa", "bb"},
         {strip, "aba", "aba", "aab", "baa"},
@@ -58,14 +57,13 @@ TEST(LineVertices, PointsHaveTheirNeighbors) {
         {lines, "ab!d", "ab", "aa", "bb", 1},
         {lines, "a", "", "", ""},
     };
-    for (const Case& c : cases) {
-        const std::vector<Eigen::Vector3d> points = parse(c.input);
-        const LineVertices vertices(points, {}, c.primitive);
+    for (const auto& c : cases) {
+        const LineVertices vertices(parse(c.input), {}, c.primitive);
         SCOPED_TRACE(c.input);
         EXPECT_EQ(format(vertices.points()), c.points);
         EXPECT_EQ(format(vertices.previous()), c.previous);
         EXPECT_EQ(format(vertices.next()), c.next);
-        EXPECT_EQ(vertices.isEmpty(), c.points.empty());
+        EXPECT_EQ(vertices.isEmpty(), *c.points == '\0');
         EXPECT_EQ(vertices.numDropped(), c.dropped);
     }
 }

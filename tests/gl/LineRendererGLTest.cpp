@@ -1,69 +1,49 @@
 // SPDX-License-Identifier: BSD-3-Clause
-#include "support/GLFixture.h"
-#include "support/ScopedEntryPoint.h"
+#include "support/GLTest.h"
+#include "support/RenderTarget.h"
 
 #include <Veltrand/GL/Blending.h>
-#include <Veltrand/GL/Framebuffer.h>
-#include <Veltrand/GL/Functions.h>
 #include <Veltrand/GL/LineRenderer.h>
 #include <Veltrand/GL/OrderIndependentTransparency.h>
-#include <Veltrand/GL/StateGuard.h>
-#include <Veltrand/GL/Texture.h>
 #include <Veltrand/GL/VertexBuffer.h>
 #include <Veltrand/GL/ViewState.h>
 
-#include <algorithm>
 #include <cmath>
-#include <glad/gl.h>
-#include <gtest/gtest.h>
-#include <memory>
 #include <numbers>
-#include <optional>
 
 namespace Veltrand::GL {
 
 namespace {
 
 using Eigen::Vector3d;
-using Eigen::Vector4d;
+using Eigen::Vector4f;
 using Options = LineRenderer::Options;
 using Points = std::vector<Vector3d>;
 constexpr int edge = 64;
 
+ViewState perspective(double aspect) {
+    return {{0, 0, edge, edge}, createPerspective(1, aspect, 1, 100), Eigen::Matrix4d::Identity()};
+}
+
 // Positions are pixels of a small black square, unless a test says otherwise.
 class LineRendererGL : public Testing::GLFixture {
 protected:
-    void SetUp() override {
-        GLFixture::SetUp();
-        m_guard.emplace(StateGuard::SaveFlags::Framebuffer | StateGuard::SaveFlags::Viewport);
-        m_target.emplace(Texture::Target::Texture2D, Eigen::Vector3i(edge, edge, 1), InternalFormat::RGBA32F);
-        m_framebuffer.emplace();
-        m_framebuffer->bind();
-        m_framebuffer->attach(*m_target, 0);
-        m_framebuffer->setDrawBuffers();
-        m_view.viewport().set();
-    }
-    void TearDown() override {
-        m_guard.reset();
-        m_framebuffer.reset();
-        GLFixture::TearDown();
-    }
-
     // How much of each pixel is covered; sums up where the line covers itself.
     void draw(const Points& points, Primitive primitive, double width, unsigned short pattern = 0xFFFF,
               double factor = 1) {
-        clearColorBuffer(Eigen::Vector4f::Zero());
+        clearColorBuffer(Vector4f::Zero());
         Blending blending(Blending::Preset::Alpha);
         blending.setFunction(Blending::Function::SrcAlpha, Blending::Function::One);
         const Options options(Vector3d(1, 1, 1), width, Eigen::Matrix4d::Identity(), pattern, factor);
         VertexBuffer buffer(Buffer::Usage::StaticDraw);
         if (LineRenderer::makeVertexData(points, primitive, buffer))
             LineRenderer::get()->render(buffer, primitive, options, m_view);
-        m_pixels = m_target->download<Eigen::Vector4f>();
+        read();
     }
+    void read() { m_pixels = m_target.texture().download<Vector4f>(); }
 
     [[nodiscard]] double at(int x, int y) const {
-        return double{m_pixels[static_cast<std::size_t>(y) * edge + static_cast<std::size_t>(x)].x()};
+        return double{m_pixels[static_cast<std::size_t>(y * edge + x)].x()};
     }
     // A digit for each of some pixels of a column, '9' for those that are covered.
     [[nodiscard]] std::string pixels(int x, int y, std::size_t count) const {
@@ -79,21 +59,33 @@ protected:
         return sum;
     }
     [[nodiscard]] auto numCovered() const {
-        return std::count_if(m_pixels.begin(), m_pixels.end(),
-                             [](const auto& pixel) { return pixel.x() > 0; });
+        return std::ranges::count_if(m_pixels, [](const auto& pixel) { return pixel.x() > 0; });
     }
-    [[nodiscard]] double largestDifference(const std::vector<Eigen::Vector4f>& other) const {
+    [[nodiscard]] double largestDifference(const std::vector<Vector4f>& other) const {
         float largest = 0;
         for (std::size_t i = 0; i < other.size(); ++i)
             largest = std::max(largest, std::abs(other[i].x() - m_pixels[i].x()));
         return double{largest};
     }
 
+    void expectAlike(double width, Primitive primitive, const Points& points, Primitive otherPrimitive,
+                     const Points& otherPoints, unsigned short pattern = 0xFFFF) {
+        draw(points, primitive, width, pattern, 1.3);
+        const auto expected = m_pixels;
+        EXPECT_GT(numCovered(), 100);
+        draw(otherPoints, otherPrimitive, width, pattern, 1.3);
+        EXPECT_LT(largestDifference(expected), 0.01);
+    }
+    // Half of the pattern is drawn; @p factor is pixels for each of its 16 bits.
+    void expectStipple(const Points& points, Primitive primitive, double factor, int x, int y,
+                       const std::string& expected) {
+        draw(points, primitive, 2, 0x00FF, factor);
+        EXPECT_EQ(pixels(x, y, expected.size()), expected);
+    }
+
     ViewState m_view{{0, 0, edge, edge}, createOrtho2d(edge, edge), Eigen::Matrix4d::Identity()};
-    std::optional<Texture> m_target;
-    std::optional<Framebuffer> m_framebuffer;
-    std::optional<StateGuard> m_guard;
-    std::vector<Eigen::Vector4f> m_pixels;
+    Testing::RenderTarget m_target{edge, edge, InternalFormat::RGBA32F};
+    std::vector<Vector4f> m_pixels;
 };
 
 } // namespace
@@ -108,16 +100,17 @@ TEST_F(LineRendererGL, WidthIsInPixels) {
             draw({{8, 8, 0}, {56, y, 0}}, Primitive::LineStrip, width);
             EXPECT_NEAR(column(30), width / std::cos(std::atan((y - 8) / 48)), 0.1) << y;
         }
-    m_view = ViewState({0, 0, edge, edge}, createPerspective(1, 3, 0.1, 100), Eigen::Matrix4d::Identity());
+    m_view = perspective(3);
+    const Points receding{{-3, 0, -2}, {60, 0, -50}};
     setDpiScale(2);
-    draw({{-3, 0, -2}, {60, 0, -50}}, Primitive::LineStrip, 3);
+    draw(receding, Primitive::LineStrip, 3);
     setDpiScale(1);
     for (const int x : {20, 32, 50})
         EXPECT_NEAR(column(x), 6, 1e-3);
     // Without blending, edges are hard.
-    clearColorBuffer(Eigen::Vector4f::Zero());
-    LineRenderer::get()->renderLines({{-3, 0, -2}, {60, 0, -50}}, Options(Vector4d(1, 1, 1, 0.5), 5), m_view);
-    m_pixels = m_target->download<Eigen::Vector4f>();
+    clearColorBuffer(Vector4f::Zero());
+    LineRenderer::get()->renderLines(receding, Options(Eigen::Vector4d(1, 1, 1, 0.5), 5), m_view);
+    read();
     EXPECT_EQ(column(30), 5);
 }
 
@@ -143,40 +136,30 @@ TEST_F(LineRendererGL, JoinsNeitherGapNorSpikeNorOverlap) {
         }
 }
 
-TEST_F(LineRendererGL, ALoopLooksTheSameFromWhereverItBegins) {
-    Points points{{32, 8, 0}, {37, 56, 0}, {27, 56, 0}}; // one of the corners is bevelled
-    draw(points, Primitive::LineLoop, 4);
-    const auto expected = m_pixels;
-    std::rotate(points.begin(), points.begin() + 1, points.end());
-    draw(points, Primitive::LineLoop, 4);
-    EXPECT_LT(largestDifference(expected), 1e-3);
-}
+TEST_F(LineRendererGL, TheSameLineLooksTheSameHoweverItIsGiven) {
+    constexpr auto loop = Primitive::LineLoop;
+    constexpr auto strip = Primitive::LineStrip;
+    // A loop, one of whose corners is bevelled, may begin with any of its points.
+    expectAlike(4, loop, {{32, 8, 0}, {37, 56, 0}, {27, 56, 0}}, loop,
+                {{37, 56, 0}, {27, 56, 0}, {32, 8, 0}});
+    // A segment whose ends are the same as floats hides nothing.
+    const Vector3d almost(0, 1e-7, 0);
+    const Vector3d a(8, 32, 0), b(30.5, 32, 0), c(56, 32, 0);
+    expectAlike(9, strip, {a, c}, strip, {a, b, b + almost, b + 2 * almost, c});
 
-TEST_F(LineRendererGL, WhatLiesBehindTheNearPlaneIsCutOff) {
-    m_view = ViewState({0, 0, edge, edge}, createPerspective(1, 1, 1, 100), Eigen::Matrix4d::Identity());
-    const Vector3d a(0.3, 0.2, -3);
-    const Vector3d b(0.6, -0.5, -3);
-    const Vector3d behind(-3, -0.4, 2);
-    draw({a, a + 0.4 * (behind - a), b, b + 0.4 * (behind - b)}, Primitive::Lines, 9);
-    const auto expected = m_pixels;
-    EXPECT_GT(numCovered(), 100);
-    draw({a, behind, b}, Primitive::LineStrip, 9);
-    EXPECT_LT(largestDifference(expected), 0.01);
-    draw({behind, behind + Vector3d(1, 1, 1)}, Primitive::LineStrip, 9);
-    EXPECT_EQ(numCovered(), 0);
-}
+    m_view = perspective(1);
+    // What lies behind the near plane is cut off.
+    const Vector3d d(0.3, 0.2, -3), e(0.6, -0.5, -3), behind(-3, -0.4, 2);
+    const Points visibleParts{d, d + 0.4 * (behind - d), e, e + 0.4 * (behind - e)};
+    expectAlike(9, Primitive::Lines, visibleParts, strip, {d, behind, e});
+    // A segment in the plane of the eye leaves the stipple alone.
+    const Vector3d f(0.3, 0.2, 0), g(-1, 1, -3), h(-1, -1, -3);
+    expectAlike(3, loop, {f, g, h}, loop, {f - Vector3d(1e-6, 0, 0), f, g, h}, 0x00FF);
 
-TEST_F(LineRendererGL, SegmentsWithoutLengthDrawNothingAndHideNothing) {
-    const Vector3d a(8, 32, 0);
-    const Vector3d b(30.5, 32, 0);
-    const Vector3d c(56, 32, 0);
-    draw({a, a}, Primitive::Lines, 9);
-    EXPECT_EQ(numCovered(), 0);
-    draw({a, c}, Primitive::LineStrip, 9);
-    const auto expected = m_pixels;
-    const Vector3d almost(0, 1e-7, 0); // different, but not as floats
-    draw({a, b, b + almost, b + 2 * almost, c}, Primitive::LineStrip, 9);
-    EXPECT_LT(largestDifference(expected), 1e-4);
+    for (const Points& nowhere : {Points{e, e}, Points{behind, behind + Vector3d(1, 1, 1)}}) {
+        draw(nowhere, Primitive::Lines, 9);
+        EXPECT_EQ(numCovered(), 0);
+    }
 }
 
 TEST_F(LineRendererGL, NoiseOfShortSegmentsDoesNotSpike) {
@@ -190,50 +173,28 @@ TEST_F(LineRendererGL, NoiseOfShortSegmentsDoesNotSpike) {
 TEST_F(LineRendererGL, StippleRunsOnAroundTheLine) {
     if (!hasVersion(4, 3))
         GTEST_SKIP() << "needs OpenGL 4.3";
+    const std::string on(12, '9');
+    const std::string off(12, '0');
+    expectStipple({{4, 10, 0}, {50, 10, 0}, {50, 60, 0}}, Primitive::LineStrip, 1.5, 50, 12,
+                  on + off + on + off);
     Points million; // pixels, which end 16 pixels into a pattern of 24
     for (int i = 0; i <= 20000; ++i)
         million.emplace_back(i % 2 == 0 ? 4 : 54, 4, 0);
     million.emplace_back(4, 54, 0);
-    const Points square{{12, 12, 0}, {52, 12, 0}, {52, 52, 0}, {12, 52, 0}};
-    const std::string on(12, '9');
-    const std::string off(12, '0');
-    struct Case {
-        Points points;
-        Primitive primitive;
-        double factor; // pixels per bit of 16, of which the first half is drawn
-        int x, y;
-        std::string expected;
-    };
-    const Case cases[] = {
-        {{{4, 10, 0}, {50, 10, 0}, {50, 60, 0}}, Primitive::LineStrip, 1.5, 50, 12, on + off + on + off},
-        {million, Primitive::LineStrip, 1.5, 4, 6, off.substr(6) + on + off + on + off.substr(6)},
-        // Of the 9.52 patterns that go round the square, the renderer makes 10, so that the last one closes.
-        {square, Primitive::LineLoop, 1.05, 12, 14, "0000009999999900000000999999990000000"},
-        {square, Primitive::LineLoop, 1.05, 51, 14, "0000009999999900000000999999990000000"},
-    };
-    for (const Case& c : cases) {
-        draw(c.points, c.primitive, 2, 0x00FF, c.factor);
-        EXPECT_EQ(pixels(c.x, c.y, c.expected.size()), c.expected);
-    }
+    expectStipple(million, Primitive::LineStrip, 1.5, 4, 6, off.substr(6) + on + off + on + off.substr(6));
+    // Of the 9.52 patterns that go round the square, the renderer makes 10, so that the last one closes.
+    for (const int x : {12, 51})
+        expectStipple({{12, 12, 0}, {52, 12, 0}, {52, 52, 0}, {12, 52, 0}}, Primitive::LineLoop, 1.05, x, 14,
+                      "0000009999999900000000999999990000000");
 }
 
 TEST_F(LineRendererGL, StippleBeginsWithEachSegmentWhereNothingIsAccumulated) {
-    const std::string segment = "9999000099990000";
-    draw({{10, 4, 0}, {10, 20, 0}, {10, 24, 0}, {10, 40, 0}}, Primitive::Lines, 2, 0x0F0F);
-    EXPECT_EQ(pixels(10, 0, 44), "0000" + segment + "0000" + segment + "0000");
+    const std::string bits = "9999999900000000";
+    expectStipple({{10, 4, 0}, {10, 20, 0}, {10, 24, 0}, {10, 40, 0}}, Primitive::Lines, 1, 10, 0,
+                  "0000" + bits + "0000" + bits + "0000");
     const Testing::ScopedEntryPoint old(GLAD_GL_VERSION_4_3, 0);
-    draw({{10, 4, 0}, {10, 14, 0}, {10, 30, 0}}, Primitive::LineStrip, 2, 0x0F0F);
-    EXPECT_EQ(pixels(10, 0, 34), "0000" + segment.substr(0, 10) + segment + "0000");
-}
-
-TEST_F(LineRendererGL, SegmentsInTheEyePlaneLeaveTheStippleAlone) {
-    m_view = ViewState({0, 0, edge, edge}, createPerspective(1, 1, 1, 100), Eigen::Matrix4d::Identity());
-    const Vector3d inEyePlane(0.3, 0.2, 0);
-    const Points seen{inEyePlane, {-1, 1, -3}, {-1, -1, -3}};
-    draw(seen, Primitive::LineLoop, 3, 0x00FF, 1.3);
-    const auto expected = m_pixels;
-    draw({inEyePlane - Vector3d(1e-6, 0, 0), seen[0], seen[1], seen[2]}, Primitive::LineLoop, 3, 0x00FF, 1.3);
-    EXPECT_LT(largestDifference(expected), 0.01);
+    expectStipple({{10, 4, 0}, {10, 14, 0}, {10, 30, 0}}, Primitive::LineStrip, 1, 10, 0,
+                  "0000" + bits.substr(0, 10) + bits + "0000");
 }
 
 // The line comes from above, turns sharply near the bottom and goes back up; the bevel fills the column.
@@ -256,11 +217,10 @@ TEST_F(LineRendererGL, StippleGoesOnFromOneSegmentToTheOtherAtBevels) {
 TEST_F(LineRendererGL, FragmentsGoToTheTransparencyPass) {
     if (!OrderIndependentTransparency::isSupported())
         GTEST_SKIP() << "needs OpenGL 4.4";
-    const Eigen::Vector3i size(edge, edge, 1);
-    Texture depth(Texture::Target::Texture2D, size, InternalFormat::DepthComponent32F);
-    depth.upload(std::vector<float>(std::size_t{edge} * edge, 1.0F));
-    Texture black(Texture::Target::Texture2D, size, InternalFormat::RGBA32F);
-    black.upload(std::vector<Eigen::Vector4f>(std::size_t{edge} * edge, Eigen::Vector4f(0, 0, 0, 1)));
+    Texture depth({edge, edge, 1}, InternalFormat::DepthComponent32F);
+    depth.clear(Vector4f(1, 1, 1, 1));
+    Texture black({edge, edge, 1}, InternalFormat::RGBA32F);
+    black.clear(Vector4f(0, 0, 0, 1));
     const Points points{{8, 10, 0}, {50, 20, 0}, {12, 50, 0}};
     draw(points, Primitive::LineStrip, 6, 0x0F0F, 2);
     const auto expected = m_pixels;
@@ -269,7 +229,7 @@ TEST_F(LineRendererGL, FragmentsGoToTheTransparencyPass) {
     const Options options(Vector3d(1, 1, 1), 6, Eigen::Matrix4d::Identity(), 0x0F0F, 2);
     LineRenderer::get()->renderLineStrip(points, options, m_view, &oit);
     oit.renderBlendedFragments(black, depth);
-    m_pixels = m_target->download<Eigen::Vector4f>();
+    read();
     EXPECT_LT(largestDifference(expected), 0.01);
     // Earlier passes take up no binding points.
     std::vector<std::unique_ptr<OrderIndependentTransparency>> passes;

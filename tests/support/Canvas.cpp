@@ -32,33 +32,25 @@ void main() { color = vertexColor; })"}});
 } // namespace
 
 Canvas::Canvas(int width, int height)
-    : m_guard(GL::StateGuard::SaveFlags::Framebuffer | GL::StateGuard::SaveFlags::Viewport |
-              GL::StateGuard::SaveFlags::Program)
-    , m_texture(GL::Texture::Target::Texture2D, {width, height, 1}, GL::InternalFormat::RGBA8)
+    : m_target(width, height)
     , m_program(makeProgram()) {
     m_program->enable();
-    m_framebuffer.bind();
-    m_framebuffer.attach(m_texture, 0);
-    glViewport(0, 0, width, height);
     m_program->setArgument("transform", Eigen::Vector4f(2.0F / static_cast<float>(width),
                                                         2.0F / static_cast<float>(height), -1.0F, -1.0F));
     glVertexAttrib4f(1, 1.0F, 1.0F, 1.0F, 1.0F);
-    clear();
 }
 
 Canvas::~Canvas() = default;
 
 void Canvas::clear() {
-    glClearColor(0.0F, 0.0F, 0.0F, 0.0F);
-    glClear(GL_COLOR_BUFFER_BIT);
+    GL::clearColorBuffer(Eigen::Vector4f::Zero());
 }
 
 std::string Canvas::row(int y) const {
-    const auto texels = m_texture.download<Eigen::Vector<unsigned char, 4>>();
+    const auto texels = texture().download<Eigen::Vector<unsigned char, 4>>();
     std::string digits;
-    for (int x = 0; x < m_texture.width(); ++x) {
-        const auto& texel = texels[static_cast<std::size_t>(y) * static_cast<std::size_t>(m_texture.width()) +
-                                   static_cast<std::size_t>(x)];
+    for (int x = 0; x < texture().width(); ++x) {
+        const auto& texel = texels[static_cast<std::size_t>(y * texture().width() + x)];
         digits += static_cast<char>('0' + (texel[0] > 127) + 2 * (texel[1] > 127) + 4 * (texel[2] > 127));
     }
     return digits;

@@ -1,10 +1,9 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-#include <Veltrand/GL/Framebuffer.h>
+#include "support/RenderTarget.h"
+
 #include <Veltrand/GL/Program.h>
-#include <Veltrand/GL/StateGuard.h>
-#include <Veltrand/GL/Texture.h>
 
 #include <memory>
 #include <string>
@@ -23,12 +22,10 @@ public:
     void clear();
     /// One row, a digit per pixel: 1 red + 2 green + 4 blue, each when above one half.
     [[nodiscard]] std::string row(int y) const;
-    [[nodiscard]] const GL::Texture& texture() const { return m_texture; }
+    [[nodiscard]] const GL::Texture& texture() const { return m_target.texture(); }
 
 private:
-    GL::StateGuard m_guard;
-    GL::Texture m_texture;
-    GL::Framebuffer m_framebuffer;
+    RenderTarget m_target;
     std::unique_ptr<GL::Program> m_program;
 };
 

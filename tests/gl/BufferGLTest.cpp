@@ -7,6 +7,8 @@
 #include <Veltrand/GL/ShaderStorageBuffer.h>
 #include <Veltrand/GL/VertexBuffer.h>
 
+#include <functional>
+
 namespace Veltrand::GL {
 
 using BufferGL = Testing::GLFixture;
@@ -25,11 +27,10 @@ std::vector<unsigned char> contents(GLenum target) {
 }
 
 /// Pixel centres of a row.
-std::vector<Eigen::Vector2f> rowOfPoints(int count, float y = 0.5F) {
-    std::vector<Eigen::Vector2f> points;
-    points.reserve(static_cast<std::size_t>(count));
-    for (int x = 0; x < count; ++x)
-        points.emplace_back(static_cast<float>(x) + 0.5F, y);
+std::vector<Eigen::Vector2f> rowOfPoints(std::size_t count) {
+    std::vector<Eigen::Vector2f> points(count, {0.5F, 0.5F});
+    for (std::size_t x = 0; x < count; ++x)
+        points[x].x() += static_cast<float>(x);
     return points;
 }
 
@@ -75,68 +76,53 @@ TEST_F(BufferGL, VertexArraysLieOneAfterTheOther) {
     EXPECT_EQ(buffer.size(), 10);
 }
 
-TEST_F(BufferGL, IndicesKeepTheirWidthAndTheRestartIndex) {
-    IndexBuffer buffer(Usage::StaticDraw);
-    buffer.setPrimitiveRestartIndex(7);
-    buffer.setData(std::vector<Eigen::Vector3i>(5, {1, 2, 3}));
-    EXPECT_EQ(buffer.numElements(), 15);
-    EXPECT_EQ(buffer.type(), static_cast<GLenum>(GL_UNSIGNED_INT));
-    EXPECT_EQ(contents(GL_ELEMENT_ARRAY_BUFFER).size(), 60U);
-    buffer.setData(std::vector<unsigned short>{1, 2, 3});
-    EXPECT_EQ(buffer.type(), static_cast<GLenum>(GL_UNSIGNED_SHORT));
-    EXPECT_EQ(contents(GL_ELEMENT_ARRAY_BUFFER).size(), 6U);
-    EXPECT_EQ(buffer.primitiveRestartIndex(), 7U);
-    IndexBuffer::unbind();
-}
-
-TEST_F(BufferGL, DrawsArraysIndicesAndInstances) {
-    Canvas canvas(4, 2);
-    VertexBuffer points(Usage::StaticDraw);
+TEST_F(BufferGL, DrawsArraysIndicesInstancesAndRuns) {
+    Canvas canvas(10, 1);
+    VertexBuffer colored(Usage::StaticDraw);
     using Color = Eigen::Vector<unsigned char, 4>;
-    points.setData(
+    colored.setData(
         rowOfPoints(4),
         std::vector<Color>{{255, 0, 0, 255}, {0, 255, 0, 255}, {0, 0, 255, 255}, {255, 255, 255, 255}});
-    points.setVertexAttribNormalization(1, true);
-    points.draw(Primitive::Points);
-    EXPECT_EQ(canvas.row(0), "1247");
-    EXPECT_EQ(canvas.row(1), "0000");
-
-    IndexBuffer indices(Usage::StaticDraw);
-    indices.setData(std::vector<unsigned char>{3, 1});
-    canvas.clear();
-    points.draw(Primitive::Points, indices);
-    EXPECT_EQ(canvas.row(0), "0207");
-    canvas.clear();
-    points.drawInstanced(Primitive::Points, 0);
-    EXPECT_EQ(canvas.row(0), "0000");
-    points.drawInstanced(Primitive::Points, 3);
-    EXPECT_EQ(canvas.row(0), "1247");
-}
-
-TEST_F(BufferGL, RestartsSeparateTheRuns) {
-    Canvas canvas(10, 1);
-    VertexBuffer points(Usage::StaticDraw);
-    points.setData(rowOfPoints(10));
-    points.draw(Primitive::LineStrip);
-    EXPECT_EQ(canvas.row(0), "7777777770");
-    canvas.clear();
-    points.drawMultiRestart(Primitive::LineStrip, {4, 4, 7});
-    EXPECT_EQ(canvas.row(0), "7770770770");
-
-    IndexBuffer indices(Usage::StaticDraw);
-    indices.setData(std::vector<unsigned int>{0, 1, 2, 0xFFFFFFFF, 5, 6, 7});
-    indices.setPrimitiveRestartIndex(0xFFFFFFFF);
-    canvas.clear();
-    points.draw(Primitive::LineStrip, indices);
-    EXPECT_EQ(canvas.row(0), "7700077000");
-    EXPECT_FALSE(glIsEnabled(GL_PRIMITIVE_RESTART));
+    colored.setVertexAttribNormalization(1, true);
+    VertexBuffer white(Usage::StaticDraw);
+    white.setData(rowOfPoints(10));
+    IndexBuffer bytes(Usage::StaticDraw);
+    bytes.setData(std::vector<unsigned char>{3, 1});
+    IndexBuffer withRestart(Usage::StaticDraw);
+    withRestart.setPrimitiveRestartIndex(0xFFFFFFFF);
+    withRestart.setData(std::vector<unsigned char>{1});
+    withRestart.setData(std::vector<Eigen::Vector3i>{{0, 1, 2}, {-1, 5, 6}});
+    constexpr auto points = Primitive::Points;
+    constexpr auto strip = Primitive::LineStrip;
+    const std::vector<unsigned long> restarts{4, 4, 7};
+    const std::vector<unsigned long> backwards{4, 2, 10};
+    const struct {
+        const char* what;
+        std::function<void()> draw;
+        const char* row;
+    } cases[] = {
+        {"colours", [&] { colored.draw(points); }, "1247000000"},
+        {"indices", [&] { colored.draw(points, bytes); }, "0207000000"},
+        {"no instance", [&] { colored.drawInstanced(points, 0); }, "0000000000"},
+        {"instances", [&] { colored.drawInstanced(points, 3); }, "1247000000"},
+        {"no instance of indices", [&] { colored.drawInstanced(points, 0, bytes); }, "0000000000"},
+        {"one run", [&] { white.draw(strip); }, "7777777770"},
+        {"runs", [&] { white.drawMultiRestart(strip, restarts); }, "7770770770"},
+        {"a run too early", [&] { white.drawMultiRestart(strip, backwards); }, "7770777770"},
+        {"a restart index", [&] { white.draw(strip, withRestart); }, "7700070000"},
+    };
+    for (const auto& [what, draw, row] : cases) {
+        canvas.clear();
+        draw();
+        EXPECT_EQ(canvas.row(0), row) << what;
+        EXPECT_FALSE(glIsEnabled(GL_PRIMITIVE_RESTART)) << what;
+    }
 }
 
 TEST_F(BufferGL, EmptyBuffersOnlyLog) {
-    const Testing::LogLine noVertices{Log::Debug, "GL.VertexBuffer",
-                                      "Trying to render an invalid/empty vertex array."};
-    const Testing::LogLine noIndices{Log::Debug, "GL.VertexBuffer",
-                                     "Trying to render from an invalid/empty index buffer."};
+    const auto debug = [](const char* text) { return Testing::LogLine{Log::Debug, "GL.VertexBuffer", text}; };
+    const auto noVertices = debug("Trying to render an invalid/empty vertex array.");
+    const auto noIndices = debug("Trying to render from an invalid/empty index buffer.");
     const VertexBuffer vertices(Usage::StaticDraw);
     vertices.draw(Primitive::Points);
     vertices.drawMultiRestart(Primitive::Points, {});
@@ -149,12 +135,12 @@ TEST_F(BufferGL, AtomicCountersResetAndReadBack) {
     if (!hasVersion(4, 2))
         GTEST_SKIP() << "needs OpenGL 4.2";
     AtomicCounterBuffer counters(3, Usage::DynamicRead);
-    EXPECT_EQ(counters.getData(), (std::vector<unsigned int>{0, 0, 0}));
     AtomicCounterBuffer::unbind();
     counters.reset(7);
     EXPECT_EQ(counters.getData(), (std::vector<unsigned int>{7, 7, 7}));
-    // Half a counter is neither reset nor read.
+    // Half a counter is neither read nor reset.
     counters.allocateBuffer(10);
+    EXPECT_EQ(counters.getData().size(), 2U);
     counters.reset(1);
     EXPECT_EQ(counters.getData(), (std::vector<unsigned int>{1, 1}));
 
@@ -170,14 +156,12 @@ TEST_F(BufferGL, OldVersionsAreReportedAndTheBufferIsMadeAllTheSame) {
     const AtomicCounterBuffer counters(1, Usage::DynamicRead);
     const ShaderStorageBuffer storage(Usage::DynamicCopy);
     EXPECT_NE(storage.id(), 0U);
-    EXPECT_TRUE(
-        log().takeLine({Log::Error, "GL.AtomicCounterBuffer",
-                        "Trying to instantiate a AtomicCounterBuffer on unsupported hardware. Requires "
-                        "at least OpenGL 4.2."}));
-    EXPECT_TRUE(
-        log().takeLine({Log::Error, "GL.ShaderStorageBuffer",
-                        "Trying to instantiate a ShaderStorageBuffer on unsupported hardware. Requires "
-                        "at least OpenGL 4.3."}));
+    for (const auto& [name, version] :
+         {std::pair("AtomicCounterBuffer", "4.2"), {"ShaderStorageBuffer", "4.3"}})
+        EXPECT_TRUE(
+            log().takeLine({Log::Error, std::string("GL.") + name,
+                            std::string("Trying to instantiate a ") + name +
+                                " on unsupported hardware. Requires at least OpenGL " + version + "."}));
     while (!hasVersion(4, 3) && glGetError() != GL_NO_ERROR) {
     }
 }

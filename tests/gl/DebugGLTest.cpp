@@ -21,25 +21,43 @@ void message(MessageType type, MessageSeverity severity, unsigned int id = 7,
 
 } // namespace
 
-TEST_F(DebugGL, ErrorsAreReadOneAtATimeWithTheirTexts) {
-    const Testing::ScopedEntryPoint faked(glad_glGetError,
+TEST_F(DebugGL, ErrorsAndFramebufferStatesHaveTexts) {
+    const Testing::ScopedEntryPoint error(glad_glGetError,
                                           [] { return std::exchange(g_status, GLenum{GL_NO_ERROR}); });
-    const std::pair<GLenum, const char*> cases[] = {
-        {GL_INVALID_ENUM, "Invalid enum"},
-        {GL_INVALID_OPERATION, "Invalid operation"},
-        {GL_STACK_UNDERFLOW, "Stack underflow"},
-        {GL_OUT_OF_MEMORY, "Out of memory"},
-        {GL_INVALID_FRAMEBUFFER_OPERATION, "Invalid framebuffer operation"},
-        {0xABC, "Unknown error 0xabc"},
+    const Testing::ScopedEntryPoint status(glad_glCheckFramebufferStatus, [](GLenum) { return g_status; });
+    const auto general = [] { return static_cast<GLenum>(check(true, nullptr, 0)); };
+    const auto framebuffer = [] { return checkFramebufferStatus(true); };
+    const struct {
+        GLenum (*ask)();
+        GLenum code;
+        const char* text;
+    } cases[] = {
+        {general, GL_INVALID_ENUM, "error: Invalid enum"},
+        {general, GL_INVALID_OPERATION, "error: Invalid operation"},
+        {general, GL_STACK_UNDERFLOW, "error: Stack underflow"},
+        {general, GL_OUT_OF_MEMORY, "error: Out of memory"},
+        {general, GL_INVALID_FRAMEBUFFER_OPERATION, "error: Invalid framebuffer operation"},
+        {general, 0xABC, "error: Unknown error 0xabc"},
+        {framebuffer, GL_FRAMEBUFFER_INCOMPLETE_ATTACHMENT, "framebuffer error: Incomplete attachment"},
+        {framebuffer, GL_FRAMEBUFFER_INCOMPLETE_MISSING_ATTACHMENT, "framebuffer error: Missing attachment"},
+        {framebuffer, GL_FRAMEBUFFER_UNSUPPORTED, "framebuffer error: Framebuffer unsupported"},
+        {framebuffer, GL_FRAMEBUFFER_INCOMPLETE_MULTISAMPLE, "framebuffer error: Incomplete multisample"},
+        {framebuffer, GL_FRAMEBUFFER_INCOMPLETE_LAYER_TARGETS, "framebuffer error: Incomplete layer targets"},
+        {framebuffer, 0xBEEF, "framebuffer error: Unknown error 0xbeef"},
     };
-    for (const auto& [code, text] : cases) {
+    for (const auto& [ask, code, text] : cases) {
         g_status = code;
-        EXPECT_EQ(static_cast<GLenum>(check(true, nullptr, 0)), code);
-        EXPECT_TRUE(log().takeLine({Log::Error, "GL.Debug", std::string("OpenGL error: ") + text})) << text;
+        EXPECT_EQ(ask(), code);
+        EXPECT_TRUE(log().takeLine({Log::Error, "GL.Debug", std::string("OpenGL ") + text})) << text;
     }
-    g_status = GL_INVALID_ENUM;
+    EXPECT_EQ(checkFramebufferStatus(false), g_status); // says nothing
     check(false);
     EXPECT_EQ(check(true), Error::NoError);
+}
+
+TEST_F(DebugGL, ExceptionsSayWhereAndHowBad) {
+    const Testing::ScopedEntryPoint faked(glad_glGetError,
+                                          [] { return std::exchange(g_status, GLenum{GL_NO_ERROR}); });
     g_status = GL_OUT_OF_MEMORY;
     EXPECT_EQ(Testing::thrown([] { checkAndThrow(false, "scan.cpp", 7); }),
               "scan.cpp line 7, OpenGL error: Out of memory");
@@ -53,65 +71,29 @@ TEST_F(DebugGL, ErrorsAreReadOneAtATimeWithTheirTexts) {
     EXPECT_EQ(severity(Error::InvalidOperation), std::pair(false, false));
 }
 
-TEST_F(DebugGL, FramebufferStatesHaveTexts) {
-    const Testing::ScopedEntryPoint faked(glad_glCheckFramebufferStatus, [](GLenum) { return g_status; });
-    const std::pair<GLenum, const char*> cases[] = {
-        {GL_FRAMEBUFFER_INCOMPLETE_ATTACHMENT, "Incomplete attachment"},
-        {GL_FRAMEBUFFER_INCOMPLETE_MISSING_ATTACHMENT, "Missing attachment"},
-        {GL_FRAMEBUFFER_UNSUPPORTED, "Framebuffer unsupported"},
-        {GL_FRAMEBUFFER_INCOMPLETE_MULTISAMPLE, "Incomplete multisample"},
-        {GL_FRAMEBUFFER_INCOMPLETE_LAYER_TARGETS, "Incomplete layer targets"},
-        {0xBEEF, "Unknown error 0xbeef"},
-    };
-    for (const auto& [status, text] : cases) {
-        g_status = status;
-        EXPECT_EQ(checkFramebufferStatus(true), status);
-        EXPECT_TRUE(
-            log().takeLine({Log::Error, "GL.Debug", std::string("OpenGL framebuffer error: ") + text}))
-            << text;
-    }
-    EXPECT_EQ(checkFramebufferStatus(false), GLenum{0xBEEF});
-}
-
 TEST_F(DebugGL, DefaultCallbackChoosesLevelPrefixAndCategory) {
     using Type = MessageType;
     using Severity = MessageSeverity;
     using Source = MessageSource;
-    const struct {
-        Type type;
-        Severity severity;
-        Source source;
-        LogLine line;
-    } cases[] = {
-        {Type::Performance, Severity::Medium, Source::API, {Log::Debug, "API", "Performance: "}},
-        {Type::Performance,
-         Severity::High,
-         Source::WindowSystem,
-         {Log::Warning, "Windowing System", "Performance: "}},
-        {Type::DeprecatedBehavior,
-         Severity::Medium,
-         Source::ShaderCompiler,
-         {Log::Info, "Shader Compiler", "Deprecated Behavior: "}},
-        {Type::UndefinedBehavior,
-         Severity::High,
-         Source::ThirdParty,
-         {Log::Warning, "3rd Party", "Undefined Behavior: "}},
-        {Type::Portability,
-         Severity::Medium,
-         Source::Application,
-         {Log::Info, "Application", "Portability: "}},
-        {Type::Other, Severity::Medium, Source::Other, {Log::Info, "Other", "Other: "}},
+    const auto expect = [this](int level, const char* category, const std::string& prefix) {
+        const LogLine line{level, std::string("OpenGL Driver (") + category + ")", prefix + ": text"};
+        EXPECT_TRUE(log().takeLine(line)) << line;
     };
-    for (const auto& c : cases) {
-        message(c.type, c.severity, 7, c.source);
-        EXPECT_TRUE(
-            log().takeLine({c.line.level, "OpenGL Driver (" + c.line.category + ")", c.line.text + "text"}))
-            << c.line;
-    }
+    message(Type::Performance, Severity::Medium);
+    expect(Log::Debug, "API", "Performance");
+    message(Type::Performance, Severity::High, 7, Source::WindowSystem);
+    expect(Log::Warning, "Windowing System", "Performance");
+    message(Type::DeprecatedBehavior, Severity::Medium, 7, Source::ShaderCompiler);
+    expect(Log::Info, "Shader Compiler", "Deprecated Behavior");
+    message(Type::UndefinedBehavior, Severity::High, 7, Source::ThirdParty);
+    expect(Log::Warning, "3rd Party", "Undefined Behavior");
+    message(Type::Portability, Severity::Medium, 7, Source::Application);
+    expect(Log::Info, "Application", "Portability");
+    message(Type::Other, Severity::Medium, 7, Source::Other);
+    expect(Log::Info, "Other", "Other");
     message(Type::Error, Severity::Medium);
     const auto errors = log().take("OpenGL Driver (API)");
-    ASSERT_EQ(errors.size(), 1u);
-    EXPECT_EQ(errors[0].level, Log::Error);
+    EXPECT_EQ(errors.at(0).level, Log::Error);
     EXPECT_TRUE(errors[0].text.starts_with("Error: text\n")) << errors[0].text;
     EXPECT_NE(errors[0].text.find("DebugGLTest.cpp"), std::string::npos) << errors[0].text;
     message(Type::Error, Severity::Low);

@@ -261,7 +261,7 @@ TEST_F(ImageProgramGL, TheCallersStateNeitherMattersNorChanges) {
     other.enable();
     for (const bool layered : {true, false}) {
         ImageProgram program = make("coord.frag", layered, Mode::Output, "#define OPACITY 0.5\n");
-        program.setClearOutputEnabled(true, Eigen::Vector4f::Ones());
+        program.setClearOutputEnabled(true, Eigen::Vector4f::Zero());
         Texture output(Target::Texture3D, {4, 4, 4}, InternalFormat::RGBA8);
         {
             const Testing::AdverseState adverse({"scissor test", "scissor box", "cull face", "culled face",

@@ -43,7 +43,8 @@ protected:
     void read() { m_pixels = m_target.texture().download<Vector4f>(); }
 
     [[nodiscard]] double at(int x, int y) const {
-        return double{m_pixels[static_cast<std::size_t>(y * edge + x)].x()};
+        const int pixel = y * edge + x;
+        return double{m_pixels[static_cast<std::size_t>(pixel)].x()};
     }
     // A digit for each of some pixels of a column, '9' for those that are covered.
     [[nodiscard]] std::string pixels(int x, int y, std::size_t count) const {

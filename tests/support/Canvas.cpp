@@ -50,7 +50,8 @@ std::string Canvas::row(int y) const {
     const auto texels = texture().download<Eigen::Vector<unsigned char, 4>>();
     std::string digits;
     for (int x = 0; x < texture().width(); ++x) {
-        const auto& texel = texels[static_cast<std::size_t>(y * texture().width() + x)];
+        const int pixel = y * texture().width() + x;
+        const auto& texel = texels[static_cast<std::size_t>(pixel)];
         digits += static_cast<char>('0' + (texel[0] > 127) + 2 * (texel[1] > 127) + 4 * (texel[2] > 127));
     }
     return digits;

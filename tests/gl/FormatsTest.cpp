@@ -35,7 +35,7 @@ TEST(InternalFormat, ColourFormatsAreWhatTheirNamesSay) {
         EXPECT_EQ(format.matchingNumChannels(), static_cast<int>(channels));
         EXPECT_EQ(static_cast<GLenum>(format.matchingPixelType()), types.at(parts[2]));
         EXPECT_EQ(static_cast<GLenum>(format.matchingPixelFormat()),
-                  (format.isIntegerFormat() ? integers : colors)[channels - 1]);
+                  (parts.str(4).ends_with('I') ? integers : colors)[channels - 1]);
         EXPECT_EQ(format.isFloatingPointFormat(), parts[4] == "F");
         EXPECT_EQ(format.isSignedIntegerFormat(), parts[4] == "I");
         EXPECT_EQ(format.isUnsignedIntegerFormat(), parts[4] == "UI");

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include "support/GLTest.h"
 
+#include <Veltrand/GL/Debug.h>
 #include <Veltrand/GL/Framebuffer.h>
 
 namespace Veltrand::GL {
@@ -11,36 +12,25 @@ using Enums = std::vector<GLenum>;
 
 namespace {
 
+int attached(GLenum attachment, GLenum question) {
+    GLint answer = 0;
+    glGetFramebufferAttachmentParameteriv(GL_FRAMEBUFFER, attachment, question, &answer);
+    return answer;
+}
+
 int attachedTexture(GLenum attachment) {
-    GLint type = 0;
-    glGetFramebufferAttachmentParameteriv(GL_FRAMEBUFFER, attachment, GL_FRAMEBUFFER_ATTACHMENT_OBJECT_TYPE,
-                                          &type);
-    GLint name = 0;
-    if (type != GL_NONE)
-        glGetFramebufferAttachmentParameteriv(GL_FRAMEBUFFER, attachment,
-                                              GL_FRAMEBUFFER_ATTACHMENT_OBJECT_NAME, &name);
-    return name;
+    return attached(attachment, GL_FRAMEBUFFER_ATTACHMENT_OBJECT_TYPE) == GL_NONE
+               ? 0
+               : attached(attachment, GL_FRAMEBUFFER_ATTACHMENT_OBJECT_NAME);
 }
 
 Texture makeTexture(InternalFormat format) {
     return {Texture::Target::Texture2D, {4, 4, 1}, format};
 }
 
-class FramebufferGL : public Testing::GLFixture {
-protected:
-    void SetUp() override {
-        GLFixture::SetUp();
-        m_framebuffer.emplace();
-        m_bound.emplace(m_framebuffer->guardedBind());
-    }
-    void TearDown() override {
-        m_bound.reset();
-        m_framebuffer.reset();
-        GLFixture::TearDown();
-    }
-
-    std::optional<Framebuffer> m_framebuffer;
-    std::optional<StateGuard> m_bound;
+struct FramebufferGL : Testing::GLFixture {
+    Framebuffer m_framebuffer;
+    StateGuard m_bound = m_framebuffer.guardedBind();
 };
 
 } // namespace
@@ -48,26 +38,26 @@ protected:
 TEST_F(FramebufferGL, ColourAttachmentsAreRecordedWithTheirGaps) {
     Texture first = makeTexture(InternalFormat::RGBA8);
     Texture third = makeTexture(InternalFormat::R32F);
-    m_framebuffer->attach(first, 0);
-    m_framebuffer->attach(third, 2);
-    EXPECT_EQ(m_framebuffer->colorAttachments(), (Enums{GL_COLOR_ATTACHMENT0, 0, GL_COLOR_ATTACHMENT2}));
+    m_framebuffer.attach(first, 0);
+    m_framebuffer.attach(third, 2);
+    EXPECT_EQ(m_framebuffer.colorAttachments(), (Enums{GL_COLOR_ATTACHMENT0, 0, GL_COLOR_ATTACHMENT2}));
     EXPECT_EQ(attachedTexture(GL_COLOR_ATTACHMENT2), static_cast<int>(third.id()));
-    EXPECT_TRUE(m_framebuffer->isComplete());
-    m_framebuffer->detach(Attachment::Color2);
-    EXPECT_EQ(m_framebuffer->colorAttachments(), (Enums{GL_COLOR_ATTACHMENT0, 0, 0}));
+    EXPECT_TRUE(m_framebuffer.isComplete());
+    m_framebuffer.detach(Attachment::Color2);
+    EXPECT_EQ(m_framebuffer.colorAttachments(), (Enums{GL_COLOR_ATTACHMENT0, 0, 0}));
     EXPECT_EQ(attachedTexture(GL_COLOR_ATTACHMENT2), 0);
 
-    Framebuffer moved(std::move(*m_framebuffer));
-    EXPECT_EQ(m_framebuffer->id(), 0U);
+    Framebuffer moved(std::move(m_framebuffer));
+    EXPECT_EQ(m_framebuffer.id(), 0U);
     EXPECT_TRUE(moved.isBound());
     moved.detachAll();
     EXPECT_TRUE(moved.colorAttachments().empty());
     EXPECT_EQ(attachedTexture(GL_COLOR_ATTACHMENT0), 0);
     moved.attach(first, 8);
+    EXPECT_NE(Debug::check(false), Debug::Error::NoError);
     EXPECT_TRUE(log().takeLine({Log::Error, "GL.Framebuffer", "Invalid attachment point: 36072"}));
     EXPECT_TRUE(moved.colorAttachments().empty());
-    while (glGetError() != GL_NO_ERROR) {
-    }
+    m_framebuffer = std::move(moved);
     const ScopedEntryPoint none(glad_glGenFramebuffers, [](GLsizei, GLuint* ids) { *ids = 0; });
     EXPECT_EQ(Testing::thrown([] { const Framebuffer framebuffer; }),
               "Could not create OpenGL Framebuffer object");
@@ -87,30 +77,24 @@ TEST_F(FramebufferGL, FormatsGoWhereTheyBelong) {
     for (const auto& c : cases) {
         SCOPED_TRACE(c.format.toString());
         Texture texture = makeTexture(c.format);
-        m_framebuffer->attach(texture, 5);
-        EXPECT_EQ(m_framebuffer->hasDepthAttachment(), c.depth);
-        EXPECT_EQ(m_framebuffer->hasStencilAttachment(), c.stencil);
+        m_framebuffer.attach(texture, 5);
+        EXPECT_EQ(m_framebuffer.hasDepthAttachment(), c.depth);
+        EXPECT_EQ(m_framebuffer.hasStencilAttachment(), c.stencil);
         EXPECT_EQ(attachedTexture(c.attachment), static_cast<int>(texture.id()));
-        m_framebuffer->detachAll();
+        m_framebuffer.detachAll();
         EXPECT_EQ(attachedTexture(c.attachment), 0);
-        EXPECT_FALSE(m_framebuffer->hasDepthAttachment() || m_framebuffer->hasStencilAttachment());
+        EXPECT_FALSE(m_framebuffer.hasDepthAttachment() || m_framebuffer.hasStencilAttachment());
     }
 }
 
 TEST_F(FramebufferGL, LayersAndLevelsAreAttachedOneByOne) {
     Texture volume({4, 4, 3}, InternalFormat::R32F);
     volume.generateMipmaps();
-    m_framebuffer->attachLayer(volume, Attachment::Color0, 2);
-    GLint layer = 0;
-    glGetFramebufferAttachmentParameteriv(GL_FRAMEBUFFER, GL_COLOR_ATTACHMENT0,
-                                          GL_FRAMEBUFFER_ATTACHMENT_TEXTURE_LAYER, &layer);
-    EXPECT_EQ(layer, 2);
-    EXPECT_TRUE(m_framebuffer->isComplete());
-    m_framebuffer->attach(volume, Attachment::Color0, 1);
-    GLint level = 0;
-    glGetFramebufferAttachmentParameteriv(GL_FRAMEBUFFER, GL_COLOR_ATTACHMENT0,
-                                          GL_FRAMEBUFFER_ATTACHMENT_TEXTURE_LEVEL, &level);
-    EXPECT_EQ(level, 1);
+    m_framebuffer.attachLayer(volume, Attachment::Color0, 2);
+    EXPECT_EQ(attached(GL_COLOR_ATTACHMENT0, GL_FRAMEBUFFER_ATTACHMENT_TEXTURE_LAYER), 2);
+    EXPECT_TRUE(m_framebuffer.isComplete());
+    m_framebuffer.attach(volume, Attachment::Color0, 1);
+    EXPECT_EQ(attached(GL_COLOR_ATTACHMENT0, GL_FRAMEBUFFER_ATTACHMENT_TEXTURE_LEVEL), 1);
 }
 
 TEST_F(FramebufferGL, DrawBuffersAreSetOnlyWhenTheyChange) {
@@ -118,22 +102,22 @@ TEST_F(FramebufferGL, DrawBuffersAreSetOnlyWhenTheyChange) {
     Texture first = makeTexture(InternalFormat::RGBA8);
     Texture third = makeTexture(InternalFormat::RGBA8);
     const auto expectBuffers = [&](const std::vector<int>& buffers) {
-        m_framebuffer->setDrawBuffers();
-        m_framebuffer->setDrawBuffers();
+        m_framebuffer.setDrawBuffers();
+        m_framebuffer.setDrawBuffers();
         EXPECT_EQ(calls.take(), 1);
         for (std::size_t i = 0; i < buffers.size(); ++i)
             EXPECT_EQ(getInt(static_cast<GLenum>(GL_DRAW_BUFFER0 + i)), buffers[i]);
     };
     expectBuffers({GL_NONE});
-    m_framebuffer->attach(first, 0);
-    m_framebuffer->attach(third, 2);
+    m_framebuffer.attach(first, 0);
+    m_framebuffer.attach(third, 2);
     expectBuffers({GL_COLOR_ATTACHMENT0, GL_NONE, GL_COLOR_ATTACHMENT2});
-    m_framebuffer->clearDrawBuffers();
-    m_framebuffer->clearDrawBuffers();
+    m_framebuffer.clearDrawBuffers();
+    m_framebuffer.clearDrawBuffers();
     EXPECT_EQ(calls.take(), 1);
     // A fresh framebuffer already draws to colour attachment 0.
     Framebuffer fresh;
-    fresh.bind();
+    const StateGuard bound = fresh.guardedBind();
     fresh.attach(first, 0);
     fresh.setDrawBuffers();
     EXPECT_EQ(calls.take(), 0);

@@ -330,7 +330,7 @@ TEST_F(PicturesGL, AnnotationMarksARegionWhereItIs) {
 }
 
 TEST_F(PicturesGL, StandOnAPageWithTheirBytes) {
-    use(4, [](const Vector3i& voxel) { return voxel.x(); });
+    use(cube(4, [](const Vector3i& voxel) { return voxel.x(); }));
     const std::filesystem::path out = m_directory.path() / "out";
     const std::filesystem::path page = out / "index.html";
     const std::vector<std::string> arguments{"--volume", (m_directory.path() / "volume.nii").string(),

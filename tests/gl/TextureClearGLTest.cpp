@@ -74,7 +74,6 @@ private:
 TEST_F(TextureClearGL, EveryPathGivesTheSameTexelsWhateverTheCallerHasSet) {
     GLuint readFramebuffer = 0;
     glGenFramebuffers(1, &readFramebuffer);
-    glBindFramebuffer(GL_READ_FRAMEBUFFER, readFramebuffer);
     for (const Case& c : cases) {
         std::vector<std::byte> expected;
         for (const Path path : {Path::Upload, Path::Framebuffer, Path::Fast}) {
@@ -87,6 +86,7 @@ TEST_F(TextureClearGL, EveryPathGivesTheSameTexelsWhateverTheCallerHasSet) {
             Texture texture(c.target, c.size, c.format);
             {
                 const ForcedPath forced(path);
+                glBindFramebuffer(GL_READ_FRAMEBUFFER, readFramebuffer);
                 std::optional<Testing::AdverseState> adverse;
                 if (!slow)
                     adverse.emplace();

@@ -53,18 +53,43 @@ Program makeProgram(const char* defines) {
             Program::Compilation::ImmediateThrow};
 }
 
+// Each costs fragments only what it is for.
+
 class FontAtlasProgram : public Program, public InstanceManager<FontAtlasProgram> {
 public:
     FontAtlasProgram()
         : Program(makeProgram("")) {}
 };
 
-/// The same with the shadow, which costs also where a uniform switches it off.
 class FontAtlasShadowProgram : public Program, public InstanceManager<FontAtlasShadowProgram> {
 public:
     FontAtlasShadowProgram()
         : Program(makeProgram("#define WITH_SHADOW\n")) {}
 };
+
+class FontAtlasPerspectiveProgram : public Program, public InstanceManager<FontAtlasPerspectiveProgram> {
+public:
+    FontAtlasPerspectiveProgram()
+        : Program(makeProgram("#define WITH_PERSPECTIVE\n")) {}
+};
+
+class FontAtlasShadowPerspectiveProgram : public Program,
+                                          public InstanceManager<FontAtlasShadowPerspectiveProgram> {
+public:
+    FontAtlasShadowPerspectiveProgram()
+        : Program(makeProgram("#define WITH_SHADOW\n#define WITH_PERSPECTIVE\n")) {}
+};
+
+Program& programFor(bool shadowing, bool perspective) {
+    if (perspective)
+        return shadowing ? static_cast<Program&>(*FontAtlasShadowPerspectiveProgram::get())
+                         : *FontAtlasPerspectiveProgram::get();
+    return shadowing ? static_cast<Program&>(*FontAtlasShadowProgram::get()) : *FontAtlasProgram::get();
+}
+
+bool hasPerspective(const Eigen::Matrix4d& matrix) {
+    return matrix.row(3) != Eigen::RowVector4d::Unit(3);
+}
 
 void closeLibrary(FT_Library library) {
     FT_Done_FreeType(library);
@@ -88,7 +113,7 @@ bool mapsToPixels(const Eigen::Matrix4d& matrix, const Viewport& viewport) {
     return (scale - Eigen::Matrix2d::Identity()).cwiseAbs().maxCoeff() * GlyphPacking::textureSize <
                tolerance &&
            (shift - shift.array().round().matrix()).cwiseAbs().maxCoeff() < tolerance &&
-           matrix.block<2, 1>(0, 2).isZero() && matrix.row(3) == Eigen::RowVector4d::Unit(3);
+           matrix.block<2, 1>(0, 2).isZero() && !hasPerspective(matrix);
 }
 
 /// Lengths of 26.6 fixed point numbers.
@@ -339,8 +364,7 @@ void FontAtlas::drawLines(const Viewport& viewport, const Eigen::Matrix4d& viewM
     const std::unique_ptr<FontAtlas, decltype(forget)> pending(this, forget);
     m_vertexBuffer->bind();
     m_vertexBuffer->setData(m_positions, m_texCoords);
-    Program& program =
-        shadowing ? static_cast<Program&>(*FontAtlasShadowProgram::get()) : *FontAtlasProgram::get();
+    Program& program = programFor(shadowing, hasPerspective(viewMatrix));
     program.enable();
     if (mapsToPixels(viewMatrix, viewport))
         program.setArgument("u_fontTexture", *m_texture);

@@ -66,6 +66,8 @@ std::vector<Combination> combinations() {
         {blend, "", 44},
         {font, ""},
         {font, "#define WITH_SHADOW\n"},
+        {font, "#define WITH_PERSPECTIVE\n"},
+        {font, "#define WITH_SHADOW\n#define WITH_PERSPECTIVE\n"},
         {slices, ""},
         {slices, "#define _IMGPROG_USE_BOX_TEX_COORDS\n"},
         {layers, "#define _IMGPROG_USE_GS\n"},

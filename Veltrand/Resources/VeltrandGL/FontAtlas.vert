@@ -6,10 +6,17 @@ layout(location = 0) in vec3 a_position; // text pixels
 layout(location = 1) in vec2 a_texCoord;
 
 uniform mat4 u_viewMatrix; // from text pixels to clip space
-uniform sampler2D u_fontTexture;
 uniform bool u_shadowing;
+uniform vec4 u_color;
 
+const float texel = 1.0 / 768.0; // of the atlas
+
+#ifdef WITH_PERSPECTIVE
 out vec2 v_texCoord;
+#else
+noperspective out vec2 v_texCoord;
+#endif
+flat out vec4 v_color; // from here: software rasterisers pay for a uniform in each fragment
 
 void main() {
     int corner = gl_VertexID % 6;
@@ -20,5 +27,6 @@ void main() {
     else if (!u_shadowing)
         shift = -atMargin; // only a shadow would be seen there
     gl_Position = u_viewMatrix * vec4(a_position + vec3(shift.x, -shift.y, 0.0), 1.0);
-    v_texCoord = a_texCoord + shift / vec2(textureSize(u_fontTexture, 0));
+    v_texCoord = a_texCoord + shift * texel;
+    v_color = u_color;
 }

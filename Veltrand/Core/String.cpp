@@ -20,7 +20,10 @@ std::vector<std::string> split(std::string_view text, std::string_view delimiter
                                Flags<SplitOption> options) {
     std::vector<std::string> pieces;
     for (std::size_t begin = 0; begin <= text.size();) {
-        const std::size_t end = std::min(text.find_first_of(delimiters, begin), text.size());
+        // A single delimiter is found many characters at a time.
+        const std::size_t hit = delimiters.size() == 1 ? text.find(delimiters.front(), begin)
+                                                       : text.find_first_of(delimiters, begin);
+        const std::size_t end = std::min(hit, text.size());
         std::string_view piece = text.substr(begin, end - begin);
         if (options.test(SplitOption::Trim))
             piece = trimmed(piece, " \t\f\v\r\n");

@@ -3,15 +3,16 @@
 
 #include <Veltrand/GL/ContextManager.h>
 
+#include <atomic>
 #include <cstdint>
 #include <cstdlib>
 #include <cxxabi.h>
 #include <iterator>
 #include <memory>
 #include <mutex>
+#include <pthread.h>
 #include <stdexcept>
 #include <string>
-#include <unistd.h>
 #include <unordered_map>
 #include <utility>
 #include <vector>
@@ -54,9 +55,15 @@ void destroy(Instances&& instances) {
     }
 }
 
+// Counts the forks between the first process and this one: to ask for the process at each look-up of an
+// instance would be a system call each.
+std::atomic<unsigned int> g_numForks{0};
+
 class Registry {
 public:
-    Registry() = default;
+    Registry() {
+        pthread_atfork(nullptr, nullptr, [] { ++g_numForks; });
+    }
     Registry(const Registry&) = delete;
     Registry& operator=(const Registry&) = delete;
     ~Registry() {
@@ -99,9 +106,9 @@ private:
     // In a forked child the instances name objects of contexts that the parent still uses; they are kept
     // where nothing destroys them.
     void leaveToParentProcess() {
-        if (m_process == getpid())
+        const unsigned int numForks = g_numForks;
+        if (std::exchange(m_numForks, numForks) == numForks)
             return;
-        m_process = getpid();
         static auto* const kept = new std::vector<Instances>;
         kept->push_back(std::exchange(m_instances, {}));
         for (Instances& aside : std::exchange(m_aside, {}))
@@ -111,7 +118,7 @@ private:
     std::mutex m_mutex;
     Instances m_instances;
     std::vector<Instances> m_aside;
-    pid_t m_process = getpid();
+    unsigned int m_numForks = 0;
 };
 
 Registry g_registry;

@@ -201,7 +201,7 @@ void TextRenderer::drawText(FontAtlas& atlas, const Viewport& viewport, const Ei
         anchor.y() + verticalOffset(alignV, lines.front().box, lines.back().box, lineHeight, lines.size());
 
     const TextState state(viewport);
-    const ViewState view(viewport, windowProjection(viewport), Eigen::Matrix4d::Identity());
+    const Eigen::Matrix4d projection = windowProjection(viewport);
     std::vector<Eigen::Vector3d> segments;
     for (const FontAtlas::Line& line : lines) {
         const double left = anchor.x() + horizontalOffset(alignH, line.box);
@@ -216,13 +216,13 @@ void TextRenderer::drawText(FontAtlas& atlas, const Viewport& viewport, const Ei
             addSegment(strikeThroughY(baseline, reference));
         atlas.addLine(line, {left, baseline, anchor.z()});
         if (atlas.hasManyLines() || &line == &lines.back())
-            atlas.drawLines(viewport, view.modelViewProjectionMatrix(), font.color,
-                            font.decorations.test(Decoration::Shadow));
+            atlas.drawLines(viewport, projection, font.color, font.decorations.test(Decoration::Shadow));
         baseline -= lineHeight;
     }
     if (!segments.empty())
-        LineRenderer::get()->renderLines(
-            segments, LineRenderer::Options(font.color, atlas.lineHeightPx() * 0.08), view);
+        LineRenderer::get()->renderLines(segments,
+                                         LineRenderer::Options(font.color, atlas.lineHeightPx() * 0.08),
+                                         ViewState(viewport, projection, Eigen::Matrix4d::Identity()));
 }
 
 } // namespace Veltrand::GL

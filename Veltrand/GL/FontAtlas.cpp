@@ -13,11 +13,13 @@
 #include <Veltrand/GL/detail/MoveOnly.h>
 #include <Veltrand/GL/detail/ScopedState.h>
 
+#include <algorithm>
 #include <array>
 #include <cmath>
 #include <cstdint>
 #include <glad/gl.h>
 #include <iterator>
+#include <limits>
 #include <stdexcept>
 #include <string_view>
 #include <utf8.h>
@@ -40,8 +42,7 @@ using Eigen::Vector3f;
 constexpr std::string_view category = "GL.FontAtlas";
 constexpr unsigned int firstPrintable = 32;
 constexpr unsigned int firstBeyondAscii = 128;
-/// Two triangles of the corners of a quad, counter-clockwise as these.
-constexpr std::size_t quadCorners[] = {0, 1, 2, 0, 2, 3};
+constexpr std::size_t verticesPerGlyph = 6;
 /// Vertices that are enough for one draw call, and vertices for which memory is kept at most.
 constexpr std::size_t manyVertices = std::size_t{1} << 16;
 constexpr std::size_t keptVertices = manyVertices * 4;
@@ -116,6 +117,16 @@ bool mapsToPixels(const Eigen::Matrix4d& matrix, const Viewport& viewport) {
            matrix.block<2, 1>(0, 2).isZero() && !hasPerspective(matrix);
 }
 
+/// As `std::round`, without a call on processors for which that takes one.
+float roundToPixel(float length) {
+    constexpr float exact = 1 << 22; // floats from twice that on are whole
+    if (!(std::abs(length) < exact))
+        return std::round(length);
+    const int whole = static_cast<int>(length);
+    const float rest = length - static_cast<float>(whole);
+    return static_cast<float>(whole + int{rest >= 0.5F} - int{rest <= -0.5F});
+}
+
 /// Lengths of 26.6 fixed point numbers.
 Vector2f fromFixed(const FT_Vector& vector) {
     return Vector2f(static_cast<float>(vector.x), static_cast<float>(vector.y)) / 64;
@@ -154,12 +165,18 @@ struct FontAtlas::AsciiTable {
         return codePoint - firstPrintable < columns;
     }
 
-    [[nodiscard]] const Vector2f*& kerning(const CodePointPair& pair) {
+    [[nodiscard]] std::int16_t& kerning(const CodePointPair& pair) {
         return kernings[(pair.first - firstPrintable) * columns + (pair.second - firstPrintable)];
     }
 
     std::array<const Glyph*, columns> glyphs{};
-    std::array<const Vector2f*, columns * columns> kernings{};
+    // Along the line, in 64ths of a pixel: small enough to stay in the processor's cache.
+    static constexpr std::int16_t unknown = std::numeric_limits<std::int16_t>::min();
+    std::array<std::int16_t, columns* columns> kernings = [] {
+        std::array<std::int16_t, columns * columns> none{};
+        none.fill(unknown);
+        return none;
+    }();
 };
 
 FontAtlas::FontAtlas(const ByteBufferView& fontData, int pixelSize)
@@ -200,7 +217,7 @@ void FontAtlas::init() {
     m_glyphs.emplace(0U, Glyph{});
 }
 
-// The ASCII table is asked before the hash maps here, and filled from them.
+// The ASCII table is asked before the hash maps, and filled from them.
 
 const FontAtlas::Glyph& FontAtlas::glyph(unsigned int codePoint) {
     if (codePoint < firstPrintable)
@@ -253,16 +270,23 @@ const FontAtlas::Glyph& FontAtlas::rasterise(unsigned int codePoint) {
 }
 
 const Vector2f& FontAtlas::kerning(const CodePointPair& codePoints) {
-    const bool ascii = AsciiTable::contains(codePoints.first) && AsciiTable::contains(codePoints.second);
-    if (ascii)
-        if (const Vector2f* const known = m_ascii->kerning(codePoints))
-            return *known;
     auto found = m_kernings.find(codePoints);
     if (found == m_kernings.end())
         found = m_kernings.emplace(codePoints, readKerning(codePoints)).first;
-    if (ascii)
-        m_ascii->kerning(codePoints) = &found->second;
     return found->second;
+}
+
+Vector2f FontAtlas::lookUpKerning(const CodePointPair& codePoints) {
+    if (!AsciiTable::contains(codePoints.first) || !AsciiTable::contains(codePoints.second))
+        return kerning(codePoints);
+    std::int16_t& known = m_ascii->kerning(codePoints);
+    if (known != AsciiTable::unknown)
+        return {static_cast<float>(known) / 64, 0.0F};
+    const Vector2f& read = kerning(codePoints);
+    const float fixed = read.x() * 64;
+    if (read.y() == 0 && std::abs(fixed) <= std::numeric_limits<std::int16_t>::max())
+        known = static_cast<std::int16_t>(fixed);
+    return read;
 }
 
 Vector2f FontAtlas::readKerning(const CodePointPair& codePoints) const {
@@ -283,6 +307,11 @@ Vector2f FontAtlas::readKerning(const CodePointPair& codePoints) const {
 
 std::vector<unsigned int> FontAtlas::convertUtf8(const std::string& text) const {
     std::vector<unsigned int> codePoints;
+    const auto isAscii = [](char byte) { return static_cast<unsigned char>(byte) < firstBeyondAscii; };
+    if (std::all_of(text.begin(), text.end(), isAscii)) {
+        codePoints.assign(text.begin(), text.end());
+        return codePoints;
+    }
     codePoints.reserve(text.size());
     try {
         utf8::utf8to32(text.begin(), text.end(), std::back_inserter(codePoints));
@@ -296,20 +325,30 @@ std::vector<unsigned int> FontAtlas::convertUtf8(const std::string& text) const 
 FontAtlas::Line FontAtlas::layOut(const std::string& text) {
     const std::vector<unsigned int> codePoints = convertUtf8(text);
     Line line;
-    line.glyphs.reserve(codePoints.size());
-    Vector2f pen = Vector2f::Zero();
-    Vector2f boxMin = pen;
-    Vector2f boxMax = pen;
+    line.glyphs.resize(codePoints.size());
+    // Plain floats stay in registers, which vectors of two do not.
+    float penX = 0;
+    float penY = 0;
+    float left = 0;
+    float right = 0;
+    float bottom = 0;
+    float top = 0;
     for (std::size_t i = 0; i < codePoints.size(); ++i) {
-        if (i > 0)
-            pen += kerning({codePoints[i - 1], codePoints[i]});
+        if (i > 0) {
+            const Vector2f closer = lookUpKerning({codePoints[i - 1], codePoints[i]});
+            penX += closer.x();
+            penY += closer.y();
+        }
         const Glyph& placed = glyph(codePoints[i]);
-        line.glyphs.push_back({&placed, pen});
-        boxMin = boxMin.cwiseMin(pen + placed.boxMin);
-        boxMax = boxMax.cwiseMax(pen + placed.boxMax);
-        pen += placed.advance;
+        line.glyphs[i] = {&placed, {penX, penY}};
+        left = std::min(left, penX + placed.boxMin.x());
+        right = std::max(right, penX + placed.boxMax.x());
+        bottom = std::min(bottom, penY + placed.boxMin.y());
+        top = std::max(top, penY + placed.boxMax.y());
+        penX += placed.advance.x();
+        penY += placed.advance.y();
     }
-    line.box = Box(boxMin.array().floor(), boxMax.array().ceil());
+    line.box = Box({std::floor(left), std::floor(bottom)}, {std::ceil(right), std::ceil(top)});
     return line;
 }
 
@@ -319,29 +358,38 @@ FontAtlas::Box FontAtlas::bounds(const std::string& text) {
 
 void FontAtlas::addLine(const Line& line, const Eigen::Vector3d& position) {
     const Vector3f start = position.cast<float>();
+    std::size_t end = m_positions.size();
+    m_positions.resize(end + verticesPerGlyph * line.glyphs.size());
+    m_texCoords.resize(m_positions.size());
     for (const PlacedGlyph& placed : line.glyphs) {
         const Glyph& glyph = *placed.glyph;
-        if ((glyph.advance.array() <= 0).all() || (glyph.size.array() <= 0).any())
+        if ((glyph.advance.x() <= 0 && glyph.advance.y() <= 0) || glyph.size.x() <= 0 || glyph.size.y() <= 0)
             continue;
         // One texel more to the right and below, which is free in the atlas, for the shadow.
-        const Vector2f size = glyph.size + Vector2f::Ones();
-        const float left = std::round(start.x() + placed.pen.x() + glyph.bearing.x());
-        const float top = std::round(start.y() + placed.pen.y() + glyph.bearing.y());
-        const float right = left + size.x();
-        const float bottom = top - size.y();
-        const Vector2f texTop = glyph.atlas / GlyphPacking::textureSize;
-        const Vector2f texBottom = (glyph.atlas + size) / GlyphPacking::textureSize;
-        const Vector3f corners[] = {{left, top, start.z()},
-                                    {left, bottom, start.z()},
-                                    {right, bottom, start.z()},
-                                    {right, top, start.z()}};
-        const Vector2f texCorners[] = {
-            texTop, {texTop.x(), texBottom.y()}, texBottom, {texBottom.x(), texTop.y()}};
-        for (const std::size_t corner : quadCorners) {
-            m_positions.push_back(corners[corner]);
-            m_texCoords.push_back(texCorners[corner]);
-        }
+        const float width = glyph.size.x() + 1;
+        const float height = glyph.size.y() + 1;
+        const float left = roundToPixel(start.x() + placed.pen.x() + glyph.bearing.x());
+        const float top = roundToPixel(start.y() + placed.pen.y() + glyph.bearing.y());
+        const float right = left + width;
+        const float bottom = top - height;
+        constexpr float texels = GlyphPacking::textureSize;
+        const float texLeft = glyph.atlas.x() / texels;
+        const float texTop = glyph.atlas.y() / texels;
+        const float texRight = (glyph.atlas.x() + width) / texels;
+        const float texBottom = (glyph.atlas.y() + height) / texels;
+        const auto addVertex = [&](float x, float y, float texX, float texY) {
+            m_positions[end] = {x, y, start.z()};
+            m_texCoords[end++] = {texX, texY};
+        };
+        addVertex(left, top, texLeft, texTop);
+        addVertex(left, bottom, texLeft, texBottom);
+        addVertex(right, bottom, texRight, texBottom);
+        addVertex(left, top, texLeft, texTop);
+        addVertex(right, bottom, texRight, texBottom);
+        addVertex(right, top, texRight, texTop);
     }
+    m_positions.resize(end);
+    m_texCoords.resize(end);
 }
 
 bool FontAtlas::hasManyLines() const {

@@ -104,7 +104,7 @@ private:
             return (std::size_t{pair.second} + 78705) ^ pair.first;
         }
     };
-    /// Spares ASCII text the hash maps, whose entries it points to.
+    /// Spares ASCII text the hash maps.
     struct AsciiTable;
 
     struct PlacedGlyph {
@@ -119,6 +119,7 @@ private:
 
     [[nodiscard]] const Glyph& rasterise(unsigned int codePoint);
     [[nodiscard]] Eigen::Vector2f readKerning(const CodePointPair& codePoints) const;
+    [[nodiscard]] Eigen::Vector2f lookUpKerning(const CodePointPair& codePoints);
 
     [[nodiscard]] Line layOut(const std::string& text);
     /// Adds a line to those that the next `drawLines` draws in one go.

@@ -75,9 +75,10 @@ CMake and pkg-config find the libraries."
 if(VELTRAND_BUILD_APPS)
     veltrand_package(tools NAME veltrandgl-tools SECTION graphics
         SUMMARY "OpenGL layer of an imaging and visualisation toolkit (programs)"
-        DESCRIPTION "Programs around libVeltrandGL: veltrandgl-gallery renders pictures of a brain
-volume, veltrandgl-shadercheck compiles shaders and reports their errors,
-veltrandgl-info describes the OpenGL of the machine."
+        DESCRIPTION "Programs around libVeltrandGL: veltrandgl-viewer shows a volume in a window,
+veltrandgl-gallery renders pictures of a brain, veltrandgl-shadercheck compiles
+shaders and reports their errors, veltrandgl-info describes the OpenGL of the
+machine."
         DEPENDS "libveltrandgl (= ${PROJECT_VERSION})"
         RECOMMENDS "mricron-data, xvfb")
 endif()

@@ -5,6 +5,7 @@
 #include "gallery/GalleryPage.h"
 #include "gallery/Pictures.h"
 #include "gallery/ShaderRepository.h"
+#include "scene/OpenGL.h"
 #include "scene/RegionNames.h"
 #include "scene/VolumeTexture.h"
 #include "support/Nifti.h"
@@ -12,8 +13,6 @@
 #include "support/Png.h"
 
 #include <Veltrand/Core/Log.h>
-#include <Veltrand/GL/ContextManager.h>
-#include <Veltrand/GL/Debug.h>
 #include <Veltrand/GL/Functions.h>
 
 #include <algorithm>
@@ -32,34 +31,6 @@
 namespace Veltrand::Apps {
 
 namespace {
-
-/// OpenGL for a scope.
-class OpenGL : private Utils::NotCopyable {
-public:
-    /// @param verbose shows what the library logs while it starts; otherwise only the last error is of
-    /// interest,
-    ///        as the reason of a failure
-    explicit OpenGL(bool verbose) {
-        if (GL::ContextManager::openGlDisabled())
-            throw std::runtime_error("OpenGL is switched off by VELTRAND_DISABLE_OPENGL.");
-        std::string reason;
-        const Log::SinkId sink = Log::addSink([&reason](const Log::Message& message) {
-            if (message.level >= Log::Error)
-                reason = message.text;
-        });
-        Log::setDefaultSinkEnabled(verbose);
-        try {
-            GL::init();
-        } catch (const GL::OpenGLNotFoundException& error) {
-            Log::removeSink(sink);
-            throw std::runtime_error(
-                "there is no usable OpenGL: " + (reason.empty() ? error.what() : reason) + ".");
-        }
-        Log::removeSink(sink);
-        Log::setDefaultSinkEnabled(true);
-    }
-    ~OpenGL() { GL::deinit(); }
-};
 
 std::vector<const Picture*> choosePictures(const std::vector<std::string>& names) {
     std::vector<const Picture*> chosen;
@@ -110,14 +81,6 @@ std::filesystem::path labelsFile(const GalleryOptions& options) {
         return *options.labels;
     return options.volume == GalleryOptions().volume ? std::filesystem::path(DefaultLabels)
                                                      : std::filesystem::path();
-}
-
-/// Reads all pending OpenGL errors; each is logged. A lost context may report errors without end.
-int takeErrors() {
-    int count = 0;
-    while (count < 100 && GL::Debug::check() != GL::Debug::Error::NoError)
-        ++count;
-    return count;
 }
 
 using Clock = std::chrono::steady_clock;
@@ -189,7 +152,7 @@ int runGallery(const GalleryOptions& options) {
 
     const SceneShaders sharedShaders;
     const ShaderRepository shaders;
-    const OpenGL openGl(options.verbose);
+    const OpenGL openGl(OpenGL::On::HiddenContext, options.verbose);
     const GL::Texture texture = uploadVolume(volume);
     const Scene scene{volume,
                       texture,
@@ -200,11 +163,11 @@ int runGallery(const GalleryOptions& options) {
                       options.directory};
     if (!volume.orientationKnown && Log::isAccepted(Log::Warning, "Gallery"))
         Log::log(Log::Warning, "Gallery", options.volume.string() + " does not say which side is left.");
-    int errors = takeErrors();
+    int errors = takeOpenGlErrors();
     GalleryPage page;
     for (const Picture* picture : pictures) {
         page.entries.push_back(makePicture(*picture, scene, options));
-        errors += takeErrors();
+        errors += takeOpenGlErrors();
     }
     const GL::PlatformInfo driver = GL::platformInfo();
     std::cout << "driver: " << driver.rendererString << ", OpenGL " << driver.versionString

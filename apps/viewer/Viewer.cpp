@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include "viewer/Viewer.h"
 
+#include "scene/OpenGL.h"
 #include "support/Png.h"
 #include "viewer/PaneOverlay.h"
 
-#include <Veltrand/GL/Debug.h>
 #include <Veltrand/GL/Functions.h>
 
 #include <cmath>
@@ -17,14 +17,6 @@ namespace {
 
 /// After so long without a change, surfaces get smooth edges.
 constexpr double QuietSeconds = 0.3;
-
-/// Reads all pending OpenGL errors; each is logged. A lost context may report errors without end.
-int takeErrors() {
-    int count = 0;
-    while (count < 100 && GL::Debug::check() != GL::Debug::Error::NoError)
-        ++count;
-    return count;
-}
 
 } // namespace
 
@@ -134,7 +126,7 @@ void Viewer::draw(Quality quality) {
 void Viewer::drawFrame(Quality quality) {
     GL::setDpiScale(m_window.contentScale());
     m_painter.draw(m_state, geometry(), m_worker.progress(), quality);
-    m_errors += takeErrors();
+    m_errors += takeOpenGlErrors();
 }
 
 void Viewer::save(const std::filesystem::path& file) {

@@ -1,48 +1,23 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include "scene/EmbeddedRepository.h"
+#include "scene/OpenGL.h"
 #include "support/Nifti.h"
 #include "viewer/Options.h"
 #include "viewer/ScriptPlayer.h"
 
 #include <Veltrand/Core/Log.h>
-#include <Veltrand/GL/ContextGLX.h>
-#include <Veltrand/GL/ContextManager.h>
 
 #include <ViewerShaders.h>
 #include <algorithm>
 #include <exception>
 #include <iostream>
-#include <utility>
+#include <stdexcept>
 
 namespace Veltrand::Apps {
 
 namespace {
 
 constexpr const char* Name = "veltrandgl-viewer: ";
-
-/// OpenGL on the context that is current, for a scope.
-class OpenGL : private Utils::NotCopyable {
-public:
-    /// @param verbose shows what the library logs while it starts; otherwise only the last error is of
-    ///        interest, as the reason of a failure
-    explicit OpenGL(bool verbose) {
-        std::string reason;
-        const Log::SinkId sink = Log::addSink([&reason](const Log::Message& message) {
-            if (message.level >= Log::Error)
-                reason = message.text;
-        });
-        Log::setDefaultSinkEnabled(verbose);
-        auto context = GL::ContextGLX::adoptCurrent();
-        const bool isUsable = context != nullptr;
-        if (isUsable)
-            GL::init(std::move(context));
-        Log::setDefaultSinkEnabled(true);
-        Log::removeSink(sink);
-        if (!isUsable)
-            throw std::runtime_error("there is no usable OpenGL: " + reason + ".");
-    }
-    ~OpenGL() { GL::deinit(); }
-};
 
 std::vector<std::string> loadNames(const ViewerOptions& options, const std::filesystem::path& labels) {
     if (!options.names)
@@ -66,15 +41,13 @@ Study loadStudy(const ViewerOptions& options) {
 }
 
 int show(const ViewerOptions& options) {
-    if (GL::ContextManager::openGlDisabled())
-        throw std::runtime_error("OpenGL is switched off by VELTRAND_DISABLE_OPENGL.");
     std::vector<ScriptCommand> script;
     if (options.script)
         script = readScript(*options.script);
     const Study study = loadStudy(options);
     const std::filesystem::path file = options.volume.value_or(DefaultVolume);
     GlfwWindow window(options.size, file.filename().string() + " - veltrandgl-viewer");
-    const OpenGL openGl(options.verbose);
+    const OpenGL openGl(OpenGL::On::CurrentContext, options.verbose);
     const SceneShaders sharedShaders;
     const EmbeddedRepository shaders("VeltrandViewer", ViewerShaders, ViewerShadersCount);
     Viewer viewer(window, study, options.level);

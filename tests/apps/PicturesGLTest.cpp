@@ -97,7 +97,7 @@ bool hasLetter(const PngPicture& picture, char letter, int centerX, int centerY,
     int drawn = 0;
     for (int y = 0; y < Side; ++y)
         for (int x = 0; x < Side; ++x) {
-            const int expected = pixels[static_cast<std::size_t>(4 * (y * Side + x))];
+            const int expected = pixels[4 * static_cast<std::size_t>(y * Side + x)];
             drawn += expected > 0 ? 1 : 0;
             if (picture.at(centerX - Reach + x, centerY - Reach + y) != expected)
                 return false;

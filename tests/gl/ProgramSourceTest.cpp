@@ -145,9 +145,11 @@ TEST(ProgramSource, OnlyExactDirectivesAreExpanded) {
         {"#pragma include a b \"T/inc\"", false}, {"#pragma optimize(off)", false},
     };
     for (const auto& [line, isExpanded] : cases) {
-        const std::string text = isExpanded ? "// START: " + line + "\nint i;\n// END: " + line : line;
-        EXPECT_EQ(assembleMain({{"main", "a\n" + line + "\nb"}, {"inc", "int i;"}}),
-                  "\n" + fragmentHead + "a\n" + text + "\nb\n");
+        std::string expected = "\n" + fragmentHead + "a\n";
+        if (isExpanded)
+            expected.append("// START: ").append(line).append("\nint i;\n// END: ");
+        expected.append(line).append("\nb\n");
+        EXPECT_EQ(assembleMain({{"main", "a\n" + line + "\nb"}, {"inc", "int i;"}}), expected);
     }
 }
 

@@ -73,6 +73,7 @@ TEST_F(TextureGL, SizesThatDoNotFitAreWarnedAbout) {
         const Texture texture(target, requestedSize, InternalFormat::R8);
         ignoreErrors();
         std::vector<Testing::LogLine> lines;
+        lines.reserve(warnings.size());
         for (const std::string& warning : warnings)
             lines.push_back({Log::Warning, "GL.Texture", warning});
         EXPECT_EQ(log().take("GL.Texture"), lines);

@@ -27,7 +27,7 @@ struct PngPicture {
     /// One channel, green unless told otherwise; the origin is the lower left corner.
     [[nodiscard]] int at(int x, int y, std::size_t channel = 1) const {
         const auto row = static_cast<std::size_t>(static_cast<int>(image.height) - 1 - y);
-        return pixels[4 * (row * image.width + static_cast<std::size_t>(x)) + channel];
+        return pixels.at(4 * (row * image.width + static_cast<std::size_t>(x)) + channel);
     }
 };
 

@@ -148,12 +148,12 @@ bool isColor(const PngPicture& picture, const Eigen::Vector2i& pixel, const Vect
 
 /// How many pixels of a quadrant differ clearly.
 int differences(const PngPicture& a, const PngPicture& b, const Eigen::Vector2i& quadrant) {
-    const Eigen::Vector2i size(int(a.image.width) / 2 - 2, int(a.image.height) / 2 - 15);
+    const Eigen::Vector2i size(int(a.image.width) / 2 - 2, int(a.image.height) / 2 - 16);
     int count = 0;
     for (int y = 0; y < size.y(); ++y)
         for (int x = 0; x < size.x(); ++x) {
             const Eigen::Vector2i pixel(quadrant.x() * (size.x() + 4) + x,
-                                        quadrant.y() * (size.y() + 17) + 14 + y);
+                                        quadrant.y() * (size.y() + 18) + 14 + y);
             for (std::size_t channel = 0; channel < 3; ++channel)
                 if (std::abs(a.at(pixel.x(), pixel.y(), channel) - b.at(pixel.x(), pixel.y(), channel)) > 8) {
                     ++count;

@@ -1,9 +1,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include "gallery/Options.h"
 
-#include <algorithm>
 #include <array>
-#include <charconv>
 #include <cmath>
 
 namespace Veltrand::Apps {
@@ -54,8 +52,7 @@ GalleryOptions parseOptions(Utils::Span<const char* const> arguments) {
 
 std::string_view usage() {
     return "usage: veltrandgl-gallery [--volume FILE] [--labels FILE] [--out DIR] [--size WxH] [--point "
-           "X,Y,Z] "
-           "[--list] [--verbose] [--help] [PICTURE...]";
+           "X,Y,Z] [--list] [--verbose] [--help] [PICTURE...]";
 }
 
 std::string_view help() {

@@ -24,7 +24,7 @@ layout(std430) buffer Result { uint result[]; };
 layout(rgba8) uniform writeonly image2D plane;
 layout(rgba8) uniform writeonly image3D deep;
 void main() {
-    result[gl_GlobalInvocationID.x] = gl_GlobalInvocationID.x + 7u;
+    result[gl_GlobalInvocationID.x] = gl_GlobalInvocationID.x + 10u * gl_NumWorkGroups.y + 100u * gl_NumWorkGroups.z;
     imageStore(plane, ivec2(0), vec4(1));
     imageStore(deep, ivec3(0), vec4(1));
 })"}}) {}
@@ -252,11 +252,11 @@ TEST_F(ProgramArgumentsGL, ComputeWritesToBuffersAndImages) {
     EXPECT_EQ(getIntIndexed(GL_IMAGE_BINDING_ACCESS, 0), GL_WRITE_ONLY);
     EXPECT_EQ(uniformInt(*program, "deep"), 1);
 
-    program->dispatchCompute(Eigen::Vector3i(3, 1, 1));
+    program->dispatchCompute(Eigen::Vector3i(3, 1, 2));
     memoryBarrier(Barrier::All);
     std::vector<GLuint> result(6);
     glGetBufferSubData(GL_SHADER_STORAGE_BUFFER, 0, 24, result.data());
-    EXPECT_EQ(result, (std::vector<GLuint>{7, 8, 9, 10, 11, 12}));
+    EXPECT_EQ(result, (std::vector<GLuint>{210, 211, 212, 213, 214, 215}));
 
     // The units are handed out anew after compiling.
     EXPECT_TRUE(program->setExpandDefines(true, Compilation::Immediate));

@@ -36,4 +36,10 @@ TEST(TextPlacement, ScalesSizesForTheDisplay) {
     EXPECT_EQ(fontPixelSize(effectiveSize(2000000000, 8)), 0xFFFF);
 }
 
+TEST(TextPlacement, DecoratesBelowTheBaselineAndThroughTheMiddle) {
+    const LineBox reference({0, -4}, {10, 12}); // of letters with both kinds of stems
+    EXPECT_EQ(underlineY(20.4, reference), 17.5);
+    EXPECT_EQ(strikeThroughY(20.4, reference), 25.5);
+}
+
 } // namespace Veltrand::GL

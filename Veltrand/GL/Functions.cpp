@@ -6,6 +6,7 @@
 #include <Veltrand/GL/detail/LogMessage.h>
 
 #include <Eigen/Core>
+#include <algorithm>
 #include <array>
 #include <atomic>
 #include <cmath>
@@ -81,8 +82,51 @@ DriverTexts driverTexts() {
     return texts;
 }
 
-// The most numbers that one name stands for, so that a question for a vector gets its first and no more.
+// The most numbers that a name of fixed length stands for, a matrix.
 constexpr std::size_t maximumComponents = 16;
+
+/// How long a list is that a driver may make as long as it likes.
+struct ListLength {
+    GLenum numEntries; ///< the name to ask; 0 for anything but a list
+    std::size_t numbersPerEntry;
+};
+
+ListLength listLength(GLenum name) {
+    // Of extensions that the loader does not know.
+    constexpr GLenum multisampleCoverageModes = 0x8E12;     // GL_MULTISAMPLE_COVERAGE_MODES_NV
+    constexpr GLenum numMultisampleCoverageModes = 0x8E11;  // GL_MAX_MULTISAMPLE_COVERAGE_MODES_NV
+    constexpr GLenum supportedMultisampleModes = 0x91B7;    // GL_SUPPORTED_MULTISAMPLE_MODES_AMD
+    constexpr GLenum numSupportedMultisampleModes = 0x91B6; // GL_NUM_SUPPORTED_MULTISAMPLE_MODES_AMD
+    switch (name) {
+    case GL_COMPRESSED_TEXTURE_FORMATS:
+        return {GL_NUM_COMPRESSED_TEXTURE_FORMATS, 1};
+    case GL_PROGRAM_BINARY_FORMATS:
+        return {GL_NUM_PROGRAM_BINARY_FORMATS, 1};
+    case GL_SHADER_BINARY_FORMATS:
+        return {GL_NUM_SHADER_BINARY_FORMATS, 1};
+    case multisampleCoverageModes:
+        return {numMultisampleCoverageModes, 2};
+    case supportedMultisampleModes:
+        return {numSupportedMultisampleModes, 3};
+    default:
+        return {0, 0};
+    }
+}
+
+/// The first of the numbers that @p get writes for a name; 0 for an empty list.
+template<class T>
+T firstNumber(void (*get)(GLenum, T*), GLenum name) {
+    if (const auto [numEntries, numbersPerEntry] = listLength(name); numEntries != 0) {
+        GLint count = 0;
+        glGetIntegerv(numEntries, &count);
+        std::vector<T> values(static_cast<std::size_t>(std::max(count, 1)) * numbersPerEntry);
+        get(name, values.data());
+        return values[0];
+    }
+    std::array<T, maximumComponents> values{};
+    get(name, values.data());
+    return values[0];
+}
 
 GpuVendor vendorOf(const PlatformInfo& info) {
     const auto vendorHas = [&info](std::string_view part) {
@@ -164,15 +208,11 @@ MemoryInfo memoryInfo() {
 }
 
 bool getBool(GLenum name) {
-    std::array<GLboolean, maximumComponents> values{};
-    glGetBooleanv(name, values.data());
-    return values[0] == GL_TRUE;
+    return firstNumber(glGetBooleanv, name) == GL_TRUE;
 }
 
 int getInt(GLenum name) {
-    std::array<GLint, maximumComponents> values{};
-    glGetIntegerv(name, values.data());
-    return values[0];
+    return firstNumber(glGetIntegerv, name);
 }
 
 int getIntIndexed(GLenum name, GLuint index) {
@@ -182,9 +222,7 @@ int getIntIndexed(GLenum name, GLuint index) {
 }
 
 float getFloat(GLenum name) {
-    std::array<GLfloat, maximumComponents> values{};
-    glGetFloatv(name, values.data());
-    return values[0];
+    return firstNumber(glGetFloatv, name);
 }
 
 std::string getString(GLenum name) {

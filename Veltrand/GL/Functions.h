@@ -53,7 +53,7 @@ struct MemoryInfo {
 /// GL: glGetIntegerv
 [[nodiscard]] VELTRAND_GL_API MemoryInfo memoryInfo();
 
-// Reading state; of a vector the first number
+// Reading state; of a vector or list the first number, of an empty list 0
 
 /// GL: glGetBooleanv, 1.0
 [[nodiscard]] VELTRAND_GL_API bool getBool(GLenum name);

@@ -43,6 +43,39 @@ TEST_F(FunctionsGL, DriverIsDescribed) {
     EXPECT_EQ(getGraphicsResetStatus(), GLenum{GL_NO_ERROR});
 }
 
+namespace {
+
+// A driver with more formats and modes than there are in a matrix, or with none.
+constexpr GLenum multisampleModes = 0x91B7; // three numbers each
+GLint listLength = 0;
+
+template<class T>
+void answerWithList(GLenum name, T* numbers) {
+    const bool isList = name == GL_COMPRESSED_TEXTURE_FORMATS || name == GL_PROGRAM_BINARY_FORMATS ||
+                        name == GL_SHADER_BINARY_FORMATS || name == multisampleModes;
+    if (isList)
+        std::fill_n(numbers, listLength * (name == multisampleModes ? 3 : 1), static_cast<T>(7));
+    else
+        *numbers = static_cast<T>(listLength);
+}
+
+} // namespace
+
+TEST_F(FunctionsGL, OfListsTheFirstNumberIsReadHoweverLongTheyAre) {
+    const Testing::ScopedEntryPoint bools(glad_glGetBooleanv, answerWithList<GLboolean>);
+    const Testing::ScopedEntryPoint ints(glad_glGetIntegerv, answerWithList<GLint>);
+    const Testing::ScopedEntryPoint floats(glad_glGetFloatv, answerWithList<GLfloat>);
+    for (const int length : {0, 1, 5000}) {
+        listLength = length;
+        for (const GLenum name : {GLenum{GL_COMPRESSED_TEXTURE_FORMATS}, GLenum{GL_PROGRAM_BINARY_FORMATS},
+                                  GLenum{GL_SHADER_BINARY_FORMATS}, multisampleModes}) {
+            EXPECT_EQ(getInt(name), length > 0 ? 7 : 0);
+            EXPECT_EQ(getFloat(name), length > 0 ? 7.F : 0.F);
+            static_cast<void>(getBool(name));
+        }
+    }
+}
+
 TEST_F(FunctionsGL, BarriersNeedTheirEntryPoint) {
     static GLbitfield received = 0;
     const Testing::ScopedEntryPoint present(glad_glMemoryBarrier, [](GLbitfield bits) { received = bits; });

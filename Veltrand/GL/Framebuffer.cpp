@@ -28,6 +28,18 @@ static_assert(GLenum(Framebuffer::Attachment::DepthStencil) == GL_DEPTH_STENCIL_
               GLenum(Framebuffer::Attachment::Color6) == GL_COLOR_ATTACHMENT6 &&
               GLenum(Framebuffer::Attachment::Color7) == GL_COLOR_ATTACHMENT7);
 
+namespace {
+
+/// Those that have a name in OpenGL. The numbers beyond them are other attachment points, such as depth.
+constexpr int numColorPoints = 32;
+
+void logInvalidPoint(GLenum point) {
+    logMessage(Log::Error, "GL.Framebuffer",
+               [point] { return "Invalid attachment point: " + std::to_string(point); });
+}
+
+} // namespace
+
 Framebuffer::Framebuffer()
     : m_drawBuffers{GL_COLOR_ATTACHMENT0} {
     glGenFramebuffers(1, &m_id);
@@ -84,14 +96,17 @@ void Framebuffer::attach(Texture& texture, Attachment attachment, int level) {
 
 void Framebuffer::attach(Texture& texture, int colorIndex) {
     const InternalFormat format = texture.internalFormat();
-    auto attachment = static_cast<Attachment>(GL_COLOR_ATTACHMENT0 + static_cast<GLenum>(colorIndex));
+    const GLenum colorPoint = GL_COLOR_ATTACHMENT0 + static_cast<GLenum>(colorIndex);
     if (format.isDepthFormat())
-        attachment = Attachment::Depth;
+        attach(texture, Attachment::Depth);
     else if (format.isStencilFormat())
-        attachment = Attachment::Stencil;
+        attach(texture, Attachment::Stencil);
     else if (format.isDepthStencilFormat())
-        attachment = Attachment::DepthStencil;
-    attach(texture, attachment, 0);
+        attach(texture, Attachment::DepthStencil);
+    else if (colorIndex >= 0 && colorIndex < numColorPoints)
+        attach(texture, static_cast<Attachment>(colorPoint));
+    else
+        logInvalidPoint(colorPoint);
 }
 
 void Framebuffer::attachLayer(Texture& texture, Attachment attachment, int layer, int level) {
@@ -155,8 +170,7 @@ void Framebuffer::record(Attachment attachment, bool present) {
             m_colorAttachments.resize(index + 1, GL_NONE);
         m_colorAttachments[index] = present ? value : GL_NONE;
     } else {
-        logMessage(Log::Error, "GL.Framebuffer",
-                   [value] { return "Invalid attachment point: " + std::to_string(value); });
+        logInvalidPoint(value);
     }
 }
 

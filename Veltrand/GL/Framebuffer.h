@@ -57,7 +57,7 @@ public:
     /// is logged. GL: glFramebufferTexture, 3.2
     void attach(Texture& texture, Attachment attachment, int level = 0);
     /// Attaches level 0 where the texture's format belongs: depth, stencil, both, or the colour attachment of
-    /// that index. GL: glFramebufferTexture, 3.2
+    /// that index; one that does not exist is logged. GL: glFramebufferTexture, 3.2
     void attach(Texture& texture, int colorIndex);
     /// Attaches one layer of a 3D or array texture. GL: glFramebufferTextureLayer, 3.0
     void attachLayer(Texture& texture, Attachment attachment, int layer, int level = 0);

@@ -53,10 +53,16 @@ TEST_F(FramebufferGL, ColourAttachmentsAreRecordedWithTheirGaps) {
     moved.detachAll();
     EXPECT_TRUE(moved.colorAttachments().empty());
     EXPECT_EQ(attachedTexture(GL_COLOR_ATTACHMENT0), 0);
-    moved.attach(first, 8);
-    EXPECT_NE(Debug::check(false), Debug::Error::NoError);
-    EXPECT_TRUE(log().takeLine({Log::Error, "GL.Framebuffer", "Invalid attachment point: 36072"}));
-    EXPECT_TRUE(moved.colorAttachments().empty());
+    // Counted on from the first colour attachment, some indices would be those of depth and stencil.
+    for (const int index : {8, 32, 64, GL_DEPTH_STENCIL_ATTACHMENT - GL_COLOR_ATTACHMENT0, -1}) {
+        moved.attach(first, index);
+        EXPECT_EQ(Debug::check(false) != Debug::Error::NoError, index == 8);
+        const std::string point = std::to_string(GL_COLOR_ATTACHMENT0 + index);
+        EXPECT_TRUE(log().takeLine({Log::Error, "GL.Framebuffer", "Invalid attachment point: " + point}));
+        EXPECT_TRUE(moved.colorAttachments().empty());
+        EXPECT_FALSE(moved.hasDepthAttachment() || moved.hasStencilAttachment());
+    }
+    EXPECT_EQ(attachedTexture(GL_DEPTH_ATTACHMENT), 0);
     m_framebuffer = std::move(moved);
     const ScopedEntryPoint none(glad_glGenFramebuffers, [](GLsizei, GLuint* ids) { *ids = 0; });
     EXPECT_EQ(Testing::thrown([] { const Framebuffer framebuffer; }),

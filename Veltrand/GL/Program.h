@@ -241,7 +241,7 @@ public:
     /// @return the unit; -1, logged, if there is none left or @p texture is null
     /// GL: glBindTexture, glBindSampler, 3.3
     int bindSampler(const std::string& name, const Texture* texture, const Sampler* sampler, bool setUniform);
-    /// Binds level 0 of a texture, all layers, to the image unit of @p name or to a further one.
+    /// Binds level 0 of a texture, all layers or faces, to the image unit of @p name or to a further one.
     /// @return false, logged, if there is no unit left, as always below OpenGL 4.2
     /// GL: glBindImageTexture, 4.2
     bool bindImage(const std::string& name, const Texture& texture, ImageAccess access);

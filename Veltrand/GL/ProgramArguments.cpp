@@ -113,6 +113,13 @@ void setUniform(GLint location, const std::vector<Element>& values) {
         setUniforms(location, values.size(), values.data());
 }
 
+/// Whether there is more than one layer, which 1D arrays count in their height and cubes have in any case.
+bool hasLayers(const Texture& texture) {
+    const Texture::Target target = texture.target();
+    return texture.depth() > 1 || target == Texture::Target::TextureCubeMap ||
+           (target == Texture::Target::Texture1DArray && texture.height() > 1);
+}
+
 } // namespace
 
 int Program::loc(const std::string& name) const {
@@ -288,7 +295,7 @@ bool Program::bindImage(const std::string& name, const Texture& texture, ImageAc
         entry = m_imageBindings.emplace(entry);
     }
     const auto unit = static_cast<GLint>(entry - m_imageBindings.begin());
-    const GLboolean layered = texture.depth() > 1 ? GL_TRUE : GL_FALSE;
+    const GLboolean layered = hasLayers(texture) ? GL_TRUE : GL_FALSE;
     glBindImageTexture(static_cast<GLuint>(unit), texture.id(), 0, layered, 0, static_cast<GLenum>(access),
                        texture.internalFormat().value());
     glUniform1i(loc(name), unit);

@@ -248,9 +248,21 @@ TEST_F(ProgramArgumentsGL, ComputeWritesToBuffersAndImages) {
     ASSERT_TRUE(program->bindImage("plane", texture, Program::ImageAccess::WriteOnly));
     EXPECT_EQ(getIntIndexed(GL_SHADER_STORAGE_BUFFER_BINDING, 1), 0);
     EXPECT_EQ(getIntIndexed(GL_IMAGE_BINDING_NAME, 1), nameOf(volume));
-    EXPECT_EQ(getIntIndexed(GL_IMAGE_BINDING_LAYERED, 1), 1);
     EXPECT_EQ(getIntIndexed(GL_IMAGE_BINDING_ACCESS, 0), GL_WRITE_ONLY);
     EXPECT_EQ(uniformInt(*program, "deep"), 1);
+    using Target = Texture::Target;
+    for (const auto& [target, size, layered] : {std::tuple(Target::Texture3D, Eigen::Vector3i(4, 4, 2), 1),
+                                                {Target::Texture3D, {4, 4, 1}, 0},
+                                                {Target::Texture2DArray, {4, 4, 2}, 1},
+                                                {Target::Texture1DArray, {4, 2, 1}, 1},
+                                                {Target::Texture1DArray, {4, 1, 1}, 0},
+                                                {Target::TextureCubeMap, {4, 4, 1}, 1},
+                                                {Target::Texture2D, {4, 4, 1}, 0}}) {
+        const Texture any(target, size, InternalFormat::RGBA8);
+        ASSERT_TRUE(program->bindImage("deep", any, Program::ImageAccess::ReadWrite));
+        EXPECT_EQ(getIntIndexed(GL_IMAGE_BINDING_LAYERED, 1), layered) << int(target) << ' ' << size;
+    }
+    ASSERT_TRUE(program->bindImage("deep", volume, Program::ImageAccess::ReadWrite));
 
     program->dispatchCompute(Eigen::Vector3i(3, 1, 2));
     memoryBarrier(Barrier::All);

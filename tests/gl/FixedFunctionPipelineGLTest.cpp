@@ -187,7 +187,7 @@ TEST_F(FixedFunctionPipelineGL, DrawsWhatTheDriversOwnPipelineDraws) {
 }
 
 TEST_F(FixedFunctionPipelineGL, BuildsProgramsWhenNeededAndTriesAgain) {
-    auto& pipeline = *FixedFunctionPipeline::get();
+    FixedFunctionPipeline pipeline; // the context's own may have built them for another test
     const auto enable = [&] { pipeline.enableWithoutReset(Selection::WideLinesAdjacency, nullptr); };
     {
         const Testing::ScopedEntryPoint broken(glad_glCompileShader, [](GLuint) {});

@@ -15,6 +15,7 @@
 #include <Veltrand/GL/detail/LogMessage.h>
 #include <Veltrand/GL/detail/MoveOnly.h>
 #include <Veltrand/GL/detail/ScopedState.h>
+#include <Veltrand/GL/detail/TargetLoan.h>
 #include <Veltrand/GL/detail/TargetSize.h>
 
 #include <Eigen/Core>
@@ -36,7 +37,6 @@ static_assert(MoveOnly<OffscreenRenderHelper::RenderBuffer> &&
 namespace {
 
 constexpr std::string_view category = "GL.OffscreenRenderHelper";
-constexpr auto targetFlags = StateGuard::SaveFlags::Viewport | StateGuard::SaveFlags::Framebuffer;
 constexpr int defaultCacheSize = 10;
 constexpr int maxOutlineWidth = 16;
 constexpr int errorKinds = 8; // of which OpenGL keeps one each
@@ -168,7 +168,7 @@ OffscreenRenderHelper::RenderBuffer::~RenderBuffer() {
 }
 
 OffscreenRenderHelper::RenderBuffer::RenderBuffer(RenderBuffer&& other) noexcept
-    : m_guard(std::move(other.m_guard))
+    : m_loan(std::move(other.m_loan))
     , m_framebuffer(std::move(other.m_framebuffer))
     , m_colorTexture(std::move(other.m_colorTexture))
     , m_depthTexture(std::move(other.m_depthTexture))
@@ -179,8 +179,8 @@ OffscreenRenderHelper::RenderBuffer&
 OffscreenRenderHelper::RenderBuffer::operator=(RenderBuffer&& other) noexcept {
     if (this == &other)
         return *this;
-    giveBackBelow(other);
-    m_guard = std::move(other.m_guard);
+    giveBack();
+    m_loan = std::move(other.m_loan);
     m_framebuffer = std::move(other.m_framebuffer);
     m_colorTexture = std::move(other.m_colorTexture);
     m_depthTexture = std::move(other.m_depthTexture);
@@ -199,18 +199,6 @@ void OffscreenRenderHelper::RenderBuffer::giveBack() noexcept {
     } catch (...) {
         logSlotFailure("something that is no exception");
     }
-}
-
-// A buffer that is drawn to was lent later: its parent may be this one, which is to end first.
-void OffscreenRenderHelper::RenderBuffer::giveBackBelow(RenderBuffer& next) noexcept {
-    if (!m_guard || !next.m_guard || !next.m_framebuffer->isBound()) {
-        giveBack();
-        return;
-    }
-    const StateGuard drawing(targetFlags);
-    next.m_guard.reset();
-    giveBack();
-    next.m_guard = std::make_unique<StateGuard>(targetFlags);
 }
 
 void OffscreenRenderHelper::RenderBuffer::blendToParent(ColorPostProcessing processing,
@@ -287,7 +275,8 @@ OffscreenRenderHelper::RenderBuffer OffscreenRenderHelper::create(const Eigen::V
     if (buffer.isEmpty() && !checkConfig(config))
         return {};
 
-    auto guard = std::make_unique<StateGuard>(targetFlags);
+    const auto parent = static_cast<GLuint>(getInt(GL_FRAMEBUFFER_BINDING));
+    StateGuard guard(StateGuard::SaveFlags::Viewport | StateGuard::SaveFlags::Framebuffer);
     std::optional<TextureBinding> binding;
     if (buffer.isEmpty() || !glClearTexImage)
         binding.emplace(GLenum{GL_TEXTURE_2D});
@@ -301,7 +290,7 @@ OffscreenRenderHelper::RenderBuffer OffscreenRenderHelper::create(const Eigen::V
     // Unlike clears of the framebuffer, those of textures know no scissor and no masks.
     buffer.m_colorTexture->clear<float>(Eigen::Vector4f::Zero());
     buffer.m_depthTexture->clear<float>(Eigen::Vector4f(1, 0, 0, 0));
-    buffer.m_guard = std::move(guard);
+    buffer.m_loan = std::make_unique<TargetLoan>(std::move(guard), parent, buffer.m_framebuffer->id());
     buffer.m_helper = this;
     return buffer;
 }
@@ -313,7 +302,7 @@ void OffscreenRenderHelper::returnToCache(RenderBuffer* buffer) {
         const StateGuard guard = framebuffer.guardedBind();
         attachOwn(*buffer);
     }
-    buffer->m_guard.reset();
+    buffer->m_loan.reset();
     buffer->m_helper = nullptr;
     const Texture& color = *buffer->m_colorTexture;
     const BufferConfig config{color.width(), color.height(), color.internalFormat(),
@@ -350,7 +339,7 @@ void OffscreenRenderHelper::blendToParent(RenderBuffer* buffer, ColorPostProcess
     if (!buffer || buffer->isEmpty())
         return;
     Program& program = blendProgram(oit != nullptr);
-    buffer->m_guard.reset();
+    buffer->m_loan->leave();
     const InternalFormat format = buffer->m_colorTexture->internalFormat();
     if (format.isIntegerFormat()) {
         logMessage(Log::Error, category,

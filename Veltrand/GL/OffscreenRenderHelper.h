@@ -15,6 +15,8 @@
 
 namespace Veltrand::GL {
 
+class TargetLoan;
+
 /// Lends render targets, so that a part of a scene can be drawn apart and then put into the picture.
 ///
 ///     {
@@ -29,8 +31,11 @@ namespace Veltrand::GL {
 /// A buffer that comes back is kept for the next request of its size and formats: one of each configuration,
 /// and of at most `cacheSize()` configurations those that were used last.
 ///
-/// Use it on the thread whose context is current, always the same context. Buffers end before their helper,
-/// each before what was its parent.
+/// Buffers may come back in any order, also those of several helpers: one that is lent inside another one
+/// stays the target when that one comes back first, and its parent is then what that one's was. When all are
+/// back, the target is what it was before the first.
+///
+/// Use it on the thread whose context is current, always the same context. Buffers end before their helper.
 class VELTRAND_GL_API OffscreenRenderHelper : private Utils::NotCopyable {
 public:
     /// What a buffer is cached by.
@@ -61,13 +66,12 @@ public:
     public:
         /// Nothing.
         RenderBuffer() noexcept;
-        /// Makes the parent the target again, unless that has been done, for drawing and reading and with the
-        /// viewport that it had, and gives the buffer back.
+        /// Gives the buffer back. Makes the parent the target again, for drawing and reading and with the
+        /// viewport that it had, unless that has been done, or is left to one that was lent later.
         ~RenderBuffer();
         /// The source is then empty.
         RenderBuffer(RenderBuffer&& other) noexcept;
-        /// Gives back what this held; the source is then empty. When a buffer takes the place of the one that
-        /// is its parent, it stays bound and gets the parent's parent.
+        /// Gives back what this held; the source is then empty.
         RenderBuffer& operator=(RenderBuffer&& other) noexcept;
 
         /// Whether this is nothing, as after a request that could not be met; it must not be asked for its
@@ -88,9 +92,8 @@ public:
     private:
         friend class OffscreenRenderHelper;
         void giveBack() noexcept;
-        void giveBackBelow(RenderBuffer& next) noexcept;
 
-        std::unique_ptr<StateGuard> m_guard; ///< of the parent's state
+        std::unique_ptr<TargetLoan> m_loan; ///< while on loan, and what was drawn to before
         std::unique_ptr<Framebuffer> m_framebuffer;
         std::unique_ptr<Texture> m_colorTexture;
         std::unique_ptr<Texture> m_depthTexture;
@@ -120,7 +123,7 @@ public:
     /// upload
     [[nodiscard]] RenderBuffer create(const Eigen::Vector2i& size, InternalFormat colorFormat,
                                       InternalFormat depthFormat);
-    /// Makes the parent the target again and takes the buffer, which is then empty. A buffer of the same
+    /// Takes the buffer, which is then empty, with the target as where it ends. A buffer of the same
     /// configuration that is in the cache is destroyed, and those that are too many. What a slot of the
     /// eviction signal throws passes through here, and is logged where a buffer ends by itself.
     void returnToCache(RenderBuffer* buffer);

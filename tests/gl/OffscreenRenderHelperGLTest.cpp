@@ -8,6 +8,7 @@
 
 #include <cmath>
 #include <functional>
+#include <set>
 #include <span>
 
 namespace Veltrand::GL {
@@ -129,6 +130,35 @@ TEST_F(OffscreenRenderHelperGL, MovesKeepTheOrderInWhichTargetsComeBack) {
     EXPECT_EQ(target(), of(inner));
     inner = RenderBuffer();
     EXPECT_EQ(target(), parent);
+}
+
+// Lends of two helpers, one in the other; between them the caller may have bound a framebuffer of its own.
+TEST_F(OffscreenRenderHelperGL, ReturnsInAnyOrderRestoreWhatWasThereBeforeTheFirst) {
+    const auto before = target();
+    Framebuffer own;
+    OffscreenRenderHelper other;
+    other.setCacheSize(0); // its framebuffers end as they come back
+    for (const bool binds : {false, true}) {
+        std::array<std::size_t, 4> order{0, 1, 2, 3};
+        do {
+            SCOPED_TRACE(testing::PrintToString(order) + (binds ? " with one of the caller's" : ""));
+            std::vector<RenderBuffer> buffers;
+            for (int i = 0; i < 4; ++i) {
+                if (binds && i == 2)
+                    own.bind();
+                buffers.push_back((i % 2 == 0 ? m_helper : other).create({7 + i, 1}, color, depth));
+            }
+            std::set<std::size_t> lent{0, 1, 2, 3};
+            for (const std::size_t index : order) {
+                const bool innermost = index == *lent.rbegin();
+                lent.erase(index);
+                buffers[index] = RenderBuffer();
+                // Who still draws keeps its target.
+                EXPECT_TRUE(innermost || target()[1] == 7 + *lent.rbegin());
+            }
+            EXPECT_EQ(target(), before);
+        } while (std::ranges::next_permutation(order).found);
+    }
 }
 
 TEST_F(OffscreenRenderHelperGL, EvictsTheLeastRecentlyUsedAndNeverTakesThemBack) {
@@ -272,6 +302,31 @@ TEST_F(OffscreenBlendGL, LaysTheProcessedPictureOverTheParentAsItsDepthTestSays)
     RenderBuffer integers = m_helper.create(size, InternalFormat::RGBA8UI, depth);
     integers.blendToParent();
     EXPECT_TRUE(log().takeLine({4, std::string(category), "Cannot blend a buffer of format \"RGBA8UI\"."}));
+}
+
+// A buffer goes onto its parent's parent, or a framebuffer of the caller's, when the one below it is back.
+TEST_F(OffscreenBlendGL, BlendsWhereItsParentWouldHave) {
+    Framebuffer own;
+    for (const bool binds : {false, true}) {
+        clearParent();
+        const auto before = target();
+        std::optional<RenderBuffer> outer = lend();
+        if (binds) {
+            own.bind();
+            own.attach(m_depth, 0);
+            own.attach(m_color, 0);
+            own.setDrawBuffers();
+        }
+        std::optional<RenderBuffer> inner = lendPainted();
+        outer.reset();
+        EXPECT_EQ(target()[0], inner->framebuffer().id());
+        inner->blendToParent();
+        EXPECT_EQ(colors(), "040 400 202 202 222 004 040 ");
+        EXPECT_EQ(target()[0], binds ? own.id() : before[0]);
+        inner->framebuffer().bind(); // behind its back
+        inner.reset();
+        EXPECT_EQ(target(), before);
+    }
 }
 
 TEST_F(OffscreenBlendGL, GoesIntoTheListsOfTransparency) {

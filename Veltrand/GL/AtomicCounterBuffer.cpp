@@ -47,6 +47,8 @@ void AtomicCounterBuffer::unbind() {
 }
 
 void AtomicCounterBuffer::setData(Utils::Span<const unsigned int> values) {
+    if (id() == 0)
+        return;
     const auto bytes = static_cast<std::int64_t>(values.size_bytes());
     allocateBuffer(bytes);
     if (!values.empty())

@@ -104,6 +104,8 @@ void Blending::getState() {
 }
 
 void Blending::setBlendingEnabled(bool enabled) {
+    if (m_released)
+        return;
     if (enabled)
         glEnable(GL_BLEND);
     else
@@ -111,6 +113,8 @@ void Blending::setBlendingEnabled(bool enabled) {
 }
 
 void Blending::setFunction(Function srcRGB, Function dstRGB, Function srcAlpha, Function dstAlpha) {
+    if (m_released)
+        return;
     glBlendFuncSeparate(static_cast<GLenum>(srcRGB), static_cast<GLenum>(dstRGB),
                         static_cast<GLenum>(srcAlpha), static_cast<GLenum>(dstAlpha));
 }
@@ -120,6 +124,8 @@ void Blending::setFunction(Function src, Function dst) {
 }
 
 void Blending::setEquation(Equation rgb, Equation alpha) {
+    if (m_released)
+        return;
     if (!m_equations)
         m_equations = Equations{getEnum(GL_BLEND_EQUATION_RGB), getEnum(GL_BLEND_EQUATION_ALPHA)};
     glBlendEquationSeparate(static_cast<GLenum>(rgb), static_cast<GLenum>(alpha));
@@ -130,6 +136,8 @@ void Blending::setEquation(Equation equation) {
 }
 
 void Blending::setBlendColor(const Eigen::Vector4f& color) {
+    if (m_released)
+        return;
     if (!m_color)
         glGetFloatv(GL_BLEND_COLOR, m_color.emplace().data());
     glBlendColor(color.x(), color.y(), color.z(), color.w());

@@ -66,8 +66,8 @@ public:
     [[nodiscard]] Blending(Function srcRGB, Function dstRGB, Function srcAlpha, Function dstAlpha);
     ~Blending();
 
-    /// The source then restores nothing. A target of the assignment forgets what it would have restored,
-    /// except a saved equation or colour that the source has not saved.
+    /// The source then neither sets nor restores anything. A target of the assignment forgets what it would
+    /// have restored, except a saved equation or colour that the source has not saved.
     Blending(Blending&& other) noexcept;
     Blending& operator=(Blending&& other) noexcept;
 

@@ -76,6 +76,8 @@ void Buffer::unbind(Target target) {
 }
 
 void Buffer::allocateBuffer(std::int64_t bytes) {
+    if (m_id == 0)
+        return;
     if (bytes < 0) {
         logMessage(Log::Error, "GL.Buffer",
                    [bytes] { return "Refusing to allocate " + std::to_string(bytes) + " bytes."; });

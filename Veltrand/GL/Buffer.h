@@ -54,7 +54,7 @@ public:
     /// Buffer." when OpenGL gives no name. GL: glGenBuffers, glBindBuffer, 1.5
     Buffer(Target target, Usage usage);
     virtual ~Buffer();
-    /// The source then owns nothing and has size 0.
+    /// The source then owns nothing and has size 0: it binds no buffer, takes no data and draws nothing.
     Buffer(Buffer&& other) noexcept;
     Buffer& operator=(Buffer&& other) noexcept;
 

@@ -192,11 +192,30 @@ FontAtlas::FontAtlas(const ByteBufferView& fontData, int pixelSize)
 }
 
 FontAtlas::~FontAtlas() = default;
-FontAtlas::FontAtlas(FontAtlas&&) noexcept = default;
-FontAtlas& FontAtlas::operator=(FontAtlas&&) noexcept = default;
+FontAtlas::FontAtlas(FontAtlas&& other) noexcept = default;
+
+FontAtlas& FontAtlas::operator=(FontAtlas&& other) noexcept {
+    if (this == &other)
+        return *this;
+    m_glyphs = std::move(other.m_glyphs);
+    m_kernings = std::move(other.m_kernings);
+    m_ascii = std::move(other.m_ascii);
+    m_positions = std::move(other.m_positions);
+    m_texCoords = std::move(other.m_texCoords);
+    m_texture = std::move(other.m_texture);
+    m_smoothSampler = std::move(other.m_smoothSampler);
+    m_vertexBuffer = std::move(other.m_vertexBuffer);
+    m_library = std::move(other.m_library);
+    m_face = other.m_face;
+    m_slot = other.m_slot;
+    m_pixelSize = other.m_pixelSize;
+    m_packing = std::move(other.m_packing);
+    return *this;
+}
 
 void FontAtlas::init() {
-    if (m_pixelSize < 0 || FT_Set_Pixel_Sizes(m_face, 0, static_cast<FT_UInt>(m_pixelSize)) != FT_Err_Ok)
+    if (!m_library || m_pixelSize < 0 ||
+        FT_Set_Pixel_Sizes(m_face, 0, static_cast<FT_UInt>(m_pixelSize)) != FT_Err_Ok)
         throw std::runtime_error("Could not set FreeType fontsize.");
     m_slot = m_face->glyph;
     (void)FontAtlasProgram::get();
@@ -220,6 +239,10 @@ void FontAtlas::init() {
 // The ASCII table is asked before the hash maps, and filled from them.
 
 const FontAtlas::Glyph& FontAtlas::glyph(unsigned int codePoint) {
+    if (!m_ascii) {
+        static const Glyph none;
+        return none;
+    }
     if (codePoint < firstPrintable)
         return m_glyphs.at(0);
     const bool ascii = AsciiTable::contains(codePoint);
@@ -290,7 +313,7 @@ Vector2f FontAtlas::lookUpKerning(const CodePointPair& codePoints) {
 }
 
 Vector2f FontAtlas::readKerning(const CodePointPair& codePoints) const {
-    if (!FT_HAS_KERNING(m_face))
+    if (!m_library || !FT_HAS_KERNING(m_face))
         return {0, 0};
     FT_Vector kerning{0, 0};
     if (FT_Get_Kerning(m_face, FT_Get_Char_Index(m_face, codePoints.first),
@@ -323,8 +346,10 @@ std::vector<unsigned int> FontAtlas::convertUtf8(const std::string& text) const 
 }
 
 FontAtlas::Line FontAtlas::layOut(const std::string& text) {
+    Line line{{}, Box(Vector2f::Zero(), Vector2f::Zero())};
+    if (!m_library)
+        return line;
     const std::vector<unsigned int> codePoints = convertUtf8(text);
-    Line line;
     line.glyphs.resize(codePoints.size());
     // Plain floats stay in registers, which vectors of two do not.
     float penX = 0;

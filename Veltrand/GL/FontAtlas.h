@@ -56,9 +56,9 @@ public:
     /// throw. GL: glTexImage2D, glCreateProgram, 3.3
     FontAtlas(const ByteBufferView& fontData, int pixelSize);
     ~FontAtlas();
-    /// The source may then only be destroyed or assigned to.
-    FontAtlas(FontAtlas&&) noexcept;
-    FontAtlas& operator=(FontAtlas&&) noexcept;
+    /// The source then has no font: its glyphs have no extent, it draws nothing, and `init` throws.
+    FontAtlas(FontAtlas&& other) noexcept;
+    FontAtlas& operator=(FontAtlas&& other) noexcept;
 
     /// Starts over with an empty texture, as the constructor does; references to glyphs end.
     /// Throws as the constructor.

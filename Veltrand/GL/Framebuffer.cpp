@@ -80,7 +80,7 @@ void Framebuffer::unbind() {
 }
 
 bool Framebuffer::isBound() const {
-    return static_cast<GLuint>(getInt(GL_FRAMEBUFFER_BINDING)) == m_id;
+    return m_id != 0 && static_cast<GLuint>(getInt(GL_FRAMEBUFFER_BINDING)) == m_id;
 }
 
 StateGuard Framebuffer::guardedBind() {
@@ -89,9 +89,13 @@ StateGuard Framebuffer::guardedBind() {
     return guard;
 }
 
+// To attach a texture that has been moved from is to detach.
+
 void Framebuffer::attach(Texture& texture, Attachment attachment, int level) {
+    if (m_id == 0)
+        return;
     glFramebufferTexture(GL_FRAMEBUFFER, static_cast<GLenum>(attachment), texture.id(), level);
-    record(attachment, true);
+    record(attachment, texture.id() != 0);
 }
 
 void Framebuffer::attach(Texture& texture, int colorIndex) {
@@ -110,11 +114,15 @@ void Framebuffer::attach(Texture& texture, int colorIndex) {
 }
 
 void Framebuffer::attachLayer(Texture& texture, Attachment attachment, int layer, int level) {
+    if (m_id == 0)
+        return;
     glFramebufferTextureLayer(GL_FRAMEBUFFER, static_cast<GLenum>(attachment), texture.id(), level, layer);
-    record(attachment, true);
+    record(attachment, texture.id() != 0);
 }
 
 void Framebuffer::detach(Attachment attachment) {
+    if (m_id == 0)
+        return;
     glFramebufferTexture(GL_FRAMEBUFFER, static_cast<GLenum>(attachment), 0, 0);
     record(attachment, false);
 }
@@ -151,7 +159,7 @@ void Framebuffer::clearDrawBuffers() {
 }
 
 bool Framebuffer::isComplete() const {
-    return Debug::checkFramebufferStatus(true) == GL_FRAMEBUFFER_COMPLETE;
+    return m_id != 0 && Debug::checkFramebufferStatus(true) == GL_FRAMEBUFFER_COMPLETE;
 }
 
 void Framebuffer::record(Attachment attachment, bool present) {

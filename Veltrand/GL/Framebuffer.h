@@ -39,7 +39,7 @@ public:
     /// when OpenGL gives no name. GL: glGenFramebuffers, 3.0
     Framebuffer();
     ~Framebuffer();
-    /// The source then owns nothing.
+    /// The source then owns nothing: binding it binds the default framebuffer, and nothing is attached to it.
     Framebuffer(Framebuffer&& other) noexcept;
     Framebuffer& operator=(Framebuffer&& other) noexcept;
 

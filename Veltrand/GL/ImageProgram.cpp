@@ -209,8 +209,35 @@ ImageProgram::ImageProgram(const std::string& fragmentShader, const std::string&
 }
 
 ImageProgram::~ImageProgram() = default;
-ImageProgram::ImageProgram(ImageProgram&&) noexcept = default;
-ImageProgram& ImageProgram::operator=(ImageProgram&&) noexcept = default;
+ImageProgram::ImageProgram(ImageProgram&& other) noexcept
+    : Program(std::move(other))
+    , m_square(std::move(other.m_square))
+    , m_fbo(std::exchange(other.m_fbo, nullptr))
+    , m_texCoordMode(other.m_texCoordMode)
+    , m_clearColor(other.m_clearColor)
+    , m_clearOutput(std::exchange(other.m_clearOutput, false))
+    , m_useGeometryShader(other.m_useGeometryShader)
+    , m_userFbo(std::exchange(other.m_userFbo, false))
+    , m_avoidDriverTimeout(std::exchange(other.m_avoidDriverTimeout, false))
+    , m_timeoutSettings(std::move(other.m_timeoutSettings))
+    , m_fragmentShader(std::move(other.m_fragmentShader)) {}
+
+ImageProgram& ImageProgram::operator=(ImageProgram&& other) noexcept {
+    if (this == &other)
+        return *this;
+    m_square = std::move(other.m_square);
+    m_fbo = std::exchange(other.m_fbo, nullptr);
+    m_texCoordMode = other.m_texCoordMode;
+    m_clearColor = other.m_clearColor;
+    m_clearOutput = std::exchange(other.m_clearOutput, false);
+    m_useGeometryShader = other.m_useGeometryShader;
+    m_userFbo = std::exchange(other.m_userFbo, false);
+    m_avoidDriverTimeout = std::exchange(other.m_avoidDriverTimeout, false);
+    m_timeoutSettings = std::move(other.m_timeoutSettings);
+    m_fragmentShader = std::move(other.m_fragmentShader);
+    Program::operator=(std::move(other));
+    return *this;
+}
 
 bool ImageProgram::setDefines(const std::string& defines, Compilation compilation) {
     std::string all = defines;
@@ -272,7 +299,7 @@ void ImageProgram::compute(Texture& output, const Cuboid& cuboid) {
 
 void ImageProgram::compute(const Outputs& outputs, const Cuboid& cuboid) {
     const Texture* const first = firstOutput(outputs);
-    if (!first)
+    if (!first || id() == 0)
         return;
     const std::array<int, 3> size = sizeInSlices(*first);
     const ImageRegion region = planRegion(size, cuboid.box());
@@ -305,7 +332,7 @@ void ImageProgram::computeReduceZ(Texture& output, int outputLayer, int numSlice
 void ImageProgram::computeReduceZ(const Outputs& outputs, int outputLayer, int numSlices,
                                   const Cuboid& cuboid) {
     const Texture* const first = firstOutput(outputs);
-    if (!first)
+    if (!first || id() == 0)
         return;
     if (outputLayer < 0 || numSlices < 1) {
         logMessage(Log::Error, category, [outputLayer, numSlices] {

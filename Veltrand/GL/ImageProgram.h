@@ -75,9 +75,9 @@ public:
                           bool useGeometryShader = true, TexCoordMode texCoordMode = TexCoordMode::Output,
                           Compilation compilation = Compilation::ImmediateThrow);
     ~ImageProgram() override;
-    /// The source may then only be destroyed or assigned to.
-    ImageProgram(ImageProgram&&) noexcept;
-    ImageProgram& operator=(ImageProgram&&) noexcept;
+    /// As for `Program`; the source computes nothing.
+    ImageProgram(ImageProgram&& other) noexcept;
+    ImageProgram& operator=(ImageProgram&& other) noexcept;
 
     /// Adds the defines of the layered and the box mode, `_IMGPROG_USE_GS` and `_IMGPROG_USE_BOX_TEX_COORDS`,
     /// where they are missing. They tell the stages which mode the program was made for: do not define the

@@ -21,8 +21,8 @@ public:
     explicit IndexBuffer(Usage usage);
     ~IndexBuffer() override;
     /// As for `Buffer`.
-    IndexBuffer(IndexBuffer&&) noexcept = default;
-    IndexBuffer& operator=(IndexBuffer&&) noexcept = default;
+    IndexBuffer(IndexBuffer&& other) noexcept;
+    IndexBuffer& operator=(IndexBuffer&& other) noexcept;
 
     /// Replaces the contents of the bound buffer by a contiguous range of indices; a triangle counts three.
     /// The restart index is left as it was. GL: glBufferData, glBufferSubData, 1.5
@@ -40,24 +40,28 @@ public:
     }
 
     /// Number of indices, 0 before any upload.
-    [[nodiscard]] std::int64_t numElements() const { return m_numElements; }
+    [[nodiscard]] std::int64_t numElements() const { return m_indices.count; }
     /// GL_UNSIGNED_BYTE (also before any upload), GL_UNSIGNED_SHORT or GL_UNSIGNED_INT.
-    [[nodiscard]] GLenum type() const { return m_type; }
+    [[nodiscard]] GLenum type() const { return m_indices.type; }
 
     /// The index that ends a strip, loop or fan and begins the next; 0 (at start): none does.
-    [[nodiscard]] GLuint primitiveRestartIndex() const { return m_primitiveRestartIndex; }
+    [[nodiscard]] GLuint primitiveRestartIndex() const { return m_indices.restart; }
     /// Holds for draws from now on; makes no OpenGL call.
-    void setPrimitiveRestartIndex(GLuint index) { m_primitiveRestartIndex = index; }
+    void setPrimitiveRestartIndex(GLuint index) { m_indices.restart = index; }
 
     /// GL: glBindBuffer, 1.5
     static void unbind();
 
 private:
+    struct Indices {
+        std::int64_t count = 0;
+        GLenum type = static_cast<GLenum>(PixelType::UByte);
+        GLuint restart = 0;
+    };
+
     void setDataImpl(const void* data, std::int64_t count, std::int64_t indexSize, GLenum type);
 
-    std::int64_t m_numElements = 0;
-    GLenum m_type = static_cast<GLenum>(PixelType::UByte);
-    GLuint m_primitiveRestartIndex = 0;
+    Indices m_indices;
 };
 
 } // namespace Veltrand::GL

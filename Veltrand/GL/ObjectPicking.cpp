@@ -89,10 +89,10 @@ ObjectPicking::ObjectPicking(ObjectPicking&& other) noexcept
     : m_texture(std::move(other.m_texture))
     , m_objects(std::move(other.m_objects))
     , m_framebuffer(std::exchange(other.m_framebuffer, nullptr))
-    , m_width(other.m_width)
-    , m_height(other.m_height)
+    , m_width(std::exchange(other.m_width, 0))
+    , m_height(std::exchange(other.m_height, 0))
     , m_attached(std::exchange(other.m_attached, false))
-    , m_refused(other.m_refused) {}
+    , m_refused(std::exchange(other.m_refused, false)) {}
 
 ObjectPicking& ObjectPicking::operator=(ObjectPicking&& other) noexcept {
     if (this == &other)
@@ -101,10 +101,10 @@ ObjectPicking& ObjectPicking::operator=(ObjectPicking&& other) noexcept {
     m_texture = std::move(other.m_texture);
     m_objects = std::move(other.m_objects);
     m_framebuffer = std::exchange(other.m_framebuffer, nullptr);
-    m_width = other.m_width;
-    m_height = other.m_height;
+    m_width = std::exchange(other.m_width, 0);
+    m_height = std::exchange(other.m_height, 0);
     m_attached = std::exchange(other.m_attached, false);
-    m_refused = other.m_refused;
+    m_refused = std::exchange(other.m_refused, false);
     return *this;
 }
 

@@ -70,7 +70,7 @@ public:
     ObjectPicking();
     /// Ends the pass.
     ~ObjectPicking();
-    /// The source may only be destroyed or assigned to.
+    /// The source then has no objects and no texture, and picks nothing until it is reset.
     ObjectPicking(ObjectPicking&& other) noexcept;
     ObjectPicking& operator=(ObjectPicking&& other) noexcept;
 

@@ -154,6 +154,8 @@ bool OrderIndependentTransparency::grow(unsigned demand, std::int64_t framePixel
 }
 
 void OrderIndependentTransparency::reset(const Eigen::Vector2i& viewportSize, bool forceRecreate) {
+    if (!m_blendProgram)
+        return;
     const int width = std::max(viewportSize.x(), 0);
     const int height = std::max(viewportSize.y(), 0);
     const bool resized = width != m_width || height != m_height;
@@ -184,6 +186,10 @@ void OrderIndependentTransparency::reset(const Eigen::Vector2i& viewportSize, bo
 }
 
 void OrderIndependentTransparency::setListArguments(Program& program, bool write) const {
+    if (!m_blendProgram) {
+        program.setArgument("oit_numNodesAllocated", 0U);
+        return;
+    }
     memoryBarrier(Barrier::ShaderImageAccess | Barrier::ShaderStorage);
     if (write)
         m_nodeCounters[m_counterIndex]->bindBase(counterBinding);
@@ -201,6 +207,8 @@ void OrderIndependentTransparency::setIncludeArguments(Program& program) const {
 
 void OrderIndependentTransparency::renderBlendedFragments(const Texture& backgroundColor,
                                                           const Texture& backgroundDepth) {
+    if (!m_blendProgram)
+        return;
     const StateGuard guard(StateGuard::SaveFlags::Program);
     const PlainOutput output;
     m_blendProgram->enable();

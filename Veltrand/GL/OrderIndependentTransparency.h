@@ -43,7 +43,7 @@ public:
     /// shaders do not build, which is logged and disables it for the life of the process. GL: 4.4
     OrderIndependentTransparency();
     ~OrderIndependentTransparency();
-    /// The source may only be destroyed or assigned to.
+    /// The source then has no lists: fragments that are given to it are dropped, and it draws nothing.
     OrderIndependentTransparency(OrderIndependentTransparency&&) noexcept;
     OrderIndependentTransparency& operator=(OrderIndependentTransparency&&) noexcept;
 

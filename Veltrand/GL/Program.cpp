@@ -163,6 +163,8 @@ void Program::copySettings(const Program& other, Flags<Cloning> flags) {
 }
 
 std::unique_ptr<Program> Program::clone(Flags<Cloning> flags, Compilation compilation) const {
+    if (m_id == 0)
+        return nullptr;
     try {
         std::unique_ptr<Program> copy = cloneImpl();
         if (!copy)
@@ -186,6 +188,8 @@ bool Program::compile(Compilation compilation) {
 
 // In objects of its own, since a program object whose last link has failed cannot be made current any more.
 bool Program::reload() {
+    if (m_id == 0)
+        return false;
     try {
         Program fresh(stageNames(), m_defines, Compilation::Deferred);
         fresh.copySettings(*this, Cloning::SkipDecorators);
@@ -281,6 +285,8 @@ bool Program::removeAbstractIncludeDefinition(const AbstractInclude* include, Co
 bool Program::initProgram(Compilation compilation) {
     if (!m_needsCompilation || compilation == Compilation::Deferred)
         return true;
+    if (m_id == 0)
+        return false;
     try {
         compileAndLink();
     } catch (const std::exception& exception) {

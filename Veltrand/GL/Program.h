@@ -115,8 +115,8 @@ public:
     /// @param defines lines of GLSL that go in front of each stage, usually `#define` lines
     /// GL: glCreateProgram, glCreateShader, 2.0 and the version that each stage needs
     Program(const std::vector<StageName>& stages, const std::string& defines, Compilation compilation);
-    /// Takes everything over; @p other is left without OpenGL objects and may only be destroyed or assigned
-    /// to.
+    /// Takes everything over; @p other is left without OpenGL objects, units and stages. It compiles, clones
+    /// and computes nothing, takes no uniforms, and enabling it makes no program current.
     Program(Program&& other) noexcept;
     Program& operator=(Program&& other) noexcept;
     /// Takes itself out of use first. What was bound through the program is left alone.

@@ -123,7 +123,7 @@ bool hasLayers(const Texture& texture) {
 } // namespace
 
 int Program::loc(const std::string& name) const {
-    return glGetUniformLocation(m_id, name.c_str());
+    return m_id != 0 ? glGetUniformLocation(m_id, name.c_str()) : -1;
 }
 
 template<ProgramArgument T>
@@ -134,7 +134,7 @@ void Program::setArgument(const std::string& name, const T& value) {
         bindSampler(name, value, nullptr, true);
     else if constexpr (std::is_same_v<T, std::vector<const Texture*>>)
         bindSamplers(name, value, nullptr);
-    else
+    else if (m_id != 0)
         setUniform(loc(name), value);
 }
 
@@ -190,6 +190,8 @@ void Program::setArgument(const std::string& name, const std::vector<const Textu
 
 void Program::bindSamplers(const std::string& name, const std::vector<const Texture*>& textures,
                            const Sampler* sampler) {
+    if (m_id == 0)
+        return;
     unbindSamplers(name);
     std::vector<GLint> units;
     units.reserve(textures.size());
@@ -352,6 +354,8 @@ void Program::disable() {
 }
 
 void Program::dispatchCompute(int x, int y, int z) {
+    if (m_id == 0)
+        return;
     if (!glDispatchCompute) {
         logMessage(Log::Error, category, "Cannot dispatch compute shader: OpenGL 4.3 is needed.");
         return;

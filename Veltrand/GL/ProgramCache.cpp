@@ -22,11 +22,19 @@ std::size_t ProgramCache::Impl::ShaderInfo::Hasher::operator()(const ShaderInfo&
     return hash;
 }
 
+namespace {
+
+void requireReference(const Program* reference) {
+    if (!reference)
+        throw std::runtime_error("Reference program must not be null.");
+}
+
+} // namespace
+
 ProgramCache::ProgramCache(std::unique_ptr<Program> reference, std::uint64_t capacity)
     : m_cache(std::make_unique<Impl::Cache>(ByteSize(capacity)))
     , m_reference(std::move(reference)) {
-    if (!m_reference)
-        throw std::runtime_error("Reference program must not be null.");
+    requireReference(m_reference.get());
     // Each variant would be gone before its pointer is returned.
     if (capacity == 0)
         throw std::runtime_error("Capacity of program cache must not be zero.");
@@ -38,6 +46,7 @@ ProgramCache::~ProgramCache() = default;
 
 Program* ProgramCache::getProgram(const std::vector<const AbstractInclude*>& includes,
                                   const std::string& defines) {
+    requireReference(m_reference.get());
     Impl::ShaderInfo info;
     info.defines = defines;
     info.fingerprints.reserve(includes.size());

@@ -46,7 +46,7 @@ public:
     /// Throws `std::runtime_error` if @p reference is null ("Reference program must not be null.") or
     /// @p capacity is 0 ("Capacity of program cache must not be zero.").
     ProgramCache(std::unique_ptr<Program> reference, std::uint64_t capacity);
-    /// The source may then only be destroyed or assigned to.
+    /// The source then has no reference any more, so that it makes no variants, and no eviction signal.
     ProgramCache(ProgramCache&& other) noexcept;
     ProgramCache& operator=(ProgramCache&& other) noexcept;
     ~ProgramCache();

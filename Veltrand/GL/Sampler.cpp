@@ -59,11 +59,15 @@ Sampler& Sampler::operator=(Sampler&& other) noexcept {
 }
 
 void Sampler::setFiltering(MinFilter minFilter, MagFilter magFilter) {
+    if (m_id == 0)
+        return;
     glSamplerParameteri(m_id, GL_TEXTURE_MIN_FILTER, static_cast<GLint>(minFilter));
     glSamplerParameteri(m_id, GL_TEXTURE_MAG_FILTER, static_cast<GLint>(magFilter));
 }
 
 void Sampler::setWrapping(Wrap s, Wrap t, Wrap r) {
+    if (m_id == 0)
+        return;
     glSamplerParameteri(m_id, GL_TEXTURE_WRAP_S, static_cast<GLint>(s));
     glSamplerParameteri(m_id, GL_TEXTURE_WRAP_T, static_cast<GLint>(t));
     glSamplerParameteri(m_id, GL_TEXTURE_WRAP_R, static_cast<GLint>(r));
@@ -74,17 +78,23 @@ void Sampler::setWrapping(Wrap wrap) {
 }
 
 void Sampler::setCompareMode(CompareMode mode, CompareFunc function) {
+    if (m_id == 0)
+        return;
     glSamplerParameteri(m_id, GL_TEXTURE_COMPARE_MODE, static_cast<GLint>(mode));
     glSamplerParameteri(m_id, GL_TEXTURE_COMPARE_FUNC, static_cast<GLint>(function));
 }
 
 void Sampler::setLOD(float minLod, float maxLod, float bias) {
+    if (m_id == 0)
+        return;
     glSamplerParameterf(m_id, GL_TEXTURE_MIN_LOD, minLod);
     glSamplerParameterf(m_id, GL_TEXTURE_MAX_LOD, maxLod);
     glSamplerParameterf(m_id, GL_TEXTURE_LOD_BIAS, bias);
 }
 
 void Sampler::setBorderColor(const Eigen::Vector4f& color) {
+    if (m_id == 0)
+        return;
     glSamplerParameterfv(m_id, GL_TEXTURE_BORDER_COLOR, color.data());
 }
 

@@ -58,7 +58,7 @@ public:
     /// GL: glGenSamplers, 3.3
     Sampler();
     ~Sampler();
-    /// The source then owns nothing.
+    /// The source then owns nothing: it takes no settings, and a unit that it is bound to has no sampler.
     Sampler(Sampler&& other) noexcept;
     Sampler& operator=(Sampler&& other) noexcept;
 

@@ -33,10 +33,14 @@ SyncObject& SyncObject::operator=(SyncObject&& other) noexcept {
 }
 
 void SyncObject::wait() const {
+    if (!m_sync)
+        return;
     glWaitSync(static_cast<GLsync>(m_sync), 0, GL_TIMEOUT_IGNORED);
 }
 
 SyncObject::WaitResult SyncObject::waitClient(std::chrono::nanoseconds timeout) const {
+    if (!m_sync)
+        return WaitResult::WaitFailed;
     const auto limit = static_cast<GLuint64>(std::max<std::chrono::nanoseconds::rep>(timeout.count(), 0));
     return static_cast<WaitResult>(
         glClientWaitSync(static_cast<GLsync>(m_sync), GL_SYNC_FLUSH_COMMANDS_BIT, limit));

@@ -10,7 +10,7 @@
 namespace Veltrand::GL {
 
 /// A fence in the command stream that the GPU or the calling thread can wait for, also from another context
-/// of the same share group. Waiting on a moved-from object is not allowed.
+/// of the same share group. A moved-from object has nothing to wait for: nobody waits, which is no success.
 class VELTRAND_GL_API SyncObject : private Utils::NotCopyable {
 public:
     /// How `waitClient` ended.

@@ -106,6 +106,15 @@ GLenum levelTarget(Texture::Target target) {
                                                      : static_cast<GLenum>(target);
 }
 
+/// Binds a texture to unit 0 for what is done to it. False for a moved-from one, in place of which that
+/// would be done to the target's default texture.
+bool bindForChange(const Texture& texture) {
+    if (texture.id() == 0)
+        return false;
+    texture.bind(0);
+    return true;
+}
+
 bool canClearTexImage(Texture::Target target) {
     if (!glClearTexImage)
         return false;
@@ -231,7 +240,7 @@ Texture::~Texture() {
 
 Texture::Texture(Texture&& other) noexcept
     : m_id(std::exchange(other.m_id, 0))
-    , m_size(other.m_size)
+    , m_size(std::exchange(other.m_size, {}))
     , m_target(other.m_target)
     , m_internalFormat(other.m_internalFormat) {}
 
@@ -321,7 +330,8 @@ void Texture::uploadImpl(const void* data, PixelFormat format, PixelType type) {
     const auto target = static_cast<GLenum>(m_target);
     const auto glFormat = static_cast<GLenum>(format);
     const auto glType = static_cast<GLenum>(type);
-    bind(0);
+    if (!bindForChange(*this))
+        return;
     glPixelStorei(GL_UNPACK_ALIGNMENT, rowAlignment(m_size[0], format, type));
     switch (numDimensions(m_target)) {
     case 1:
@@ -340,7 +350,8 @@ void Texture::uploadImpl(const void* data, PixelFormat format, PixelType type) {
 }
 
 void Texture::downloadImpl(PixelFormat format, PixelType type, void* data) const {
-    bind(0);
+    if (!bindForChange(*this))
+        return;
     glPixelStorei(GL_PACK_ALIGNMENT, rowAlignment(m_size[0], format, type));
     glGetTexImage(static_cast<GLenum>(m_target), 0, static_cast<GLenum>(format), static_cast<GLenum>(type),
                   data);
@@ -441,20 +452,23 @@ int Texture::matchingNumChannels(PixelFormat format) {
 }
 
 void Texture::generateMipmaps() {
-    bind(0);
+    if (!bindForChange(*this))
+        return;
     glGenerateMipmap(static_cast<GLenum>(m_target));
 }
 
 void Texture::setFiltering(Sampler::MinFilter minFilter, Sampler::MagFilter magFilter) {
     const auto target = static_cast<GLenum>(m_target);
-    bind(0);
+    if (!bindForChange(*this))
+        return;
     glTexParameteri(target, GL_TEXTURE_MIN_FILTER, static_cast<GLint>(minFilter));
     glTexParameteri(target, GL_TEXTURE_MAG_FILTER, static_cast<GLint>(magFilter));
 }
 
 void Texture::setWrapping(Sampler::Wrap s, Sampler::Wrap t, Sampler::Wrap r) {
     const auto target = static_cast<GLenum>(m_target);
-    bind(0);
+    if (!bindForChange(*this))
+        return;
     glTexParameteri(target, GL_TEXTURE_WRAP_S, static_cast<GLint>(s));
     glTexParameteri(target, GL_TEXTURE_WRAP_T, static_cast<GLint>(t));
     glTexParameteri(target, GL_TEXTURE_WRAP_R, static_cast<GLint>(r));
@@ -465,7 +479,8 @@ void Texture::setWrapping(Sampler::Wrap wrap) {
 }
 
 void Texture::setBorderColor(const Eigen::Vector4f& color) {
-    bind(0);
+    if (!bindForChange(*this))
+        return;
     glTexParameterfv(static_cast<GLenum>(m_target), GL_TEXTURE_BORDER_COLOR, color.data());
 }
 
@@ -507,6 +522,8 @@ void Texture::clear<unsigned int>(const Eigen::Matrix<unsigned int, 4, 1, 0, 4, 
 }
 
 void Texture::clearImpl(PixelFormat format, PixelType type, const void* data) {
+    if (m_id == 0)
+        return;
     if (canClearTexImage(m_target)) {
         glClearTexImage(m_id, 0, static_cast<GLenum>(format), static_cast<GLenum>(type), data);
         return;

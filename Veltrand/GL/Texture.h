@@ -64,7 +64,7 @@ public:
     /// The same, with the format as given.
     Texture(Target target, GLuint id, InternalFormat internalFormat);
     ~Texture();
-    /// The source then owns nothing and has id 0.
+    /// The source then owns nothing and has id 0 and size 0: transfers, settings and clears leave it so.
     Texture(Texture&& other) noexcept;
     Texture& operator=(Texture&& other) noexcept;
 
@@ -76,7 +76,7 @@ public:
 
     /// The OpenGL name, 0 after a move.
     [[nodiscard]] GLuint id() const { return m_id; }
-    /// As given or chosen at construction.
+    /// As given or chosen at construction, also after a move.
     [[nodiscard]] Target target() const { return m_target; }
     /// As given at construction, or as found in an existing texture.
     [[nodiscard]] InternalFormat internalFormat() const { return m_internalFormat; }

@@ -74,7 +74,7 @@ void VertexArrayObject::unbind() {
 void VertexArrayObject::setAttributes(std::initializer_list<BufferLocations> buffers,
                                       const IndexBuffer* indices) {
     clearAttribs();
-    if (buffers.size() == 0)
+    if (m_id == 0 || buffers.size() == 0)
         return;
     m_vertexBuffer = buffers.begin()->first;
     m_indexBuffer = indices;
@@ -95,6 +95,8 @@ void VertexArrayObject::setAttributes(const VertexBuffer& buffer, const IndexBuf
 }
 
 void VertexArrayObject::bindAttribs(const VertexBuffer& buffer, std::initializer_list<int> locations) {
+    if (m_id == 0)
+        return;
     std::uint64_t offset = 0;
     std::size_t index = 0;
     for (const auto& array : buffer.attributes()) {

@@ -24,7 +24,7 @@ public:
     /// A new object, bound. GL: glGenVertexArrays, 3.0
     VertexArrayObject();
     ~VertexArrayObject();
-    /// The source then owns nothing.
+    /// The source then owns nothing: it binds no vertex array, takes no attributes and draws nothing.
     VertexArrayObject(VertexArrayObject&& other) noexcept;
     VertexArrayObject& operator=(VertexArrayObject&& other) noexcept;
 

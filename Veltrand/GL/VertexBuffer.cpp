@@ -7,6 +7,7 @@
 #include <Veltrand/GL/detail/MoveOnly.h>
 
 #include <string_view>
+#include <utility>
 
 namespace Veltrand::GL {
 
@@ -24,7 +25,10 @@ std::optional<GLsizei> vertexCount(const VertexBuffer& buffer) {
     return drawCount(buffer.numVertices(), category);
 }
 
-std::optional<GLsizei> indexCount(const IndexBuffer& indices) {
+/// A moved-from vertex buffer draws nothing; one without attributes may, as shaders can number the vertices.
+std::optional<GLsizei> indexCount(const VertexBuffer& buffer, const IndexBuffer& indices) {
+    if (buffer.id() == 0)
+        return vertexCount(buffer);
     if (indices.numElements() == 0) {
         logMessage(Log::Debug, category, "Trying to render from an invalid/empty index buffer.");
         return std::nullopt;
@@ -69,6 +73,14 @@ VertexBuffer::VertexBuffer(Usage usage)
 
 VertexBuffer::~VertexBuffer() = default;
 
+// By way of a copy, because a vector that is moved onto itself loses its elements.
+VertexBuffer& VertexBuffer::operator=(VertexBuffer&& other) noexcept {
+    std::vector<VertexAttrib> attributes = std::exchange(other.m_attributes, {});
+    Buffer::operator=(std::move(other));
+    m_attributes = std::move(attributes);
+    return *this;
+}
+
 void VertexBuffer::unbind() {
     Buffer::unbind(Target::Array);
 }
@@ -83,6 +95,8 @@ std::uint64_t VertexBuffer::numVertices() const {
 }
 
 void VertexBuffer::setDataImpl(std::span<const Array> arrays) {
+    if (id() == 0)
+        return;
     m_attributes.clear();
     m_attributes.reserve(arrays.size());
     std::uint64_t bytes = 0;
@@ -118,7 +132,7 @@ void VertexBuffer::drawInstanced(Primitive mode, int instances) const {
 }
 
 void VertexBuffer::draw(Primitive mode, const IndexBuffer& indices) const {
-    const auto count = indexCount(indices);
+    const auto count = indexCount(*this, indices);
     if (!count)
         return;
     const PrimitiveRestart restart(indices.primitiveRestartIndex());
@@ -127,7 +141,7 @@ void VertexBuffer::draw(Primitive mode, const IndexBuffer& indices) const {
 }
 
 void VertexBuffer::drawInstanced(Primitive mode, int instances, const IndexBuffer& indices) const {
-    const auto count = indexCount(indices);
+    const auto count = indexCount(*this, indices);
     if (!count)
         return;
     const PrimitiveRestart restart(indices.primitiveRestartIndex());

@@ -33,7 +33,7 @@ public:
     ~VertexBuffer() override;
     /// As for `Buffer`.
     VertexBuffer(VertexBuffer&&) noexcept = default;
-    VertexBuffer& operator=(VertexBuffer&&) noexcept = default;
+    VertexBuffer& operator=(VertexBuffer&& other) noexcept;
 
     /// GL: glBindBuffer, 1.5
     static void unbind();

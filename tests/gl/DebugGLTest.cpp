@@ -148,6 +148,9 @@ TEST_F(DebugGL, CallbackReceivesMessagesUntilItRemovesItself) {
 TEST_F(DebugGL, DriverMayCallAfterTheHolderIsGone) {
     if (!glDebugMessageCallback)
         GTEST_SKIP() << "no KHR_debug";
+    // The holder alone goes there: when a program with a geometry stage is deleted in another context,
+    // llvmpipe crashes at the next one that is drawn with here.
+    InstanceManagerBase::deinitCurrent();
     int calls = 0;
     setMessageCallback([&calls](auto, auto, auto, auto, const std::string&) { ++calls; }, true);
     ContextManager::get().runWithOpenGL([] { InstanceManagerBase::deinitAll(); }, true);

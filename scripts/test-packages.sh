@@ -90,8 +90,10 @@ step "The tools"
 install_package veltrandgl-tools
 mapfile -t tools < <(inside dpkg -L veltrandgl-tools | grep '^/usr/bin/.')
 loads "${tools[@]}"
+version=$(inside dpkg-query --show --showformat='${Version}' libveltrandgl)
 for tool in "${tools[@]}"; do
     inside "$tool" --help >/dev/null || fail "$tool --help fails"
+    inside "$tool" --version | grep " $version\$" >/dev/null || fail "$tool tells another version"
 done
 
 step "A user's project"
@@ -111,7 +113,6 @@ done
 step "On a display"
 apt install mricron-data xauth xvfb
 quietly on_display /tests/consumer.sh run /consumer
-version=$(inside dpkg-query --show --showformat='${Version}' libveltrandgl)
 on_display veltrandgl-info | grep "Veltrand GL *$version" || fail "veltrandgl-info tells another version"
 mkdir "$tree/shaders"
 printf '#version 330\nvoid main() {}\n' >"$tree/shaders/good.frag"

@@ -11,6 +11,7 @@
 #include "support/Nifti.h"
 #include "support/OutputFile.h"
 #include "support/Png.h"
+#include "support/Program.h"
 
 #include <Veltrand/Core/Log.h>
 #include <Veltrand/GL/Functions.h>
@@ -38,7 +39,7 @@ std::vector<const Picture*> choosePictures(const std::vector<std::string>& names
         const auto found = std::find_if(allPictures().begin(), allPictures().end(),
                                         [&name](const Picture& picture) { return picture.name == name; });
         if (found == allPictures().end())
-            throw std::runtime_error("there is no picture '" + name + "', see --list.");
+            throw UsageError("There is no picture '" + name + "', see --list.");
         chosen.push_back(&*found);
     }
     if (names.empty())
@@ -98,8 +99,9 @@ GalleryPage::Entry makePicture(const Picture& picture, const Scene& scene, const
     picture.draw(scene, canvas);
     writePng(file, options.size.x(), options.size.y(), canvas.read());
     const double seconds = secondsSince(start);
-    std::printf("%-13s %6.2f s  %s\n", std::string(picture.name).c_str(), seconds, file.c_str());
-    std::fflush(stdout);
+    std::array<char, 64> line{};
+    std::snprintf(line.data(), line.size(), "%-13s %6.2f s  ", std::string(picture.name).c_str(), seconds);
+    std::cout << line.data() << file.string() << std::endl;
     return {&picture, file, options.size, seconds};
 }
 
@@ -122,7 +124,7 @@ std::string describeTime(double seconds, std::size_t pictures) {
 std::vector<std::pair<std::string, std::string>> describeRun(const GalleryOptions& options,
                                                              const GL::PlatformInfo& driver, int errors) {
     const std::filesystem::path labels = labelsFile(options);
-    return {{"Library", "Veltrand GL " VELTRAND_VERSION},
+    return {{"Library", "Veltrand GL " + std::string(libraryVersion())},
             {"Driver", driver.rendererString},
             {"OpenGL", driver.versionString},
             {"OpenGL errors", std::to_string(errors)},

@@ -42,9 +42,7 @@ GalleryOptions parseOptions(Utils::Span<const char* const> arguments) {
             options.list = true;
         else if (argument == "--verbose")
             options.verbose = true;
-        else if (argument == "--help" || argument == "-h")
-            options.help = true;
-        else
+        else if (!takeQuestion(argument, options.question))
             throw UsageError("There is no option '" + std::string(argument) + "'.");
     }
     return options;
@@ -52,7 +50,7 @@ GalleryOptions parseOptions(Utils::Span<const char* const> arguments) {
 
 std::string_view usage() {
     return "usage: veltrandgl-gallery [--volume FILE] [--labels FILE] [--out DIR] [--size WxH] [--point "
-           "X,Y,Z] [--list] [--verbose] [--help] [PICTURE...]";
+           "X,Y,Z] [--list] [--verbose] [--version] [--help] [PICTURE...]";
 }
 
 std::string_view help() {
@@ -70,6 +68,7 @@ them goes a page, index.html, that holds each with its time and the lines of sou
                   middle of the volume; the slices of annotation meet in its region
   --list          name the pictures and end
   --verbose       show what the library logs on standard error, not only its warnings
+  --version       name and version
   --help          this text
 
 Slices follow the radiological convention, the patient's right on the viewer's left; letters mark the sides

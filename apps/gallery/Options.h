@@ -23,8 +23,8 @@ struct GalleryOptions {
     /// Where the planes meet, in patient space; the middle of the volume if not given.
     std::optional<Eigen::Vector3d> point;
     bool list = false;
-    bool help = false;
     bool verbose = false;
+    Question question = Question::None;
     /// The pictures to make; all of them if empty.
     std::vector<std::string> pictures;
 };

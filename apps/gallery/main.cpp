@@ -1,27 +1,13 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include "gallery/Gallery.h"
 #include "gallery/Options.h"
-
-#include <algorithm>
-#include <exception>
-#include <iostream>
+#include "support/Program.h"
 
 using namespace Veltrand::Apps;
 
 int main(int argc, char** argv) {
-    constexpr const char* Name = "veltrandgl-gallery: ";
-    try {
-        const GalleryOptions options = parseOptions({argv + std::min(argc, 1), argv + argc});
-        if (options.help) {
-            std::cout << usage() << '\n' << help();
-            return 0;
-        }
+    const Program program{"veltrandgl-gallery", usage(), std::string(help())};
+    return runProgram<GalleryOptions>(program, argc, argv, parseOptions, [](const GalleryOptions& options) {
         return runGallery(options) == 0 ? 0 : 1;
-    } catch (const UsageError& error) {
-        std::cerr << Name << error.what() << '\n' << usage() << '\n';
-        return 2;
-    } catch (const std::exception& error) {
-        std::cerr << Name << error.what() << '\n';
-        return 1;
-    }
+    });
 }

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include "info/Report.h"
 
+#include "support/Program.h"
+
 #include <algorithm>
 #include <array>
 #include <fstream>
@@ -63,7 +65,7 @@ Section systemSection() {
     Section section{"System"};
     utsname system{};
     uname(&system);
-    section.add("Veltrand GL", VELTRAND_VERSION);
+    section.add("Veltrand GL", libraryVersion());
     section.add("distribution", distribution());
     section.add("kernel", std::string(system.sysname) + " " + system.release + " " + system.machine);
     section.add("processors", std::to_string(std::thread::hardware_concurrency()));

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include "info/Report.h"
-#include "support/CommandLine.h"
+#include "support/Program.h"
 
 #include <Veltrand/Core/Log.h>
 #include <Veltrand/GL/ContextManager.h>
@@ -14,20 +14,22 @@ using namespace Veltrand::Apps;
 
 namespace {
 
-constexpr const char* usage = "usage: veltrandgl-info [--extensions] [--help]";
+constexpr const char* usage = "usage: veltrandgl-info [--extensions] [--version] [--help]";
 constexpr const char* help = R"(
 Prints what a bug report about Veltrand GL needs: system, environment, driver, memory, limits, and which features
 of the library this OpenGL serves.
 
   --extensions  also name the extensions of the driver
+  --version     name and version
   --help        this text
 
-Exit status: 0, 1 when OpenGL could not be started, which is reported too, 2 for a wrong command line.
+Exit status: 0, 1 when OpenGL could not be started, which is reported too, or the report could not be written, 2
+for a wrong command line.
 )";
 
 struct InfoOptions {
     bool extensions = false;
-    bool help = false;
+    Question question = Question::None;
 };
 
 InfoOptions parse(Utils::Span<const char* const> words) {
@@ -36,9 +38,7 @@ InfoOptions parse(Utils::Span<const char* const> words) {
         const std::string_view argument = line.take();
         if (argument == "--extensions")
             options.extensions = true;
-        else if (argument == "--help" || argument == "-h")
-            options.help = true;
-        else
+        else if (!takeQuestion(argument, options.question))
             throw UsageError("There is no argument '" + std::string(argument) + "'.");
     }
     return options;
@@ -86,18 +86,7 @@ bool report(const InfoOptions& options) {
 } // namespace
 
 int main(int argc, char** argv) {
-    try {
-        const InfoOptions options = parse({argv + std::min(argc, 1), argv + argc});
-        if (options.help) {
-            std::cout << usage << '\n' << help;
-            return 0;
-        }
-        return report(options) ? 0 : 1;
-    } catch (const UsageError& error) {
-        std::cerr << "veltrandgl-info: " << error.what() << '\n' << usage << '\n';
-        return 2;
-    } catch (const std::exception& error) {
-        std::cerr << "veltrandgl-info: " << error.what() << '\n';
-        return 1;
-    }
+    const Program program{"veltrandgl-info", usage, help};
+    return runProgram<InfoOptions>(program, argc, argv, parse,
+                                   [](const InfoOptions& options) { return report(options) ? 0 : 1; });
 }

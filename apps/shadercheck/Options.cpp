@@ -83,13 +83,13 @@ CheckOptions parseCheckOptions(Utils::Span<const char* const> arguments) {
             addInclude(options.includes, value);
         } else if (argument == "--print") {
             options.print = true;
-        } else if (argument == "--help" || argument == "-h") {
-            options.help = true;
-        } else {
+        } else if (!takeQuestion(argument, options.question)) {
             throw UsageError("There is no option '" + std::string(argument) + "'.");
         }
     }
-    if (options.shaders.empty() && !options.help)
+    if (options.question != Question::None)
+        return options;
+    if (options.shaders.empty())
         throw UsageError("No shader is named.");
     for (const std::string& shader : options.shaders)
         if (!options.stage && !stageOfFile(shader))
@@ -99,7 +99,7 @@ CheckOptions parseCheckOptions(Utils::Span<const char* const> arguments) {
 
 std::string_view checkUsage() {
     return "usage: veltrandgl-shadercheck [--dir NAME=PATH] [--define NAME[=VALUE]] [--include NAME=FILE] "
-           "[--stage STAGE] [--print] [--help] SHADER...";
+           "[--stage STAGE] [--print] [--version] [--help] SHADER...";
 }
 
 std::string_view checkHelp() {
@@ -118,9 +118,11 @@ Its extension tells the stage: .vert, .frag, .geom, .tesc, .tese or .comp.
   --include NAME=FILE    fill the abstract include NAME with the resource FILE; may be repeated
   --stage STAGE          the stage of all shaders named: vert, frag, geom, tesc, tese or comp
   --print                print the text that the compiler gets, too
+  --version              name and version
   --help                 this text
 
-Exit status: 0 when all shaders compile, 1 when one does not, 2 for a wrong command line or without OpenGL.
+Exit status: 0 when all shaders compile, 1 when one does not, 2 for a wrong command line, without OpenGL, or when
+the messages cannot be written.
 )";
 }
 

@@ -26,7 +26,7 @@ struct CheckOptions {
     std::vector<NamedDirectory> directories; ///< the last one is looked into first
     GL::Program::AbstractIncludes includes;  ///< what fills abstract includes
     bool print = false;
-    bool help = false;
+    Question question = Question::None;
 };
 
 /// @param arguments the command line without the program's name

@@ -1,26 +1,22 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include "shadercheck/Options.h"
 #include "shadercheck/ShaderCheck.h"
+#include "support/Program.h"
 
 #include <Veltrand/Core/Log.h>
 #include <Veltrand/GL/ContextManager.h>
 
-#include <algorithm>
-#include <exception>
 #include <iostream>
+#include <stdexcept>
 
 using namespace Veltrand;
 using namespace Veltrand::Apps;
 
 namespace {
 
-constexpr int Usage = 2; // also: no OpenGL
-
 int run(const CheckOptions& options) {
-    if (GL::ContextManager::openGlDisabled()) {
-        std::cerr << "veltrandgl-shadercheck: OpenGL is switched off by VELTRAND_DISABLE_OPENGL.\n";
-        return Usage;
-    }
+    if (GL::ContextManager::openGlDisabled())
+        throw std::runtime_error("OpenGL is switched off by VELTRAND_DISABLE_OPENGL.");
     ShaderCheck check(options, std::cout);
     GL::init();
     // From here on, what matters is printed in another form.
@@ -37,17 +33,7 @@ int run(const CheckOptions& options) {
 
 int main(int argc, char** argv) {
     Log::setGlobalLevel(Log::Error);
-    try {
-        const CheckOptions options = parseCheckOptions({argv + std::min(argc, 1), argv + argc});
-        if (options.help) {
-            std::cout << checkUsage() << '\n' << checkHelp();
-            return 0;
-        }
-        return run(options);
-    } catch (const UsageError& error) {
-        std::cerr << "veltrandgl-shadercheck: " << error.what() << '\n' << checkUsage() << '\n';
-    } catch (const std::exception& error) {
-        std::cerr << "veltrandgl-shadercheck: " << error.what() << '\n';
-    }
-    return Usage;
+    // What 1 says of shaders must be true, so that all other failures end with 2.
+    const Program program{"veltrandgl-shadercheck", checkUsage(), std::string(checkHelp()), 2};
+    return runProgram<CheckOptions>(program, argc, argv, parseCheckOptions, run);
 }

@@ -6,6 +6,17 @@
 
 namespace Veltrand::Apps {
 
+bool takeQuestion(std::string_view argument, Question& question) {
+    Question asked = Question::None;
+    if (argument == "--help" || argument == "-h")
+        asked = Question::Help;
+    else if (argument == "--version")
+        asked = Question::Version;
+    if (question == Question::None)
+        question = asked;
+    return asked != Question::None;
+}
+
 bool Arguments::takeValue(std::string_view argument, std::string_view name, std::string_view& value) {
     if (argument.substr(0, name.size()) != name)
         return false;

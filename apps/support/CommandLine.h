@@ -20,6 +20,13 @@ public:
     using std::runtime_error::runtime_error;
 };
 
+/// What every program can be asked for in place of its work.
+enum class Question { None, Help, Version };
+
+/// Whether an argument asks something; if so, @p question is what, unless an earlier argument has asked
+/// already.
+[[nodiscard]] bool takeQuestion(std::string_view argument, Question& question);
+
 /// Walks along the arguments and hands out options and their values.
 class Arguments {
 public:

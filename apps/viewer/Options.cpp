@@ -46,9 +46,7 @@ ViewerOptions parseViewerOptions(Utils::Span<const char* const> arguments) {
             options.script = value;
         else if (argument == "--verbose")
             options.verbose = true;
-        else if (argument == "--help" || argument == "-h")
-            options.help = true;
-        else
+        else if (!takeQuestion(argument, options.question))
             throw UsageError("There is no option '" + std::string(argument) + "'.");
     }
     if (options.names && options.volume && !options.labels)
@@ -58,7 +56,7 @@ ViewerOptions parseViewerOptions(Utils::Span<const char* const> arguments) {
 
 std::string_view viewerUsage() {
     return "usage: veltrandgl-viewer [--labels FILE] [--names FILE] [--level VALUE] [--size WxH] [--script "
-           "FILE] [--verbose] [--help] [FILE]";
+           "FILE] [--verbose] [--version] [--help] [FILE]";
 }
 
 std::string viewerHelp() {
@@ -76,6 +74,7 @@ Shows a volume in a window: three slices and surfaces that can be turned.
   --size WxH      of the window; by default 1024x768
   --script FILE   do what the script says
   --verbose       show what the library logs on standard error, not only its warnings
+  --version       name and version
   --help          this text
 
 Mouse and keys:

@@ -22,8 +22,8 @@ struct ViewerOptions {
     /// Of the window, in points.
     Eigen::Vector2i size = {1024, 768};
     std::optional<std::filesystem::path> script;
-    bool help = false;
     bool verbose = false;
+    Question question = Question::None;
 };
 
 /// @param arguments the command line without the program's name

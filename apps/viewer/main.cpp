@@ -2,14 +2,13 @@
 #include "scene/EmbeddedRepository.h"
 #include "scene/OpenGL.h"
 #include "support/Nifti.h"
+#include "support/Program.h"
 #include "viewer/Options.h"
 #include "viewer/ScriptPlayer.h"
 
 #include <Veltrand/Core/Log.h>
 
 #include <ViewerShaders.h>
-#include <algorithm>
-#include <exception>
 #include <iostream>
 #include <stdexcept>
 
@@ -17,7 +16,7 @@ namespace Veltrand::Apps {
 
 namespace {
 
-constexpr const char* Name = "veltrandgl-viewer: ";
+constexpr const char* Name = "veltrandgl-viewer";
 
 std::vector<std::string> loadNames(const ViewerOptions& options, const std::filesystem::path& labels) {
     if (!options.names)
@@ -41,6 +40,7 @@ Study loadStudy(const ViewerOptions& options) {
 }
 
 int show(const ViewerOptions& options) {
+    Log::setGlobalLevel(options.verbose ? Log::Debug : Log::Warning);
     std::vector<ScriptCommand> script;
     if (options.script)
         script = readScript(*options.script);
@@ -54,8 +54,18 @@ int show(const ViewerOptions& options) {
     if (!options.script || playScript(script, *options.script, viewer))
         viewer.run();
     if (viewer.errors() > 0)
-        std::cerr << Name << "there were OpenGL errors: " << viewer.errors() << ".\n";
+        std::cerr << Name << ": there were OpenGL errors: " << viewer.errors() << ".\n";
     return viewer.errors() > 0 ? 1 : 0;
+}
+
+/// Mistakes in scripts are told by place, for editors, and not by the program's name.
+int showOrPlaceMistake(const ViewerOptions& options) {
+    try {
+        return show(options);
+    } catch (const ScriptError& error) {
+        std::cerr << error.what() << '\n';
+        return 1;
+    }
 }
 
 } // namespace
@@ -63,24 +73,7 @@ int show(const ViewerOptions& options) {
 } // namespace Veltrand::Apps
 
 int main(int argc, char** argv) {
-    using namespace Veltrand;
     using namespace Veltrand::Apps;
-    try {
-        const ViewerOptions options = parseViewerOptions({argv + std::min(argc, 1), argv + argc});
-        if (options.help) {
-            std::cout << viewerUsage() << '\n' << viewerHelp();
-            return 0;
-        }
-        Log::setGlobalLevel(options.verbose ? Log::Debug : Log::Warning);
-        return show(options);
-    } catch (const UsageError& error) {
-        std::cerr << Name << error.what() << '\n' << viewerUsage() << '\n';
-        return 2;
-    } catch (const ScriptError& error) {
-        std::cerr << error.what() << '\n';
-        return 1;
-    } catch (const std::exception& error) {
-        std::cerr << Name << error.what() << '\n';
-        return 1;
-    }
+    const Program program{Name, viewerUsage(), viewerHelp()};
+    return runProgram<ViewerOptions>(program, argc, argv, parseViewerOptions, showOrPlaceMistake);
 }

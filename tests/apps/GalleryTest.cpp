@@ -42,7 +42,7 @@ TEST(Gallery, SaysInOneSentenceWhatIsWrongAndLeavesNoPicture) {
         {"--volume=" + whole + " --labels " + path("absent.nii"), BadInput, noFile},
         {"--volume=" + whole + " --point 0,900,0", BadInput, outside},
         {"--volume=" + whole + " --out " + whole + "/below", BadInput, noDirectory},
-        {"--volume=" + whole + " mona-lisa", BadInput, "there is no picture 'mona-lisa', see --list."},
+        {"--volume=" + whole + " mona-lisa", BadUsage, "There is no picture 'mona-lisa', see --list."},
         {"--volume=" + whole, BadInput, switchedOff, {"VELTRAND_DISABLE_OPENGL="}},
         {"--volume=" + whole, BadInput, noServer, {"-u", "DISPLAY"}},
         {"--colour", BadUsage, "There is no option '--colour'."},

@@ -23,10 +23,11 @@ layout(location = 0) out vec4 out_color;
 
 #ifdef WIDE_LINES
 uniform uint u_stipplePattern = 0xFFFFu;
-noperspective in float v_stippleBits; // bits of the pattern since the line's start
+in float v_stippleBits; // bits of the pattern since the line's start, times gl_Position.w
 
 float coverage() {
-    return (u_stipplePattern >> (uint(max(v_stippleBits, 0.0)) & 15u) & 1u) == 1u ? 1.0 : 0.0;
+    float bits = max(v_stippleBits * gl_FragCoord.w, 0.0);
+    return (u_stipplePattern >> (uint(bits) & 15u) & 1u) == 1u ? 1.0 : 0.0;
 }
 #else
 uniform bool u_pointSmoothing = false;

@@ -28,7 +28,9 @@ out VertexData {
     vec4 color;
     vec3 texCoord;
 } v_out;
-noperspective out float v_stippleBits; // bits of the pattern since the line's start
+// Bits of the pattern since the line's start, times gl_Position.w: linear on the screen, as noperspective outputs are
+// where the driver's clipper gets them right.
+out float v_stippleBits;
 
 struct End {
     vec4 clip;
@@ -69,7 +71,7 @@ void emit(End end, vec2 corner, vec2 direction, float bitLength) {
     gl_Position = wideLines_shift(end.clip, corner, u_windowSize);
     v_out.color = end.color;
     v_out.texCoord = end.texCoord;
-    v_stippleBits = end.bits + dot(corner, direction) / bitLength;
+    v_stippleBits = (end.bits + dot(corner, direction) / bitLength) * gl_Position.w;
     EmitVertex();
 }
 

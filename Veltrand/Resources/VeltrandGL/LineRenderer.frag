@@ -9,7 +9,7 @@ in vec4 v_color;
 
 #ifndef HARD_EDGES
 uniform float u_lineWidth = 1.0;
-noperspective in vec3 v_distance;
+in vec3 v_distance;
 flat in float v_scale;
 #endif
 
@@ -17,7 +17,7 @@ flat in float v_scale;
 #define STIPPLED
 uniform int u_stipplePattern = 0xFFFF;
 uniform float u_stippleFactor = 1.0;
-noperspective in vec4 v_stipple;
+in vec4 v_stipple;
 flat in float v_join;
 #endif
 
@@ -30,12 +30,14 @@ layout(location = 0) out vec4 out_color;
 void main() {
     float coverage = 1.0;
 #ifndef HARD_EDGES
-    coverage = wideLines_coverage(v_distance.x, 0.5 * u_lineWidth, v_scale);
-    coverage *= clamp(min(v_distance.y, v_distance.z), 0.0, 1.0);
+    vec3 distance = v_distance * gl_FragCoord.w;
+    coverage = wideLines_coverage(distance.x, 0.5 * u_lineWidth, v_scale);
+    coverage *= clamp(min(distance.y, distance.z), 0.0, 1.0);
 #endif
 #ifdef STIPPLED
     // Round an outer corner the line stays where it is in the pattern.
-    float position = v_join < 0.0 ? clamp(v_stipple.x, v_stipple.y, v_stipple.z) : v_join + v_stipple.w;
+    vec4 stipple = v_stipple * gl_FragCoord.w;
+    float position = v_join < 0.0 ? clamp(stipple.x, stipple.y, stipple.z) : v_join + stipple.w;
     coverage *= wideLines_stipple(position, 1.0 / max(u_stippleFactor, 1e-3), uint(u_stipplePattern));
 #endif
     vec4 color = vec4(v_color.rgb, v_color.a * coverage);

@@ -6,6 +6,9 @@
 //
 // A point that equals its previous or next point has no segment there. Where a line is interrupted, the neighbour
 // beyond the gap is missing: its coordinates are the largest number that there is.
+//
+// What is linear on the screen is handed on times gl_Position.w, and the fragment shader multiplies it by
+// gl_FragCoord.w: some drivers' clippers get noperspective outputs wrong at the corners of the view.
 
 #pragma include "VeltrandGL/WideLines.glh"
 #pragma conditional_include WITH_ACCUMULATION "VeltrandGL/LineLengthAccumulation.glh"
@@ -30,7 +33,7 @@ const float softness = 0.0; // width of the smooth edge in pixels
 const float softness = 1.0;
 // Pixels, all linear on the screen: from the axis of the segment, positive on the left; from where the smooth edge
 // of its start begins, at least 1 where the line goes on; the same for its end.
-noperspective out vec3 v_distance;
+out vec3 v_distance;
 flat out float v_scale; // of the first of them; the last vertex of a triangle tells joins and segments apart
 #endif
 
@@ -39,7 +42,7 @@ flat out float v_scale; // of the first of them; the last vertex of a triangle t
 uniform float u_stippleFactor = 1.0; // pixels for each bit of the pattern
 // Bits of the pattern: where the vertex is along the line, where its segment begins and ends; and how far from the join
 // its corner is.
-noperspective out vec4 v_stipple;
+out vec4 v_stipple;
 // Of the last vertex of a triangle: the position of the join that the triangle fills, below 0 within a segment.
 flat out float v_join;
 #endif
@@ -108,6 +111,7 @@ void main() {
     float here = isCap ? 0.0 : 2.0;
     float there = max(ownLength - inwards, 1.0) + 0.5;
     v_distance = vec3(wideLines_across(offset, ownDirection), isStart ? vec2(here, there) : vec2(there, here));
+    v_distance *= gl_Position.w;
 #endif
 
 #ifdef STIPPLED
@@ -121,6 +125,7 @@ void main() {
     // A join goes on into its outgoing segment. It has a position of its own, because those of the two segments are equal
     // only modulo 16.
     v_stipple = vec4(first + bitsPerPixel * vec3(along, 0.0, ownLength), bitsPerPixel * max(inwards, 0.0));
+    v_stipple *= gl_Position.w;
     v_join = isStart ? first : -1.0;
 #endif
 }

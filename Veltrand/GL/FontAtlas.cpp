@@ -11,6 +11,7 @@
 #include <Veltrand/GL/detail/GlyphPacking.h>
 #include <Veltrand/GL/detail/LogMessage.h>
 #include <Veltrand/GL/detail/MoveOnly.h>
+#include <Veltrand/GL/detail/PixelStore.h>
 #include <Veltrand/GL/detail/ScopedState.h>
 
 #include <algorithm>
@@ -276,6 +277,7 @@ const FontAtlas::Glyph& FontAtlas::rasterise(unsigned int codePoint) {
     }
     if (bitmap.width > 0 && bitmap.rows > 0) {
         const UploadAlignment alignment;
+        const PlainTransfer plain(TransferDirection::Upload);
         glPixelStorei(GL_UNPACK_ALIGNMENT, 1);
         m_texture->bind(0);
         uploadBitmap(m_library.get(), bitmap, *cell);

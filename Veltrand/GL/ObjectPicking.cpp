@@ -43,31 +43,15 @@ private:
     GLuint m_previous;
 };
 
-/// Downloads arrive in memory, without gaps, for a scope.
-class PlainPacking : private Utils::NotCopyable {
+/// Puts back the alignment of rows in downloads, of which textures leave 1 behind.
+class DownloadAlignment : private Utils::NotCopyable {
 public:
-    PlainPacking()
-        : m_buffer(static_cast<GLuint>(getInt(GL_PIXEL_PACK_BUFFER_BINDING))) {
-        glBindBuffer(GL_PIXEL_PACK_BUFFER, 0);
-        for (std::size_t i = 0; i < parameters.size(); ++i) {
-            m_values[i] = getInt(parameters[i]);
-            glPixelStorei(parameters[i], 0);
-        }
-        m_alignment = getInt(GL_PACK_ALIGNMENT);
-    }
-    ~PlainPacking() {
-        glPixelStorei(GL_PACK_ALIGNMENT, m_alignment);
-        for (std::size_t i = 0; i < parameters.size(); ++i)
-            glPixelStorei(parameters[i], m_values[i]);
-        glBindBuffer(GL_PIXEL_PACK_BUFFER, m_buffer);
-    }
+    DownloadAlignment()
+        : m_alignment(getInt(GL_PACK_ALIGNMENT)) {}
+    ~DownloadAlignment() { glPixelStorei(GL_PACK_ALIGNMENT, m_alignment); }
 
 private:
-    static constexpr std::array parameters = {GLenum{GL_PACK_SWAP_BYTES}, GLenum{GL_PACK_ROW_LENGTH},
-                                              GLenum{GL_PACK_SKIP_ROWS}, GLenum{GL_PACK_SKIP_PIXELS}};
-    GLuint m_buffer;
-    std::array<GLint, parameters.size()> m_values{};
-    GLint m_alignment = 4;
+    GLint m_alignment;
 };
 
 void fillWithNothing(Texture& texture) {
@@ -209,7 +193,7 @@ bool ObjectPicking::isInside(const Eigen::Vector2i& position) const {
 std::unique_ptr<ObjectPicking::Ids[]> ObjectPicking::download() const {
     const std::size_t expected = static_cast<std::size_t>(m_width) * static_cast<std::size_t>(m_height);
     auto ids = std::make_unique_for_overwrite<Ids[]>(expected);
-    const PlainPacking packing;
+    const DownloadAlignment alignment;
     if (m_texture->downloadTo(PixelFormat::RGInteger, PixelType::UInt,
                               std::as_writable_bytes(std::span(ids.get(), expected))))
         return ids;

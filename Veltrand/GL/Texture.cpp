@@ -8,6 +8,7 @@
 #include <Veltrand/GL/StateGuard.h>
 #include <Veltrand/GL/detail/LogMessage.h>
 #include <Veltrand/GL/detail/MoveOnly.h>
+#include <Veltrand/GL/detail/PixelStore.h>
 #include <Veltrand/GL/detail/Texels.h>
 
 #include <Eigen/Core>
@@ -278,6 +279,7 @@ void Texture::init() {
 }
 
 void Texture::allocate() {
+    const UnboundPixelBuffer noBuffer(TransferDirection::Upload); // from which null would be the beginning
     const auto target = static_cast<GLenum>(m_target);
     const auto internalFormat = static_cast<GLint>(m_internalFormat.value());
     const auto format = static_cast<GLenum>(m_internalFormat.matchingPixelFormat());
@@ -402,6 +404,7 @@ bool Texture::uploadElements(const void* data, std::size_t count, int components
     const auto format = elementFormat(components, type);
     if (!format || !checkSize(count, numTexels(), "texels"))
         return false;
+    const PlainTransfer plain(TransferDirection::Upload);
     uploadImpl(data, format->format, format->type);
     return true;
 }
@@ -410,6 +413,7 @@ bool Texture::downloadElements(void* data, std::size_t count, int components, Pi
     const auto format = elementFormat(components, type);
     if (!format || !checkSize(count, numTexels(), "texels"))
         return false;
+    const PlainTransfer plain(TransferDirection::Download);
     downloadImpl(format->format, format->type, data);
     return true;
 }
@@ -417,6 +421,7 @@ bool Texture::downloadElements(void* data, std::size_t count, int components, Pi
 bool Texture::upload(PixelFormat format, PixelType type, std::span<const std::byte> texels) {
     if (!checkSize(texels.size(), transferSize(format, type), "bytes"))
         return false;
+    const PlainTransfer plain(TransferDirection::Upload);
     uploadImpl(texels.data(), format, type);
     return true;
 }
@@ -424,6 +429,7 @@ bool Texture::upload(PixelFormat format, PixelType type, std::span<const std::by
 bool Texture::downloadTo(PixelFormat format, PixelType type, std::span<std::byte> texels) const {
     if (!checkSize(texels.size(), transferSize(format, type), "bytes"))
         return false;
+    const PlainTransfer plain(TransferDirection::Download);
     downloadImpl(format, type, texels.data());
     return true;
 }
@@ -549,6 +555,7 @@ void Texture::clearByUpload(PixelFormat format, PixelType type, const void* data
         format = integers[channels - 1];
     try {
         const auto image = filledImage(m_size[0], numRows(), format, type, data);
+        const PlainTransfer plain(TransferDirection::Upload);
         uploadImpl(image.data(), format, type);
     } catch (const std::exception&) {
         logMessage(Log::Error, category, [this] {

@@ -26,9 +26,9 @@ namespace Veltrand::GL {
 /// last dimension that is used. Everything but the accessors needs a current context that owns or shares the
 /// texture. Transfers and settings leave it bound to unit 0, which is then the active one.
 ///
-/// Transfers set the row alignment, leave it at 1, and touch no other GL_UNPACK_* or GL_PACK_* parameter:
-/// what a caller has set there, or a bound pixel buffer, is obeyed and has to be at its default for the sizes
-/// given here to hold.
+/// Transfers set the row alignment and leave it at 1. No other pixel storage parameter (GL_UNPACK_*,
+/// GL_PACK_*) and no bound pixel buffer of the caller has a say in them, or is changed: rows follow each
+/// other in memory. Only `uploadImpl` and `downloadImpl` take their pointer as OpenGL does.
 class VELTRAND_GL_API Texture : private Utils::NotCopyable {
 public:
     /// What a texture is bound to, which decides on its shape.
@@ -121,9 +121,9 @@ public:
     requires Element<T>
     [[nodiscard]] std::vector<T> download() const {
         std::vector<T> texels;
-        if (const auto format = elementFormat(ElementTraits<T>::components, ElementTraits<T>::type)) {
+        if (elementFormat(ElementTraits<T>::components, ElementTraits<T>::type)) {
             texels.resize(numTexels());
-            downloadImpl(format->format, format->type, texels.data());
+            downloadTo(texels);
         }
         return texels;
     }
@@ -144,7 +144,9 @@ public:
     /// Targets without a transfer (all but 1D, 2D, 3D and the 1D and 2D arrays) take nothing.
     [[nodiscard]] std::size_t transferSize(PixelFormat format, PixelType type) const;
 
-    /// Unchecked transfers of `transferSize(format, type)` bytes.
+    /// Unchecked transfer of `transferSize(format, type)` bytes, for what the others do not do: lengths,
+    /// skips and byte order are those that the caller has set with `glPixelStorei`, and where a pixel buffer
+    /// is bound @p data is an offset in it. GL: glTexSubImage1D, glTexSubImage2D, glTexSubImage3D, 1.2
     void uploadImpl(const void* data, PixelFormat format, PixelType type);
     /// As `uploadImpl`, the other way. GL: glGetTexImage, 1.0
     void downloadImpl(PixelFormat format, PixelType type, void* data) const;

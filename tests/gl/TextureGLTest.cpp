@@ -2,6 +2,7 @@
 #include "support/GLTest.h"
 
 #include <cstring>
+#include <numeric>
 
 namespace Veltrand::GL {
 
@@ -185,6 +186,50 @@ TEST_F(TextureGL, RawTransfersTakeHalves) {
     const std::array<std::uint16_t, 3> ones{0x3C00, 0x4000, 0xBC00};
     EXPECT_TRUE(halves.upload(PixelFormat::Red, PixelType::HFloat, std::as_bytes(std::span(ones))));
     EXPECT_EQ(halves.download<float>(), (std::vector<float>{1, 2, -1}));
+}
+
+TEST_F(TextureGL, PixelStorageOfTheCallerIsObeyedByUncheckedTransfersOnly) {
+    using Values = std::vector<unsigned int>;
+    const Testing::StateNames layouts{"pack layout", "unpack layout"};
+    Values stored(64);
+    std::iota(stored.begin(), stored.end(), 0U);
+    Values texels(stored.begin() + 10, stored.begin() + 40);
+    std::array<GLuint, 2> buffers{};
+    glGenBuffers(2, buffers.data());
+    for (const bool bound : {false, true}) {
+        Testing::setState(layouts, true);
+        for (const auto& [target, buffer] :
+             {std::pair(GLenum{GL_PIXEL_PACK_BUFFER}, buffers[0]), {GL_PIXEL_UNPACK_BUFFER, buffers[1]}})
+            if (bound) {
+                glBindBuffer(target, buffer);
+                glBufferData(target, 256, stored.data(), GL_STATIC_READ);
+            }
+        const auto before = Testing::takeStateSnapshot();
+        Texture texture(Target::Texture3D, {5, 3, 2}, InternalFormat::R32UI);
+        EXPECT_TRUE(texture.upload(texels));
+        EXPECT_EQ(texture.download<unsigned int>(), texels);
+        const auto bytes = std::as_writable_bytes(std::span(texels));
+        EXPECT_TRUE(texture.upload(PixelFormat::RedInteger, PixelType::UInt, bytes));
+        EXPECT_TRUE(texture.downloadTo(PixelFormat::RedInteger, PixelType::UInt, bytes));
+        EXPECT_TRUE(texture.downloadTo(texels));
+        EXPECT_EQ(texture.download<unsigned int>(), texels);
+        {
+            const Testing::ScopedEntryPoint byUpload(glad_glClearTexImage, nullptr);
+            texture.clear<unsigned int>({7, 0, 0, 0});
+        }
+        EXPECT_EQ(texture.download<unsigned int>(), Values(30, 7));
+        auto changed = Testing::differences(before, Testing::takeStateSnapshot());
+        for (const char* const own : {"pack", "unpack", "texture unit 0"})
+            changed.erase(own);
+        EXPECT_EQ(changed, Testing::StateNames{});
+
+        Testing::setState(layouts, false);
+        glPixelStorei(GL_UNPACK_SKIP_PIXELS, 3);
+        texture.uploadImpl(bound ? nullptr : stored.data(), PixelFormat::RedInteger, PixelType::UInt);
+        glPixelStorei(GL_UNPACK_SKIP_PIXELS, 0);
+        EXPECT_EQ(texture.download<unsigned int>(), Values(stored.begin() + 3, stored.begin() + 33));
+    }
+    glDeleteBuffers(2, buffers.data()); // which unbinds them
 }
 
 TEST_F(TextureGL, UnfittingTransfersAreRefusedAndTouchNothing) {

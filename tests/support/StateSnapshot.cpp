@@ -50,7 +50,8 @@ void bindAll() {
     useProgram();
     glBindVertexArray(created(glGenVertexArrays));
     glBindBuffer(GL_ARRAY_BUFFER, created(glGenBuffers));
-    glBindBuffer(GL_UNIFORM_BUFFER, created(glGenBuffers));
+    for (const int target : {GL_UNIFORM_BUFFER, GL_PIXEL_PACK_BUFFER, GL_PIXEL_UNPACK_BUFFER})
+        glBindBuffer(static_cast<GLenum>(target), created(glGenBuffers));
     for (GLuint unit = 0; unit < numUnits; ++unit) {
         glActiveTexture(GL_TEXTURE0 + unit);
         for (const int target : {GL_TEXTURE_1D, GL_TEXTURE_2D, GL_TEXTURE_3D})
@@ -75,6 +76,11 @@ Setting capability(const char* name, GLenum capability, bool usual = false) {
     return {name, {capability}, [=](bool adverse) {
                 adverse != usual ? glEnable(capability) : glDisable(capability);
             }};
+}
+
+Setting pixelStore(const char* name, GLenum parameter, GLint adverse, GLint usual = 0) {
+    return {
+        name, {parameter}, [=](bool isAdverse) { glPixelStorei(parameter, isAdverse ? adverse : usual); }};
 }
 
 /// Calls a function with other values, and with the defaults.
@@ -143,12 +149,20 @@ const std::vector<Setting>& settings() {
         {"color mask", {GL_COLOR_WRITEMASK}, calls(glColorMask, {0, 1, 0, 0}, {1, 1, 1, 1})},
         {"color mask", {}, calls(glColorMaski, {1, 1, 0, 1, 0}, {1, 1, 1, 1, 1})},
         {"restart index", {GL_PRIMITIVE_RESTART_INDEX}, calls(glPrimitiveRestartIndex, {77}, {0})},
-        {"pack",
-         {GL_PACK_ALIGNMENT, GL_PACK_ROW_LENGTH, GL_PACK_SKIP_ROWS, GL_PACK_SKIP_PIXELS},
-         calls(glPixelStorei, {GL_PACK_ALIGNMENT, 2}, {GL_PACK_ALIGNMENT, 4})},
-        {"unpack",
-         {GL_UNPACK_ALIGNMENT, GL_UNPACK_ROW_LENGTH, GL_UNPACK_SKIP_ROWS, GL_UNPACK_SKIP_PIXELS},
-         calls(glPixelStorei, {GL_UNPACK_ALIGNMENT, 2}, {GL_UNPACK_ALIGNMENT, 4})},
+        pixelStore("pack", GL_PACK_ALIGNMENT, 2, 4),
+        pixelStore("pack layout", GL_PACK_SWAP_BYTES, 1),
+        pixelStore("pack layout", GL_PACK_ROW_LENGTH, 3000),
+        pixelStore("pack layout", GL_PACK_SKIP_ROWS, 2),
+        pixelStore("pack layout", GL_PACK_SKIP_PIXELS, 3),
+        pixelStore("pack layout", GL_PACK_IMAGE_HEIGHT, 50),
+        pixelStore("pack layout", GL_PACK_SKIP_IMAGES, 1),
+        pixelStore("unpack", GL_UNPACK_ALIGNMENT, 2, 4),
+        pixelStore("unpack layout", GL_UNPACK_SWAP_BYTES, 1),
+        pixelStore("unpack layout", GL_UNPACK_ROW_LENGTH, 3000),
+        pixelStore("unpack layout", GL_UNPACK_SKIP_ROWS, 2),
+        pixelStore("unpack layout", GL_UNPACK_SKIP_PIXELS, 3),
+        pixelStore("unpack layout", GL_UNPACK_IMAGE_HEIGHT, 50),
+        pixelStore("unpack layout", GL_UNPACK_SKIP_IMAGES, 1),
 
         {"draw framebuffer", {GL_DRAW_FRAMEBUFFER_BINDING}},
         {"read framebuffer", {GL_READ_FRAMEBUFFER_BINDING}},

@@ -107,7 +107,8 @@ public:
 
     // Points and lines; sizes are in logical pixels, which `dpiScale()` turns into pixels
 
-    /// The diameter of points. Without smoothing they are squares of whole pixels, at least one.
+    /// The diameter of points. Without smoothing they are squares of whole pixels, at least one; smooth points
+    /// of less than one pixel are fainter.
     /// GL: glUniform1f, 3.3
     void setPointSize(double size);
     /// Points are discs from now on, with coverage in alpha, so that blending makes their edges smooth. Other

@@ -12,6 +12,7 @@
 
 #include <Eigen/Geometry>
 #include <functional>
+#include <numbers>
 
 namespace Veltrand::GL {
 
@@ -240,6 +241,29 @@ TEST_F(FixedFunctionPipelineGL, SettersAndResetReachTheContext) {
         Texture(Texture::Target::TextureRectangle, Vector3i::Ones(), InternalFormat::R8));
     EXPECT_EQ(uniform("u_texType"), 0);
     pipeline.disable();
+}
+
+// The opacities of its pixels add up to the area of the disc, wherever it lies.
+TEST_F(FixedFunctionPipelineGL, SmoothPointsCoverTheAreaOfTheirDisc) {
+    const ViewState view({0, 0, edge, edge}, createOrtho2d(edge, edge), Matrix4d::Identity());
+    for (const double size : {0.5, 1.0, 1.5, 2.0, 2.7, 3.0, 5.0, 20.0})
+        for (const Vector3f& at :
+             {Vector3f(32, 32, 0), Vector3f(31.5F, 20.5F, 0), Vector3f(31.75F, 20.4F, 0)}) {
+            const Testing::RenderTarget target(edge, edge, InternalFormat::RGBA32F);
+            auto& pipeline = *FixedFunctionPipeline::get();
+            pipeline.enable(view, Selection::Plain, nullptr);
+            pipeline.setPointSize(size);
+            pipeline.enablePointSmoothing();
+            VertexBuffer buffer(Buffer::Usage::StaticDraw);
+            buffer.setData(std::vector<Vector3f>{at});
+            buffer.draw(Primitive::Points);
+            pipeline.disable();
+            double sum = 0;
+            for (const auto& texel : target.texture().download<Vector4f>())
+                sum += double{texel.w()};
+            const double area = std::numbers::pi * size * size / 4;
+            EXPECT_NEAR(sum, area, 0.015 * area) << size << " at " << at.transpose();
+        }
 }
 
 // Additive, so that a pixel that is drawn twice shows it.

@@ -22,9 +22,8 @@ out VertexData {
 
 void main() {
     gl_Position = u_projectionMatrix * (u_viewMatrix * (u_modelMatrix * a_position));
-    // Squares have whole pixels; the smooth edge of a disc lies half a pixel to both sides of its border.
-    float size = max(u_pointSize, 1.0);
-    gl_PointSize = u_pointSmoothing ? size + 1.0 : floor(size + 0.5);
+    // Squares have whole pixels, at least one; a disc reaches pixels whose centres are up to half a pixel outside of it.
+    gl_PointSize = u_pointSmoothing ? max(u_pointSize, 0.0) + 1.0 : floor(max(u_pointSize, 1.0) + 0.5);
     v_out.color = a_color;
     v_out.texCoord = a_texCoord.xyz * u_texCoordScaling + u_texCoordOffset;
 }

@@ -89,8 +89,9 @@ Program& programFor(bool shadowing, bool perspective) {
     return shadowing ? static_cast<Program&>(*FontAtlasShadowProgram::get()) : *FontAtlasProgram::get();
 }
 
+/// Whether texts, whose z is the same throughout, get smaller along or across the line.
 bool hasPerspective(const Eigen::Matrix4d& matrix) {
-    return matrix.row(3) != Eigen::RowVector4d::Unit(3);
+    return !matrix.block<1, 2>(3, 0).isZero(0);
 }
 
 void closeLibrary(FT_Library library) {
@@ -106,16 +107,19 @@ FT_Library openLibrary() {
     throw std::runtime_error(text);
 }
 
-/// Whether the matrix puts whole pixels of a text onto whole pixels of the window.
-bool mapsToPixels(const Eigen::Matrix4d& matrix, const Viewport& viewport) {
+/// Whether the matrix puts whole pixels of a text at this z onto whole pixels of the window.
+bool mapsToPixels(const Eigen::Matrix4d& matrix, double z, const Viewport& viewport) {
     constexpr double tolerance = 1e-3;
+    const double w = matrix(3, 2) * z + matrix(3, 3);
+    if (hasPerspective(matrix) || !(w > 0))
+        return false;
     const Eigen::Vector2d halfSize = Eigen::Vector2d(viewport.width, viewport.height) / 2;
-    const Eigen::Matrix2d scale = halfSize.asDiagonal() * matrix.topLeftCorner<2, 2>();
-    const Eigen::Vector2d shift = halfSize.cwiseProduct(matrix.block<2, 1>(0, 3) + Eigen::Vector2d::Ones());
+    const Eigen::Matrix2d scale = halfSize.asDiagonal() * matrix.topLeftCorner<2, 2>() / w;
+    const Eigen::Vector2d origin = (matrix.block<2, 1>(0, 2) * z + matrix.block<2, 1>(0, 3)) / w;
+    const Eigen::Vector2d shift = halfSize.cwiseProduct(origin + Eigen::Vector2d::Ones());
     return (scale - Eigen::Matrix2d::Identity()).cwiseAbs().maxCoeff() * GlyphPacking::textureSize <
                tolerance &&
-           (shift - shift.array().round().matrix()).cwiseAbs().maxCoeff() < tolerance &&
-           matrix.block<2, 1>(0, 2).isZero() && !hasPerspective(matrix);
+           (shift - shift.array().round().matrix()).cwiseAbs().maxCoeff() < tolerance;
 }
 
 /// As `std::round`, without a call on processors for which that takes one.
@@ -411,9 +415,9 @@ void FontAtlas::addLine(const Line& line, const Eigen::Vector3d& position) {
         addVertex(left, top, texLeft, texTop);
         addVertex(left, bottom, texLeft, texBottom);
         addVertex(right, bottom, texRight, texBottom);
+        addVertex(right, top, texRight, texTop);
         addVertex(left, top, texLeft, texTop);
         addVertex(right, bottom, texRight, texBottom);
-        addVertex(right, top, texRight, texTop);
     }
     m_positions.resize(end);
     m_texCoords.resize(end);
@@ -441,10 +445,12 @@ void FontAtlas::drawLines(const Viewport& viewport, const Eigen::Matrix4d& viewM
     m_vertexBuffer->setData(m_positions, m_texCoords);
     Program& program = programFor(shadowing, hasPerspective(viewMatrix));
     program.enable();
-    if (mapsToPixels(viewMatrix, viewport))
-        program.setArgument("u_fontTexture", *m_texture);
-    else
+    const bool isFiltered = !mapsToPixels(viewMatrix, double{m_positions.front().z()}, viewport);
+    if (isFiltered)
         program.setArgument("u_fontTexture", *m_texture, *m_smoothSampler);
+    else
+        program.setArgument("u_fontTexture", *m_texture);
+    program.setArgument("u_isFiltered", isFiltered);
     program.setArgument("u_viewMatrix", viewMatrix);
     program.setArgument("u_shadowing", shadowing);
     program.setArgument("u_color", color);

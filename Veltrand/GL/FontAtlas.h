@@ -79,7 +79,8 @@ public:
     /// control characters here.
     ///
     /// Positions are rounded to whole pixels of the text. Where these are pixels of the window, what is drawn
-    /// are the pixels of the glyphs' bitmaps; text that is turned or scaled is filtered.
+    /// are the pixels of the glyphs' bitmaps; text that is turned or scaled, also by its distance, is
+    /// filtered.
     /// @param viewMatrix maps pixels of the text to clip space
     /// @param position of the pen, in pixels of the text; x and y on the baseline
     /// @param color red, green, blue, alpha

@@ -161,6 +161,32 @@ TEST_F(TextRendererGL, SetsTextOffByAShadowInItsMargin) {
     }
 }
 
+// Whether texels lie on pixels decides, not the form of the matrix.
+TEST_F(TextRendererGL, ScaledTextHasTheEdgesOfTurnedText) {
+    const ByteBuffer file = fontFile("Regular");
+    FontAtlas atlas(file, 16);
+    const auto draw = [&](double scale, double turn, double w, bool shadowing) {
+        Eigen::Affine3d placed = Eigen::Affine3d::Identity();
+        placed.translate(Vector3d(20, 30, 0)).rotate(Eigen::AngleAxisd(turn, Vector3d::UnitZ()));
+        placed.scale(Vector3d(scale, scale, 1));
+        clearColorBuffer(Eigen::Vector4f::Constant(0.5F));
+        const Blending blending(Blending::Function::SrcAlpha, Blending::Function::OneMinusSrcAlpha);
+        atlas.renderLine("lHg", w * createOrtho2d(width, height) * placed.matrix(), Vector3d::Zero(),
+                         Vector4d::Ones(), shadowing);
+        return pixels();
+    };
+    for (const double scale : {0.6, 1.0, 1.25, 6.0})
+        for (const bool shadowing : {false, true}) {
+            const Pixels turned = draw(scale, 2e-5, 1, shadowing);
+            for (const double w : {1.0, 2.5}) {
+                const Pixels upright = draw(scale, 0, w, shadowing);
+                for (std::size_t i = 0; i < turned.size(); ++i)
+                    ASSERT_NEAR(upright[i], turned[i], 2)
+                        << scale << ' ' << shadowing << ' ' << w << ' ' << i;
+            }
+        }
+}
+
 TEST_F(TextRendererGL, KeepsBlankWhatHasNoRoom) {
     const ByteBuffer file = fontFile("Regular");
     FontAtlas atlas(file, 700);

@@ -35,8 +35,7 @@ constexpr const char* boxDefine = "_IMGPROG_USE_BOX_TEX_COORDS";
 // What a program computes through unless it was given a framebuffer.
 class SharedFBO final : public InstanceManager<SharedFBO>, public Framebuffer {};
 
-constexpr std::array suspended = {GLenum{GL_SCISSOR_TEST}, GLenum{GL_CULL_FACE}};
-constexpr std::array blend = {GLenum{GL_BLEND}};
+constexpr std::array conversions = {GLenum{GL_FRAMEBUFFER_SRGB}};
 
 std::vector<Program::StageName> stages(const std::string& fragmentShader, bool useGeometryShader) {
     std::vector<Program::StageName> names{{Program::Stage::Vertex, "VeltrandGL/ImageProgram.vert"}};
@@ -138,8 +137,7 @@ public:
     explicit Computation(ImageProgram& program)
         : m_program(program)
         , m_guard({StateGuard::SaveFlags::Framebuffer, StateGuard::SaveFlags::Program,
-                   StateGuard::SaveFlags::Viewport})
-        , m_suspended(suspended) {
+                   StateGuard::SaveFlags::Viewport}) {
         program.ensureFboIsBound();
     }
     ~Computation() {
@@ -159,7 +157,8 @@ public:
                        "textures have a format that can be attached to a FBO.");
             return false;
         }
-        if (!checkSlices(outputs, slices) || !m_program.compile(Compilation::Immediate))
+        if (!checkSlices(outputs, slices) || m_program.hasFailedToCompile() ||
+            !m_program.compile(Compilation::Immediate))
             return false;
         m_program.enable();
         return true;
@@ -194,7 +193,10 @@ private:
 
     ImageProgram& m_program;
     StateGuard m_guard;
-    DisabledCapabilities m_suspended;
+    SquareDrawing m_drawing;
+    UntestedFragments m_tests;
+    AllBuffersWritten m_buffers;
+    DisabledCapabilities m_conversions{conversions};
 };
 
 ImageProgram::ImageProgram(const std::string& fragmentShader, const std::string& defines,
@@ -308,7 +310,7 @@ void ImageProgram::compute(const Outputs& outputs, const Cuboid& cuboid) {
     const bool layered = m_useGeometryShader && fitsLayers(size[2]);
 
     Computation computation(*this);
-    const DisabledCapabilities blending(blend);
+    const DisabledIndices blending(GL_BLEND, Framebuffer::maxColorAttachments);
     if (!computation.start(outputs, layered ? std::nullopt : std::optional(region.firstSlice), size[2]))
         return;
     setUniforms(size, region, layered, layered);

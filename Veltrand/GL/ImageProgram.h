@@ -35,9 +35,10 @@ struct TimeoutSettings;
 /// layers, or one after the other. For 1D arrays, slices are layers too.
 ///
 /// A computation puts back the draw framebuffer (for drawing and reading), the program and the viewport, also
-/// when it fails, and leaves no vertex array object and no array buffer bound. The caller's scissor test and
-/// face culling, and in `compute` blending, are suspended. All other state applies as in any draw: colour
-/// mask, polygon mode, and the depth and stencil tests where the user's framebuffer has such buffers.
+/// when it fails, and leaves no vertex array object and no array buffer bound. Nothing else that the caller
+/// has set decides on what is computed: culling, polygon mode, discarding, masks, tests (also where the
+/// user's framebuffer has depth and stencil), logic operation, conversion to sRGB, clip control and, in
+/// `compute`, blending are suspended, and put back.
 ///
 /// Needs the context that the program was made in, or one that shares with it, current on the calling thread.
 /// Messages go to the log category "GL.ImageProgram".
@@ -124,8 +125,9 @@ public:
     /// refused, and a smaller width or height limits what is computed.
     ///
     /// Failures are logged and leave the outputs as they were: no output, a format that cannot be drawn to,
-    /// more than `Framebuffer::maxColorAttachments` entries, a program that does not compile. A box beside
-    /// the output computes nothing. GL: glDrawArraysInstanced, glFramebufferTexture, glDrawBuffers, 3.2
+    /// more than `Framebuffer::maxColorAttachments` entries, a program that does not compile, which is tried
+    /// and logged once until it is changed. A box beside the output computes nothing. GL:
+    /// glDrawArraysInstanced, glFramebufferTexture, glDrawBuffers, 3.2
     void compute(const std::vector<Texture*>& outputs, const Cuboid& cuboid);
     /// With a single output.
     void compute(Texture& output, const Cuboid& cuboid);

@@ -351,8 +351,7 @@ void OffscreenRenderHelper::blendToParent(RenderBuffer* buffer, ColorPostProcess
 
     const StateGuard guard(StateGuard::SaveFlags::Program | StateGuard::SaveFlags::Depth);
     const DrawingBindings bindings;
-    const DisabledCapabilities obstacles(squareObstacles);
-    const FilledPolygons polygons;
+    const SquareDrawing square;
     const FirstBufferOnly buffers(oit ? FirstBufferOnly::First::Masked : FirstBufferOnly::First::AsItIs);
     program.enable();
     if (oit)

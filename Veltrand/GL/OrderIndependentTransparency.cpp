@@ -36,30 +36,11 @@ constexpr GLuint endOfList = 0xFFFFFFFF;
 /// Lets what a fragment shader writes reach the first draw buffer, and nothing else, unchanged; then puts
 /// back what the caller had set.
 class PlainOutput : private Utils::NotCopyable {
-public:
-    PlainOutput()
-        : m_blend(glIsEnabledi(GL_BLEND, 0) == GL_TRUE)
-        , m_scissor(glIsEnabledi(GL_SCISSOR_TEST, 0) == GL_TRUE) {
-        glDisablei(GL_BLEND, 0);
-        glDisablei(GL_SCISSOR_TEST, 0);
-    }
-    ~PlainOutput() {
-        if (m_blend)
-            glEnablei(GL_BLEND, 0);
-        if (m_scissor)
-            glEnablei(GL_SCISSOR_TEST, 0);
-    }
-
-private:
-    static constexpr std::array tests = {GLenum{GL_DEPTH_TEST}, GLenum{GL_STENCIL_TEST}};
-
     DrawingBindings m_bindings;
-    DisabledCapabilities m_tests{tests};
-    DisabledCapabilities m_obstacles{squareObstacles};
-    FilledPolygons m_polygons;
+    SquareDrawing m_square;
+    UntestedFragments m_tests;
+    DisabledIndices m_blending{GL_BLEND, 1};
     FirstBufferOnly m_buffers{FirstBufferOnly::First::Written};
-    bool m_blend;
-    bool m_scissor;
 };
 
 std::int64_t maxStorageBlockSize() {

@@ -113,6 +113,7 @@ void Program::swap(Program& other) noexcept {
     m_abstractIncludes.swap(other.m_abstractIncludes);
     m_requiredExtensions.swap(other.m_requiredExtensions);
     std::swap(m_needsCompilation, other.m_needsCompilation);
+    std::swap(m_failedToCompile, other.m_failedToCompile);
 }
 
 std::unique_ptr<Program> Program::createVertexFragment(const std::string& vertexName,
@@ -204,6 +205,7 @@ bool Program::reload() {
         std::swap(m_id, fresh.m_id);
         m_shaders.swap(fresh.m_shaders);
         m_needsCompilation = false;
+        m_failedToCompile = false;
         return true;
     } catch (const std::exception& exception) {
         logMessage(Log::Error, category, [&] { return exception.what(); });
@@ -213,6 +215,7 @@ bool Program::reload() {
 
 bool Program::changed(Compilation compilation) {
     m_needsCompilation = true;
+    m_failedToCompile = false;
     return initProgram(compilation);
 }
 
@@ -287,6 +290,7 @@ bool Program::initProgram(Compilation compilation) {
         return true;
     if (m_id == 0)
         return false;
+    m_failedToCompile = true;
     try {
         compileAndLink();
     } catch (const std::exception& exception) {
@@ -298,6 +302,7 @@ bool Program::initProgram(Compilation compilation) {
     logMessage(Log::Debug, category,
                [this] { return "Initialized GLSL program (" + joinShaderNames() + ")"; });
     m_needsCompilation = false;
+    m_failedToCompile = false;
     return true;
 }
 

@@ -262,6 +262,8 @@ public:
 protected:
     /// A new program of the same stages and defines, not compiled. A subclass makes one of its own kind.
     [[nodiscard]] virtual std::unique_ptr<Program> cloneImpl() const;
+    /// Whether it has been compiled as it is now, and did not compile.
+    [[nodiscard]] bool hasFailedToCompile() const { return m_failedToCompile; }
 
 private:
     struct TextureBinding {
@@ -322,6 +324,7 @@ private:
     AbstractIncludes m_abstractIncludes;
     std::vector<std::string> m_requiredExtensions;
     bool m_needsCompilation = true;
+    bool m_failedToCompile = false;
 };
 
 VELTRAND_FLAG_OPERATORS(Program::Cloning)

@@ -259,18 +259,33 @@ TEST_F(ImageProgramGL, TheCallersStateNeitherMattersNorChanges) {
     const Testing::RenderTarget target(3, 4);
     ImageProgram other = make("mark.frag", false);
     other.enable();
-    for (const bool layered : {true, false}) {
-        ImageProgram program = make("coord.frag", layered, Mode::Output, "#define OPACITY 0.5\n");
-        program.setClearOutputEnabled(true, Eigen::Vector4f::Zero());
-        Texture output(Target::Texture3D, {4, 4, 4}, InternalFormat::RGBA8);
-        {
-            const Testing::AdverseState adverse({"scissor test", "scissor box", "cull face", "culled face",
-                                                 "front face", "blend", "blend functions", "blend equations",
-                                                 "depth function", "clear color", "active texture"});
-            program.compute(output, {});
+    Framebuffer own;
+    Texture depth(Target::Texture2D, {4, 4, 1}, InternalFormat::Depth24Stencil8);
+    const Bytes expected(223, 223, 223, 128);
+    for (const InternalFormat format : {InternalFormat::RGBA8, InternalFormat::SRGB8Alpha8})
+        for (const bool layered : {true, false}) {
+            ImageProgram program = make("coord.frag", layered, Mode::Output, "#define OPACITY 0.5\n");
+            program.setClearOutputEnabled(true, Eigen::Vector4f::Zero());
+            program.setFBO(layered ? nullptr : &own);
+            Texture volume(Target::Texture3D, {4, 4, 4}, format);
+            Texture reduced(Target::Texture2D, {4, 4, 1}, format);
+            {
+                const Testing::AdverseState adverse;
+                glDisablei(GL_BLEND, 2); // which remains so while the others are put back
+                if (!layered) {
+                    const StateGuard guard = own.guardedBind();
+                    own.attach(depth, 0);
+                }
+                program.compute(volume, {});
+                glDisablei(GL_BLEND, 0);
+                program.computeReduceZ(reduced, 0, 4, {});
+                EXPECT_EQ(glIsEnabledi(GL_BLEND, 1), GL_TRUE);
+                EXPECT_EQ(glIsEnabledi(GL_BLEND, 2), GL_FALSE);
+                glEnable(GL_BLEND);
+            }
+            EXPECT_EQ(volume.download<Bytes>().back(), expected);
+            EXPECT_EQ(reduced.download<Bytes>().back(), expected);
         }
-        EXPECT_EQ(output.download<Bytes>().back(), Bytes(223, 223, 223, 128));
-    }
     other.disable();
 }
 
@@ -303,9 +318,18 @@ TEST_F(ImageProgramGL, FailuresAreLoggedAndDrawNothing) {
         program.compute({&output, &flat}, {0, 0, 3, 4, 3, 4});
         EXPECT_FALSE(log().take().empty());
         ImageProgram broken("I/coord.frag", "", layered, Mode::Output, Compilation::Deferred);
-        broken.compute(output, {});
-        EXPECT_FALSE(log().take("GL.Program").empty());
+        for (const char* const defines : {"", "#define NONE\n"}) { // once for each
+            broken.setDefines(defines, Compilation::Deferred);
+            broken.compute(output, {});
+            EXPECT_FALSE(log().take("GL.Program").empty());
+            broken.compute(output, {});
+            EXPECT_TRUE(log().take("GL.Program").empty());
+        }
         expectMarks(output, [](int, int, int) { return false; });
+        broken.setDefines("#define OPACITY 1\n", Compilation::Deferred);
+        Texture colors(Target::Texture2D, {4, 3, 1}, InternalFormat::RGBA8);
+        broken.compute(colors, {});
+        EXPECT_EQ(colors.download<Bytes>().front()[3], 255);
     }
 }
 

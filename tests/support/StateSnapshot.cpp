@@ -2,6 +2,7 @@
 #include "support/StateSnapshot.h"
 
 #include <Veltrand/GL/Functions.h>
+#include <Veltrand/GL/detail/EntryPoints.h>
 
 #include <array>
 #include <functional>
@@ -90,6 +91,26 @@ std::function<void(bool)> calls(void (*&function)(Args...), std::tuple<std::type
     return [&function, adverse, usual](bool isAdverse) { std::apply(function, isAdverse ? adverse : usual); };
 }
 
+constexpr GLenum alphaTest = 0x0BC0; // GL_ALPHA_TEST
+
+bool hasAlphaTest() {
+    return (GL::getInt(GL_CONTEXT_PROFILE_MASK) & GL_CONTEXT_CORE_PROFILE_BIT) == 0;
+}
+
+void setAlphaTest(bool adverse) {
+    if (!hasAlphaTest())
+        return;
+    const auto alphaFunc = reinterpret_cast<void (*)(GLenum, GLfloat)>(GL::lookupEntryPoint("glAlphaFunc"));
+    alphaFunc(adverse ? GL_NEVER : GL_ALWAYS, 0);
+    adverse ? glEnable(alphaTest) : glDisable(alphaTest);
+}
+
+void setClipControl(bool adverse) {
+    if (glClipControl)
+        glClipControl(adverse ? GL_UPPER_LEFT : GL_LOWER_LEFT,
+                      adverse ? GL_ZERO_TO_ONE : GL_NEGATIVE_ONE_TO_ONE);
+}
+
 // Rows of the same name are pieces of one.
 const std::vector<Setting>& settings() {
     constexpr GLuint all = 0xFFFFFFFF;
@@ -144,6 +165,8 @@ const std::vector<Setting>& settings() {
          {GL_POLYGON_MODE},
          calls(glPolygonMode, {GL_FRONT_AND_BACK, GL_POINT}, {GL_FRONT_AND_BACK, GL_FILL})},
         {"logic mode", {GL_LOGIC_OP_MODE}, calls(glLogicOp, {GL_INVERT}, {GL_COPY})},
+        {"alpha test", {}, setAlphaTest}, // read apart, as is the next one
+        {"clip control", {}, setClipControl},
         {"samples", {}, calls(glSampleMaski, {0, 0}, {0, all})}, // read apart, as is the second color mask
         {"scissor box", {GL_SCISSOR_BOX}, calls(glScissor, {1, 1, 1, 1}, {1, 1, 1, 1})}, // has no default
         {"color mask", {GL_COLOR_WRITEMASK}, calls(glColorMask, {0, 1, 0, 0}, {1, 1, 1, 1})},
@@ -212,6 +235,11 @@ void readMasks(StateSnapshot& snapshot) {
     auto& masks = snapshot["color mask"];
     masks.insert(masks.end(), second.begin(), second.end());
     snapshot["samples"].push_back(GL::getIntIndexed(GL_SAMPLE_MASK_VALUE, 0));
+    if (hasAlphaTest())
+        append(snapshot["alpha test"], alphaTest);
+    if (glClipControl)
+        for (const int query : {GL_CLIP_ORIGIN, GL_CLIP_DEPTH_MODE})
+            append(snapshot["clip control"], static_cast<GLenum>(query));
 }
 
 } // namespace

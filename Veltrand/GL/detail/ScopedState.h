@@ -4,30 +4,36 @@
 #include <Veltrand/Core/NotCopyable.h>
 
 #include <array>
+#include <bitset>
 #include <glad/gl.h>
 #include <span>
 #include <vector>
 
 namespace Veltrand::GL {
 
-/// What would keep a full-screen square from filling its viewport with what the fragment shader writes.
-/// Clipping would read distances that the vertex shader does not write; eight are the fewest there are.
-inline constexpr std::array squareObstacles = {
-    GLenum{GL_CULL_FACE},           GLenum{GL_COLOR_LOGIC_OP},  GLenum{GL_POLYGON_SMOOTH},
-    GLenum{GL_RASTERIZER_DISCARD},  GLenum{GL_DITHER},          GLenum{GL_SAMPLE_ALPHA_TO_COVERAGE},
-    GLenum{GL_SAMPLE_ALPHA_TO_ONE}, GLenum{GL_SAMPLE_COVERAGE}, GLenum{GL_SAMPLE_MASK},
-    GLenum{GL_CLIP_DISTANCE0},      GLenum{GL_CLIP_DISTANCE1},  GLenum{GL_CLIP_DISTANCE2},
-    GLenum{GL_CLIP_DISTANCE3},      GLenum{GL_CLIP_DISTANCE4},  GLenum{GL_CLIP_DISTANCE5},
-    GLenum{GL_CLIP_DISTANCE6},      GLenum{GL_CLIP_DISTANCE7}};
-
 /// Switches capabilities off for a scope.
 class DisabledCapabilities : private Utils::NotCopyable {
 public:
+    /// @param capabilities at most 32, which outlive this
     explicit DisabledCapabilities(std::span<const GLenum> capabilities);
     ~DisabledCapabilities();
 
 private:
-    std::vector<GLenum> m_disabled; ///< those that were on
+    std::span<const GLenum> m_capabilities;
+    std::bitset<32> m_disabled; ///< those that were on
+};
+
+/// Switches the first indices of a capability off for a scope. Those that were off, and further ones, stay as
+/// they are, which `glEnable` would switch on with the others.
+class DisabledIndices : private Utils::NotCopyable {
+public:
+    /// @param count at most 32
+    DisabledIndices(GLenum capability, GLuint count);
+    ~DisabledIndices();
+
+private:
+    GLenum m_capability;
+    std::bitset<32> m_disabled; ///< those that were on
 };
 
 /// Fills polygons for a scope.
@@ -40,8 +46,72 @@ private:
     std::array<GLint, 2> m_mode{}; ///< front and back
 };
 
+/// Counts rows from the lower edge of the viewport for a scope.
+class LowerLeftOrigin : private Utils::NotCopyable {
+public:
+    LowerLeftOrigin();
+    ~LowerLeftOrigin();
+
+private:
+    bool m_changed = false;
+    GLenum m_depthMode = 0;
+};
+
+/// Switches off what only compatibility contexts do to fragments of a shader, for a scope.
+class NoFixedFunction : private Utils::NotCopyable {
+public:
+    NoFixedFunction();
+    ~NoFixedFunction();
+
+private:
+    bool m_present;
+    DisabledCapabilities m_capabilities;
+    GLenum m_clamping = 0;
+};
+
+/// Lets a full-screen square fill its viewport with what the fragment shader writes, for a scope. Tests,
+/// blending and masks of the caller still apply.
+class SquareDrawing : private Utils::NotCopyable {
+public:
+    SquareDrawing();
+
+private:
+    DisabledCapabilities m_obstacles;
+    NoFixedFunction m_fixedFunction;
+    FilledPolygons m_polygons;
+    LowerLeftOrigin m_origin;
+};
+
+/// Keeps scissor, stencil and depth test from fragments for a scope.
+class UntestedFragments : private Utils::NotCopyable {
+public:
+    UntestedFragments();
+
+private:
+    DisabledCapabilities m_tests;
+    DisabledIndices m_scissor; ///< of the first viewport, where there are several
+};
+
+/// Puts back what is written of each draw buffer at the end of a scope.
+class ColorMasks : private Utils::NotCopyable {
+protected:
+    ColorMasks();
+    ~ColorMasks();
+
+    [[nodiscard]] GLuint numBuffers() const { return static_cast<GLuint>(m_masks.size()); }
+
+private:
+    std::vector<std::array<GLboolean, 4>> m_masks;
+};
+
+/// Writes every channel of every draw buffer for a scope.
+class AllBuffersWritten : private ColorMasks {
+public:
+    AllBuffersWritten();
+};
+
 /// Keeps drawing from every draw buffer but the first for a scope.
-class FirstBufferOnly : private Utils::NotCopyable {
+class FirstBufferOnly : private ColorMasks {
 public:
     enum class First {
         AsItIs,
@@ -49,10 +119,6 @@ public:
         Masked,  ///< nothing is written at all
     };
     explicit FirstBufferOnly(First first);
-    ~FirstBufferOnly();
-
-private:
-    std::vector<std::array<GLboolean, 4>> m_masks;
 };
 
 /// Puts back the alignment of rows in uploads, of which textures leave 1 behind.

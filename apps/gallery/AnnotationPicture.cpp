@@ -3,8 +3,8 @@
 #include "gallery/LabelPainter.h"
 #include "gallery/PlanePainter.h"
 #include "scene/Annotator.h"
+#include "scene/RegionMesh.h"
 #include "scene/VolumeTexture.h"
-#include "support/NumberText.h"
 #include "support/Surface.h"
 
 #include <Veltrand/GL/Functions.h>
@@ -51,7 +51,7 @@ Region findRegion(const Scene& scene) {
         if (scene.volume.bounds().contains(region.center) && !region.surface.positions.empty())
             return region;
     }
-    const ScalarGrid head = shrink(scene.volume, 2);
+    const ScalarGrid head = shrink(scene.volume, surfaceDetail(scene.volume));
     return {extractSurface(head, separatingLevel(head)), "Head", scene.point};
 }
 
@@ -99,10 +99,12 @@ Contour findContour(const Region& region, int axis) {
 /// A slice with everything that is marked on it.
 class AnnotatedSlice {
 public:
-    AnnotatedSlice(const Annotator& annotator, const SlicePanel& panel, const Region& region)
+    AnnotatedSlice(const Annotator& annotator, const SlicePanel& panel, const Region& region,
+                   const LengthFormat& lengths)
         : m_annotator(annotator)
         , m_panel(panel)
         , m_region(region)
+        , m_lengths(lengths)
         , m_view({panel.rect.x, panel.rect.y, panel.rect.width, panel.rect.height},
                  GL::createOrtho(0, 1, 0, 1, -1, 1), panel.panelToPatient.inverse().matrix())
         , m_contour(findContour(region, panel.normal)) {}
@@ -154,7 +156,7 @@ public:
                           1.5 * m_annotator.lineWidth(), DistanceColor);
         const Vector3d place = (first + last) / 2 + 2 * tick;
         m_annotator.text(
-            millimetres(m_contour.length()), place.head<2>(),
+            m_lengths.millimetres(m_contour.length()), place.head<2>(),
             m_annotator.font(DistanceColor, Style::Regular, Decoration::Underline | Decoration::Shadow),
             up.x() < 0 ? AlignmentH::Right : AlignmentH::Left, AlignmentV::Bottom);
     }
@@ -179,9 +181,10 @@ public:
         constexpr std::array Names{"Sagittal", "Coronal", "Axial"};
         m_annotator.text(Names[static_cast<std::size_t>(m_panel.normal)], caption - space,
                          m_annotator.font(color, Style::BoldItalic), AlignmentH::Right, AlignmentV::Baseline);
-        m_annotator.text(
-            std::string(1, "xyz"[m_panel.normal]) + " = " + millimetres(m_region.center[m_panel.normal]),
-            caption + space, m_annotator.font(color, Style::Italic), AlignmentH::Left, AlignmentV::Baseline);
+        m_annotator.text(std::string(1, "xyz"[m_panel.normal]) + " = " +
+                             m_lengths.millimetres(m_region.center[m_panel.normal]),
+                         caption + space, m_annotator.font(color, Style::Italic), AlignmentH::Left,
+                         AlignmentV::Baseline);
     }
 
 private:
@@ -190,6 +193,7 @@ private:
     const Annotator& m_annotator;
     const SlicePanel& m_panel;
     const Region& m_region;
+    LengthFormat m_lengths;
     GL::ViewState m_view;
     Contour m_contour;
 };
@@ -247,7 +251,7 @@ void drawAnnotatedSlices(const Scene& scene, const Annotator& annotator, const R
         panel.rect.y += below;
         planes.draw(scene.texture, panel.rect, patientToTexture(scene.volume) * panel.panelToPatient,
                     textureWindow(scene.volume, scene.window));
-        slices.emplace_back(annotator, panel, region);
+        slices.emplace_back(annotator, panel, region, scene.volume.lengths());
     }
     const AnnotatedSlice& longest = *std::ranges::max_element(slices, {}, &AnnotatedSlice::contourLength);
     for (const AnnotatedSlice& slice : slices) {

@@ -3,6 +3,7 @@
 #include "gallery/LabelPainter.h"
 #include "gallery/PlanePainter.h"
 #include "scene/VolumeTexture.h"
+#include "support/NumberText.h"
 
 #include <Veltrand/GL/ImageProgram.h>
 #include <Veltrand/GL/Texture.h>
@@ -16,8 +17,11 @@ namespace Veltrand::Apps {
 namespace {
 
 const Eigen::Vector3f TextColor(0.92F, 0.92F, 0.92F);
-constexpr double Detail = 60;   // edge of what is shown, in millimetres
-constexpr double ScaleBar = 10; // in millimetres
+/// The longest of 1, 2 and 5 millimetres and their powers of ten that is not longer than a length.
+double roundLength(double length) {
+    const double power = std::pow(10, std::floor(std::log10(length)));
+    return power * (length < 2 * power ? 1 : length < 5 * power ? 2 : 5);
+}
 
 /// Runs an image program over every voxel.
 // [snippet]
@@ -47,8 +51,9 @@ void drawFiltered(const Scene& scene, const Canvas& canvas) {
     // An axial square around the point, seen as the axial slice is.
     SlicePanel panel = layout.panels.front();
     Eigen::Affine3d& panelToPatient = panel.panelToPatient;
-    panelToPatient.linear().col(0) = panelToPatient.linear().col(0).normalized() * Detail;
-    panelToPatient.linear().col(1) = panelToPatient.linear().col(1).normalized() * Detail;
+    const double detail = scene.volume.bounds().sizes().maxCoeff() / 3;
+    panelToPatient.linear().col(0) = panelToPatient.linear().col(0).normalized() * detail;
+    panelToPatient.linear().col(1) = panelToPatient.linear().col(1).normalized() * detail;
     panelToPatient.translation() =
         scene.point - (panelToPatient.linear().col(0) + panelToPatient.linear().col(1)) / 2;
     const Eigen::Affine3d panelToTexture = patientToTexture(scene.volume) * panelToPatient;
@@ -56,8 +61,8 @@ void drawFiltered(const Scene& scene, const Canvas& canvas) {
     const PlanePainter planes;
     const LabelPainter labels;
     const Window grey = textureWindow(scene.volume, scene.window);
-    // A step over all of the window within two millimetres shows white.
-    const Window slope{0, std::abs(grey.high - grey.low) / 2};
+    // A step over all of the window within a thirtieth of the detail shows white.
+    const Window slope{0, std::abs(grey.high - grey.low) / (detail / 30)};
     // [snippet]
     const GL::Texture mean = filter(scene, "VeltrandGallery/Mean.frag");
     const GL::Texture gradient = filter(scene, "VeltrandGallery/Gradient.frag");
@@ -76,10 +81,12 @@ void drawFiltered(const Scene& scene, const Canvas& canvas) {
     drawPanel(gradient, slope, "Gradient");
 
     // Below the last panel's lower right corner.
-    const int bar = static_cast<int>(ScaleBar * edge / Detail);
+    const double length = roundLength(detail / 5);
+    const int bar = static_cast<int>(length * edge / detail);
     const PixelRect& last = panel.rect;
     labels.fill({last.x + last.width - bar, bottom - margin, bar, scale}, TextColor);
-    LabelPainter::drawText("10 mm", last.x + last.width - bar / 2, bottom - 2 * margin, scale, TextColor);
+    LabelPainter::drawText(shortNumber(length) + " mm", last.x + last.width - bar / 2, bottom - 2 * margin,
+                           scale, TextColor);
 }
 
 } // namespace Veltrand::Apps

@@ -2,7 +2,6 @@
 #include "gallery/Canvas.h"
 #include "gallery/LabelPainter.h"
 #include "scene/VolumeTexture.h"
-#include "support/NumberText.h"
 
 #include <Veltrand/GL/Program.h>
 #include <Veltrand/GL/VertexBuffer.h>
@@ -37,8 +36,8 @@ void drawMarks(const Scene& scene, const SlicePanel& panel, const SliceLayout& l
     const int middleX = rect.x + rect.width / 2;
     LabelPainter::drawLetters(scene, panel, layout);
 
-    const std::string position =
-        std::string(1, "xyz"[panel.normal]) + " = " + millimetres(scene.point[panel.normal]);
+    const std::string position = std::string(1, "xyz"[panel.normal]) + " = " +
+                                 scene.volume.lengths().millimetres(scene.point[panel.normal]);
     LabelPainter::drawText(position, middleX, rect.y - 2 * layout.margin + layout.margin / 2,
                            std::max(1, layout.letterScale * 2 / 3), planeColor(panel.normal));
 }

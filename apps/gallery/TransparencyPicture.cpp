@@ -2,6 +2,7 @@
 #include "gallery/Canvas.h"
 #include "gallery/LabelPainter.h"
 #include "scene/DepthOrder.h"
+#include "scene/RegionMesh.h"
 #include "support/Surface.h"
 
 #include <Veltrand/GL/Blending.h>
@@ -43,8 +44,6 @@ const std::array<Structure, 6> Structures{{
 }};
 constexpr float RegionOpacity = 0.35F;
 const Eigen::Vector4f HeadColor(0.85F, 0.8F, 0.78F, 0.1F);
-/// In millimetres. Finer, the folds of the brain would hide what lies within.
-constexpr double HeadDetail = 2;
 constexpr int HeadSmoothing = 2;
 const Eigen::Vector3f TextColor(0.92F, 0.92F, 0.92F);
 
@@ -67,7 +66,7 @@ struct Model {
 
 Model makeModel(const Scene& scene) {
     Model model;
-    ScalarGrid head = shrink(scene.volume, HeadDetail);
+    ScalarGrid head = shrink(scene.volume, surfaceDetail(scene.volume));
     const float level = separatingLevel(head);
     smooth(head, HeadSmoothing);
     model.add(extractSurface(head, level), HeadColor);

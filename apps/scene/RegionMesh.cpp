@@ -53,9 +53,14 @@ RegionMesh meshVolume(const Volume& volume, double millimetres, std::optional<fl
     return mesh;
 }
 
+double surfaceDetail(const Volume& volume) {
+    constexpr double Steps = 96;
+    return volume.bounds().sizes().maxCoeff() / Steps;
+}
+
 RegionMesh makeRegionMesh(const Volume& volume, const Volume* labels) {
-    constexpr double Detail = 2;
-    return labels != nullptr ? meshRegions(*labels) : meshVolume(volume, Detail, std::nullopt, 1);
+    return labels != nullptr ? meshRegions(*labels)
+                             : meshVolume(volume, surfaceDetail(volume), std::nullopt, 1);
 }
 
 } // namespace Veltrand::Apps

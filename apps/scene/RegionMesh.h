@@ -35,6 +35,10 @@ using MeshProgress = std::function<bool(std::size_t done, std::size_t total)>;
 [[nodiscard]] RegionMesh meshVolume(const Volume& volume, double millimetres, std::optional<float> level,
                                     int region, const MeshProgress& progress = {});
 
+/// About the distance of the vertices at which the surface of a volume shows its shape but not each fold, so
+/// that it does not hide what lies within: 2 mm in a brain.
+[[nodiscard]] double surfaceDetail(const Volume& volume);
+
 /// The surfaces of the regions, or of the volume as region 1 where there are none.
 [[nodiscard]] RegionMesh makeRegionMesh(const Volume& volume, const Volume* labels);
 

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include "support/NumberText.h"
 
+#include <algorithm>
 #include <array>
 #include <cmath>
 #include <cstdio>
@@ -17,14 +18,15 @@ std::string print(const char* format, double number) {
 
 } // namespace
 
-std::string oneDecimal(double number) {
+std::string withDecimals(double number, int decimals) {
+    const double scale = std::pow(10, decimals);
     // Adding 0 turns -0 into 0.
-    return print("%.1f", std::round(number * 10) / 10 + 0.0);
+    return print(("%." + std::to_string(decimals) + "f").c_str(), std::round(number * scale) / scale + 0.0);
 }
 
-std::string millimetres(double length) {
-    return oneDecimal(length) + " mm";
-}
+LengthFormat::LengthFormat(double voxel)
+    // Edges of half a millimetre and their like are seldom exact.
+    : m_decimals(static_cast<int>(std::clamp(std::ceil(-std::log10(voxel / 5) - 1e-3), 0.0, 12.0))) {}
 
 std::string shortNumber(double number) {
     const double size = std::abs(number);

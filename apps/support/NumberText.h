@@ -5,10 +5,24 @@
 
 namespace Veltrand::Apps {
 
-/// A number with one digit behind the point, as lengths and places in millimetres are shown; never "-0.0".
-[[nodiscard]] std::string oneDecimal(double number);
-/// "12.3 mm"
-[[nodiscard]] std::string millimetres(double length);
+/// A number with so many digits behind the point; never "-0.0".
+[[nodiscard]] std::string withDecimals(double number, int decimals);
+
+/// How places and lengths in a volume are written: in millimetres, whose last digit stands for a fifth of a
+/// voxel at most, so that neighbours are told apart in a brain and under a microscope.
+class LengthFormat {
+public:
+    /// @param voxel the shortest edge of a voxel in millimetres
+    explicit LengthFormat(double voxel);
+
+    [[nodiscard]] std::string number(double length) const { return withDecimals(length, m_decimals); }
+    /// "12.3 mm"
+    [[nodiscard]] std::string millimetres(double length) const { return number(length) + " mm"; }
+
+private:
+    int m_decimals;
+};
+
 /// A number with four digits that count, or all of those before the point.
 [[nodiscard]] std::string shortNumber(double number);
 

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
+#include "support/NumberText.h"
+
 #include <Veltrand/Core/ByteBuffer.h>
 
 #include <Eigen/Geometry>
@@ -35,6 +37,8 @@ struct Volume {
     [[nodiscard]] Eigen::AlignedBox3d bounds() const;
     /// The edge lengths of a voxel in millimetres.
     [[nodiscard]] Eigen::Vector3d spacing() const;
+    /// How places and lengths in it are written.
+    [[nodiscard]] LengthFormat lengths() const { return LengthFormat(spacing().minCoeff()); }
 };
 
 /// The range of values that is shown from black to white. `low` is below `high`.

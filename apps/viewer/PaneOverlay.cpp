@@ -89,7 +89,7 @@ public:
         constexpr std::array Names{"Sagittal", "Coronal", "Axial"};
         const auto normal = static_cast<std::size_t>(m_panel.normal);
         m_annotator.text(std::string(Names[normal]) + "  " + "xyz"[normal] + " = " +
-                             millimetres(m_state.point[m_panel.normal]),
+                             m_state.study.volume.lengths().millimetres(m_state.point[m_panel.normal]),
                          {margin / 2, m_size.y() - margin / 2},
                          m_annotator.font(PlaneColors[normal], Style::Regular, Decoration::Shadow),
                          AlignmentH::Left, AlignmentV::Top);
@@ -120,7 +120,7 @@ private:
         m_annotator.lines({from, to, from - tick, from + tick, to - tick, to + tick},
                           1.5 * m_annotator.lineWidth(), DistanceColor);
         const Vector3d place = (from + to) / 2 + 2 * tick;
-        m_annotator.text(millimetres(measurement.length()), place.head<2>(),
+        m_annotator.text(m_state.study.volume.lengths().millimetres(measurement.length()), place.head<2>(),
                          m_annotator.font(DistanceColor, Style::Bold, Decoration::Shadow),
                          up.x() < 0 ? AlignmentH::Right : AlignmentH::Left, AlignmentV::Bottom);
     }
@@ -217,8 +217,9 @@ void drawModelOverlay(const ViewerState& state, const GL::ViewState& view, const
 void drawStatus(const ViewerState& state, const PixelRect& rect) {
     const Annotator annotator(viewportOf(rect), TextPoints);
     const std::optional<double> value = state.study.valueAt(state.point);
-    std::string left = "x " + oneDecimal(state.point.x()) + "  y " + oneDecimal(state.point.y()) + "  z " +
-                       oneDecimal(state.point.z()) + " mm";
+    const LengthFormat lengths = state.study.volume.lengths();
+    std::string left = "x " + lengths.number(state.point.x()) + "  y " + lengths.number(state.point.y()) +
+                       "  z " + lengths.millimetres(state.point.z());
     if (value)
         left += "   value " + shortNumber(*value);
     if (const std::string name = state.study.nameOf(state.study.regionAt(state.point)); !name.empty())

@@ -15,8 +15,9 @@ namespace {
 
 void print(const ViewerState& state) {
     const Eigen::Vector3d& point = state.point;
-    std::cout << "point " << oneDecimal(point.x()) << ' ' << oneDecimal(point.y()) << ' '
-              << oneDecimal(point.z());
+    const LengthFormat lengths = state.study.volume.lengths();
+    std::cout << "point " << lengths.number(point.x()) << ' ' << lengths.number(point.y()) << ' '
+              << lengths.number(point.z());
     if (const std::optional<double> value = state.study.valueAt(point))
         std::cout << ", value " << shortNumber(*value);
     std::cout << ", window " << shortNumber(state.window.low) << ' ' << shortNumber(state.window.high);
@@ -25,7 +26,7 @@ void print(const ViewerState& state) {
     if (state.answer)
         std::cout << ", answer " << state.answer->text;
     if (!state.measurements.empty())
-        std::cout << ", distance " << millimetres(state.measurements.back().length());
+        std::cout << ", distance " << lengths.millimetres(state.measurements.back().length());
     std::cout << std::endl;
 }
 
@@ -54,8 +55,9 @@ public:
         GL::finish();
         const std::chrono::duration<double> seconds = std::chrono::steady_clock::now() - begin;
         (*this)(Input(ButtonChange{drag.button, false, drag.modifiers}));
-        std::cout << drag.frames << " frames in " << oneDecimal(1000 * seconds.count())
-                  << " ms: " << oneDecimal(drag.frames / seconds.count()) << " frames a second" << std::endl;
+        std::cout << drag.frames << " frames in " << withDecimals(1000 * seconds.count(), 1)
+                  << " ms: " << withDecimals(drag.frames / seconds.count(), 1) << " frames a second"
+                  << std::endl;
     }
 
     void operator()(const ResizeCommand& command) {

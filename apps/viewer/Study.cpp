@@ -44,8 +44,9 @@ std::string Study::describe(const Eigen::Vector3d& point, unsigned region) const
     if (region != 0)
         return nameOf(region);
     const std::optional<double> value = valueAt(point);
-    return (value ? shortNumber(*value) + " at (" : "(") + oneDecimal(point.x()) + ", " +
-           oneDecimal(point.y()) + ", " + oneDecimal(point.z()) + ") mm";
+    const LengthFormat lengths = volume.lengths();
+    return (value ? shortNumber(*value) + " at (" : "(") + lengths.number(point.x()) + ", " +
+           lengths.number(point.y()) + ", " + lengths.number(point.z()) + ") mm";
 }
 
 double Study::sliceDistance(int axis) const {

@@ -104,6 +104,18 @@ Study makeStudy() {
     return study;
 }
 
+TEST(Study, TellsNeighbouringVoxelsApartWhateverTheirSize) {
+    const std::pair<double, const char*> cases[]{{10, "50 at (0, 24, 13) mm"},
+                                                 {0.5, "50 at (0.0, 1.2, 0.6) mm"},
+                                                 {0.01, "50 at (0.000, 0.024, 0.013) mm"},
+                                                 {4e-5, "50 at (0.000000, 0.000096, 0.000050) mm"}};
+    for (const auto& [scale, text] : cases) {
+        Study study = makeStudy();
+        study.volume.voxelToPatient.prescale(scale);
+        EXPECT_EQ(study.describe(scale * Vector3d(-0.004, 2.4, 1.255), 0), text);
+    }
+}
+
 class ViewerInteraction : public testing::Test {
 protected:
     /// @param scale pixels per point

@@ -27,6 +27,7 @@
 #include <Veltrand/GL/Program.h>
 #include <Veltrand/GL/ProgramCache.h>
 #include <Veltrand/GL/Sampler.h>
+#include <Veltrand/GL/ShaderSource.h>
 #include <Veltrand/GL/ShaderStorageBuffer.h>
 #include <Veltrand/GL/StateGuard.h>
 #include <Veltrand/GL/SyncObject.h>

@@ -48,6 +48,8 @@ class Program;
 class ProgramCache;
 class ProgramDecorator;
 class Sampler;
+class ShaderLineMap;
+class ShaderSourceError;
 class ShaderStorageBuffer;
 class StateGuard;
 class SyncObject;
@@ -56,6 +58,7 @@ class Texture;
 class VertexArrayObject;
 class VertexBuffer;
 class ViewState;
+struct ShaderSource;
 struct Viewport;
 
 } // namespace Veltrand::GL

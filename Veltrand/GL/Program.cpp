@@ -3,7 +3,7 @@
 
 #include <Veltrand/GL/Functions.h>
 #include <Veltrand/GL/ProgramDecorator.h>
-#include <Veltrand/GL/ShaderLog.h>
+#include <Veltrand/GL/ShaderSource.h>
 #include <Veltrand/GL/detail/LogMessage.h>
 #include <Veltrand/GL/detail/MoveOnly.h>
 
@@ -330,11 +330,12 @@ void Program::compileAndLink() {
 }
 
 void Program::initShader(const ShaderInfo& shaderInfo) const {
-    const std::string source = !shaderInfo.overrideSource.empty()
-                                   ? shaderInfo.overrideSource
-                                   : loadShaderSource(shaderInfo, m_expandDefines, m_abstractIncludes,
-                                                      m_defines, m_requiredExtensions);
-    const char* const text = source.c_str();
+    const bool isOverridden = !shaderInfo.overrideSource.empty();
+    const ShaderSource source = isOverridden ? ShaderSource{shaderInfo.overrideSource, {}, {}}
+                                             : assembleShader(shaderInfo, m_expandDefines, m_abstractIncludes,
+                                                              m_defines, m_requiredExtensions);
+    const std::string driverText = isOverridden ? source.text : source.driverText();
+    const char* const text = driverText.c_str();
     glShaderSource(shaderInfo.id, 1, &text, nullptr);
     glCompileShader(shaderInfo.id);
     GLint compiled = GL_FALSE;
@@ -345,8 +346,11 @@ void Program::initShader(const ShaderInfo& shaderInfo) const {
     const std::string log = infoLog(shaderInfo.id, glGetShaderiv, glGetShaderInfoLog);
     if (log.empty() || isChatter(log) || !Log::isAccepted(Log::Info, category))
         return;
-    Log::log(Log::Info, category, reformatShaderErrorLog(log, source));
-    for (const std::string& message : placeShaderMessages(log, source))
+    // An overridden source has no map, but may have been made from a text with markers.
+    Log::log(Log::Info, category,
+             isOverridden ? reformatShaderErrorLog(log, source.text) : reformatShaderErrorLog(log, source));
+    for (const std::string& message :
+         isOverridden ? placeShaderMessages(log, source.text) : placeShaderMessages(log, source.lines))
         Log::log(Log::Info, category, message);
 }
 

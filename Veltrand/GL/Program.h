@@ -21,6 +21,9 @@ namespace Veltrand::GL {
 
 namespace detail {
 
+class PlacedText;
+struct IncludeTrail;
+
 template<class T, class... Types>
 concept OneOf = (std::same_as<T, Types> || ...);
 
@@ -182,13 +185,17 @@ public:
     /// By the define name of @p include; null changes nothing and gives true.
     bool removeAbstractIncludeDefinition(const AbstractInclude* include, Compilation compilation);
 
-    /// The complete GLSL text of one stage as it is given to the driver. Throws `std::runtime_error`
-    /// ("Missing shader", "Missing shader include") when a file is missing, or when a file has a
-    /// pathological number of blank lines after its version line. Needs no context.
+    /// The complete GLSL text of one stage. Throws `ShaderSourceError`, a `std::runtime_error`, when a file
+    /// is missing ("Missing shader", "Missing shader include"). Needs no context.
     [[nodiscard]] static std::string loadShaderSource(const ShaderInfo& shaderInfo, bool expandDefines,
                                                       const AbstractIncludes& abstractIncludes,
                                                       const std::string& defines,
                                                       const std::vector<std::string>& requiredExtensions);
+    /// The same text, with where its lines come from.
+    [[nodiscard]] static ShaderSource assembleShader(const ShaderInfo& shaderInfo, bool expandDefines,
+                                                     const AbstractIncludes& abstractIncludes,
+                                                     const std::string& defines,
+                                                     const std::vector<std::string>& requiredExtensions);
 
     // Using
 
@@ -295,15 +302,14 @@ private:
     void collectDefinitions(const AbstractInclude& include, const std::string& keyPrefix,
                             std::vector<AbstractIncludeStruct>& definitions) const;
 
-    [[nodiscard]] static std::string expandInclude(std::string_view line, std::string& abstractDefines,
-                                                   int& minVersion, int& maxVersion,
-                                                   std::vector<std::string>& includedFiles,
-                                                   const std::string& shaderName,
-                                                   const AbstractIncludes& abstractIncludes,
-                                                   const std::string& defines, const std::string& keyPrefix);
+    [[nodiscard]] static detail::PlacedText
+    expandInclude(std::string_view line, std::string& abstractDefines, int& minVersion, int& maxVersion,
+                  std::vector<std::string>& includedFiles, const std::string& shaderName,
+                  const AbstractIncludes& abstractIncludes, const std::string& defines,
+                  const std::string& keyPrefix, detail::IncludeTrail& trail);
     [[nodiscard]] static std::string determineVersion(int minVersion, int maxVersion,
                                                       const std::string& shaderName);
-    static void convertLegacyCodeToModernGlsl(std::string& source, Stage stage);
+    static void convertLegacyCodeToModernGlsl(detail::PlacedText& source, Stage stage);
 
     void initBindings();
     [[nodiscard]] int takeTextureUnit(const std::string& name, bool reuse);

@@ -3,18 +3,38 @@
 #include <Veltrand/GL/Program.h>
 
 #include <Veltrand/Core/Resource.h>
+#include <Veltrand/GL/ShaderSource.h>
 #include <Veltrand/GL/detail/LogMessage.h>
+#include <Veltrand/GL/detail/PlacedText.h>
+#include <Veltrand/GL/detail/ShaderDirectives.h>
 
 #include <algorithm>
 #include <boost/regex.hpp>
 #include <charconv>
 #include <cstddef>
 #include <optional>
-#include <stdexcept>
 
 namespace Veltrand::GL {
 
+// What the expansion of a stage keeps beside its text.
+struct detail::IncludeTrail {
+    std::vector<ShaderLineMap::File> files;
+    std::vector<ShaderMessage> warnings;
+    LinePlace place;      // of the line that is being expanded
+
+    [[nodiscard]] std::optional<ShaderLocation> location() const {
+        if (place.file < 0)
+            return std::nullopt;
+        return ShaderLocation{files[static_cast<std::size_t>(place.file)].name, place.line};
+    }
+};
+
 namespace {
+
+using detail::CommentScanner;
+using detail::IncludeTrail;
+using detail::LinePlace;
+using detail::PlacedText;
 
 constexpr std::string_view category = "GL.Program";
 
@@ -36,13 +56,22 @@ std::string queryShaderSource(const std::string& name) {
     return {};
 }
 
+void warn(IncludeTrail& trail, std::optional<ShaderLocation> location, const std::string& text) {
+    logMessage(Log::Warning, category, text);
+    trail.warnings.push_back({ShaderMessage::Severity::Warning, std::move(location), text});
+}
+
+[[noreturn]] void fail(const IncludeTrail& trail, const std::string& what, const std::string& text) {
+    throw ShaderSourceError(what, {ShaderMessage::Severity::Error, trail.location(), text});
+}
+
 // The text of an include and the name that it was found under.
 struct IncludeFile {
     std::string name;
     std::string text;
 };
 
-IncludeFile queryInclude(const std::string& name, const std::string& shaderName) {
+IncludeFile queryInclude(const std::string& name, const std::string& shaderName, IncludeTrail& trail) {
     constexpr std::string_view deprecatedPrefix = "Veltrand/";
     IncludeFile file{name, queryShaderSource(name)};
     if (!file.text.empty())
@@ -56,51 +85,69 @@ IncludeFile queryInclude(const std::string& name, const std::string& shaderName)
         }
     }
     if (file.text.empty()) {
-        logMessage(Log::Error, category,
-                   [&] { return "OpenGL shader " + shaderName + ": include " + file.name + " not found!"; });
-        throw std::runtime_error("Missing shader include");
+        const std::string text = "OpenGL shader " + shaderName + ": include " + file.name + " not found!";
+        logMessage(Log::Error, category, text);
+        fail(trail, "Missing shader include", text);
     }
-    logMessage(Log::Warning, category, [&] {
-        return "Detected deprecated style #pragma include \"" + name + "\". Please use \"" + file.name +
-               "\" instead.";
-    });
+    warn(trail, trail.location(),
+         "Detected deprecated style #pragma include \"" + name + "\". Please use \"" + file.name +
+             "\" instead.");
     return file;
 }
 
-void removeByteOrderMark(std::string& text) {
+// Notes a file, whose text gets the form that its lines are counted in.
+PlacedText placeFile(std::string text, ShaderLineMap::File file, IncludeTrail& trail) {
     if (text.starts_with("\xEF\xBB\xBF"))
         text.erase(0, 3);
+    detail::normalizeNewlines(text);
+    trail.files.push_back(std::move(file));
+    return {std::move(text), {static_cast<int>(trail.files.size()) - 1, 1}};
 }
 
 enum class VersionLine { None, Valid, Invalid };
 
-// Reads the number of the first version line of a text into version, and replaces every version line, with
-// the blank lines that follow it, by one newline. Matches are tried only where the literal start of the
-// expression stands, which leaves the rest of the text to the much faster search for it.
-VersionLine extractVersion(std::string& text, int& version) {
-    constexpr std::string_view start = "#version ";
-    static const boost::regex expression(R"(#version ([0-9]{3})( es)?( compatibility)?(\s)*\n)");
+// Reads the number of the first version line of a file into version, and takes out all of them.
+VersionLine extractVersion(PlacedText& file, int& version) {
     VersionLine found = VersionLine::None;
-    std::string rest;
-    std::size_t copied = 0;
-    boost::cmatch match;
-    for (auto at = text.find(start); at != std::string::npos; at = text.find(start, at)) {
-        if (!boost::regex_search(text.c_str() + at, text.c_str() + text.size(), match, expression,
-                                 boost::match_continuous)) {
-            at += start.size();
-            continue;
-        }
+    CommentScanner comments(file.text());
+    PlacedText rest;
+    PlacedText::Cursor cursor(file);
+    while (const auto directive = detail::findVersionDirective(file.text(), cursor.position(), comments)) {
         if (found == VersionLine::None) {
-            const auto error = std::from_chars(match[1].first, match[1].second, version).ec;
+            const std::string_view number = directive->number;
+            const auto error = std::from_chars(number.data(), number.data() + number.size(), version).ec;
             found = error == std::errc() ? VersionLine::Valid : VersionLine::Invalid;
         }
-        rest.append(text, copied, at - copied).append("\n");
-        at += static_cast<std::size_t>(match.length());
-        copied = at;
+        rest.append(cursor, directive->begin);
+        if (directive->takesBlankLines)
+            rest.append("\n");
+        cursor.moveTo(directive->end);
     }
-    if (found != VersionLine::None)
-        text = rest.append(text, copied);
+    if (found == VersionLine::None)
+        return found;
+    rest.append(cursor, file.text().size());
+    file = std::move(rest);
     return found;
+}
+
+// The file of an include without its version, which widens the range of versions.
+PlacedText loadInclude(const std::string& path, std::string directive, const std::string& shaderName,
+                       int& minVersion, int& maxVersion, IncludeTrail& trail) {
+    auto [name, text] = queryInclude(path, shaderName, trail);
+    PlacedText file = placeFile(std::move(text), {name, std::move(directive)}, trail);
+    int version = 0;
+    const VersionLine versionLine = extractVersion(file, version);
+    if (versionLine == VersionLine::Valid) {
+        minVersion = std::min(minVersion, version);
+        maxVersion = std::max(maxVersion, version);
+    } else if (versionLine == VersionLine::Invalid) {
+        warn(trail, ShaderLocation{name, 1},
+             "OpenGL shader " + shaderName + ": include " + name + " has invalid version!");
+    }
+    if (versionLine != VersionLine::None && !file.text().empty() && file.text().back() != '\n')
+        warn(trail, ShaderLocation{name, file.placeOf(file.lineCount() - 1).line},
+             name + " does not end with a newline.");
+    return file;
 }
 
 std::string_view stageMacro(Program::Stage stage) {
@@ -121,35 +168,38 @@ std::string_view stageMacro(Program::Stage stage) {
     return {};
 }
 
-// Every directive contains this word, so text without it is copied without looking at its lines.
-constexpr std::string_view directiveWord = "#pragma";
-
-// Appends every line of text followed by a newline; a line for which expand(line) returns text is replaced by
-// that text between markers. A final newline starts one more, empty line, as String::split has it.
+// Appends every line of source followed by a newline; a line for which expand(line) returns text is replaced
+// by that text between markers. A final newline starts one more, empty line, as String::split has it.
 template<class Expand>
-void appendExpanded(std::string& out, std::string_view text, const Expand& expand) {
-    std::size_t begin = 0;
+void appendExpanded(PlacedText& out, const PlacedText& source, IncludeTrail& trail, const Expand& expand) {
+    // Every directive contains this word, so text without it is copied without looking at its lines.
+    constexpr std::string_view directiveWord = "#pragma";
+    const std::string_view text = source.text();
+    PlacedText::Cursor cursor(source);
     for (auto hit = text.find(directiveWord); hit != std::string_view::npos;
-         hit = text.find(directiveWord, begin)) {
+         hit = text.find(directiveWord, cursor.position())) {
         const std::size_t lineBegin = text.rfind('\n', hit) + 1;
         const std::size_t lineEnd = std::min(text.find('\n', hit), text.size());
         const std::string_view line = text.substr(lineBegin, lineEnd - lineBegin);
-        out.append(text, begin, lineBegin - begin);
-        if (const std::string expansion = expand(line); expansion.empty())
-            out.append(line).append("\n");
-        else
-            out.append("// START: ")
-                .append(line)
-                .append("\n")
-                .append(expansion)
-                .append("// END: ")
-                .append(line)
-                .append("\n");
-        begin = lineEnd + 1;
-        if (begin > text.size())
+        out.append(cursor, lineBegin);
+        const LinePlace place = cursor.place();
+        trail.place = place;
+        if (const PlacedText expansion = expand(line); expansion.text().empty()) {
+            out.append(cursor, lineEnd);
+            out.append("\n");
+        } else {
+            out.place(place);
+            out.append("// START: " + std::string(line) + "\n");
+            out.append(expansion);
+            out.place(place);
+            out.append("// END: " + std::string(line) + "\n");
+        }
+        if (lineEnd == text.size())
             return;
+        cursor.moveTo(lineEnd + 1);
     }
-    out.append(text.substr(begin)).append("\n");
+    out.append(cursor, text.size());
+    out.append("\n");
 }
 
 } // namespace
@@ -157,101 +207,98 @@ void appendExpanded(std::string& out, std::string_view text, const Expand& expan
 std::string Program::loadShaderSource(const ShaderInfo& shaderInfo, bool expandDefines,
                                       const AbstractIncludes& abstractIncludes, const std::string& defines,
                                       const std::vector<std::string>& requiredExtensions) {
-    const std::string& name = shaderInfo.name;
-    std::string source = queryShaderSource(name);
-    if (source.empty()) {
-        logMessage(Log::Error, category, [&] { return "OpenGL shader " + name + " not found!"; });
-        throw std::runtime_error("Missing shader");
-    }
-    removeByteOrderMark(source);
-
-    int version = 0;
-    if (extractVersion(source, version) == VersionLine::Invalid)
-        logMessage(Log::Warning, category, [&] { return "OpenGL shader " + name + ": invalid version!"; });
-    int minVersion = version;
-    int maxVersion = version;
-    source.insert(0, "// START: File \"" + name + "\"\n");
-
-    std::string body;
-    std::string prefix = std::string(stageMacro(shaderInfo.stage)) + defines;
-    if (expandDefines)
-        source.insert(0, prefix.append("\n"));
-    else
-        body = std::move(prefix);
-    std::string abstractDefines;
-    std::vector<std::string> includedFiles;
-    body.reserve(body.size() + 2 * source.size());
-    appendExpanded(body, source, [&](std::string_view line) {
-        return expandInclude(line, abstractDefines, minVersion, maxVersion, includedFiles, name,
-                             abstractIncludes, defines, {});
-    });
-
-    std::string result = determineVersion(minVersion, maxVersion, name) + "\n";
-    for (const std::string& extension : requiredExtensions)
-        result.append("#extension ").append(extension).append(" : require\n");
-    result.append(abstractDefines).append(body);
-    if (minVersion < 330 && maxVersion >= 330)
-        convertLegacyCodeToModernGlsl(result, shaderInfo.stage);
-    return result;
+    return assembleShader(shaderInfo, expandDefines, abstractIncludes, defines, requiredExtensions).text;
 }
 
-std::string Program::expandInclude(std::string_view line, std::string& abstractDefines, int& minVersion,
-                                   int& maxVersion, std::vector<std::string>& includedFiles,
-                                   const std::string& shaderName, const AbstractIncludes& abstractIncludes,
-                                   const std::string& defines, const std::string& keyPrefix) {
-    static const boost::regex directiveExpression(
-        "(#pragma) (include|abstract_include|conditional_include) (?:([^ ]+) )?\"([^\"]*)\"");
-    constexpr const char* skipped = " ";
+ShaderSource Program::assembleShader(const ShaderInfo& shaderInfo, bool expandDefines,
+                                     const AbstractIncludes& abstractIncludes, const std::string& defines,
+                                     const std::vector<std::string>& requiredExtensions) {
+    const std::string& name = shaderInfo.name;
+    IncludeTrail trail;
+    std::string text = queryShaderSource(name);
+    if (text.empty()) {
+        const std::string message = "OpenGL shader " + name + " not found!";
+        logMessage(Log::Error, category, message);
+        fail(trail, "Missing shader", message);
+    }
+    PlacedText file = placeFile(std::move(text), {name, name}, trail);
 
-    boost::cmatch match;
-    if (!boost::regex_search(line.data(), line.data() + line.size(), match, directiveExpression))
+    int version = 0;
+    if (extractVersion(file, version) == VersionLine::Invalid)
+        warn(trail, std::nullopt, "OpenGL shader " + name + ": invalid version!");
+    int minVersion = version;
+    int maxVersion = version;
+
+    PlacedText source; // whose lines are expanded
+    PlacedText body;
+    const std::string prefix = std::string(stageMacro(shaderInfo.stage)) + defines;
+    if (expandDefines)
+        source.append(prefix + "\n");
+    else
+        body.append(prefix);
+    source.append("// START: File \"" + name + "\"\n");
+    source.append(file);
+    std::string abstractDefines;
+    std::vector<std::string> includedFiles;
+    body.reserve(body.text().size() + 2 * source.text().size());
+    appendExpanded(body, source, trail, [&](std::string_view line) {
+        return expandInclude(line, abstractDefines, minVersion, maxVersion, includedFiles, name,
+                             abstractIncludes, defines, {}, trail);
+    });
+
+    PlacedText result;
+    result.append(determineVersion(minVersion, maxVersion, name) + "\n");
+    for (const std::string& extension : requiredExtensions)
+        result.append("#extension " + extension + " : require\n");
+    result.append(abstractDefines);
+    result.append(body);
+    if (minVersion < 330 && maxVersion >= 330)
+        convertLegacyCodeToModernGlsl(result, shaderInfo.stage);
+    ShaderLineMap lines(std::move(trail.files), result.runs(), result.lineCount());
+    return {result.takeText(), std::move(lines), std::move(trail.warnings)};
+}
+
+detail::PlacedText
+Program::expandInclude(std::string_view line, std::string& abstractDefines, int& minVersion, int& maxVersion,
+                       std::vector<std::string>& includedFiles, const std::string& shaderName,
+                       const AbstractIncludes& abstractIncludes, const std::string& defines,
+                       const std::string& keyPrefix, detail::IncludeTrail& trail) {
+    const auto directive = detail::parseIncludeDirective(line);
+    if (!directive)
         return {};
-    const std::string directive = match[2].str();
-    std::string path = match[4].str();
+    const auto skipped = [&trail] { return PlacedText(" ", trail.place); };
+    std::string path(directive->name);
     std::string innerPrefix = keyPrefix;
     const AbstractIncludeStruct* definition = nullptr;
-    if (directive == "abstract_include") {
+    if (directive->keyword == "abstract_include") {
         innerPrefix += path;
         const auto found = abstractIncludes.find(innerPrefix);
         if (found == abstractIncludes.end())
-            return skipped;
+            return skipped();
         definition = &found->second;
         abstractDefines.append("#define ").append(path).append("\n");
         path = definition->includePath;
     } else {
-        const std::string condition = "#define " + match[3].str();
-        if (directive == "conditional_include" && abstractDefines.find(condition) == std::string::npos &&
+        const std::string condition = "#define " + std::string(directive->word);
+        if (directive->keyword == "conditional_include" &&
+            abstractDefines.find(condition) == std::string::npos &&
             defines.find(condition) == std::string::npos)
-            return skipped;
+            return skipped();
         if (std::find(includedFiles.begin(), includedFiles.end(), path) != includedFiles.end())
-            return skipped;
+            return skipped();
     }
     includedFiles.push_back(path);
 
-    auto [name, text] = queryInclude(path, shaderName);
-    removeByteOrderMark(text);
-    int version = 0;
-    const VersionLine versionLine = extractVersion(text, version);
-    if (versionLine == VersionLine::Valid) {
-        minVersion = std::min(minVersion, version);
-        maxVersion = std::max(maxVersion, version);
-    } else if (versionLine == VersionLine::Invalid) {
-        logMessage(Log::Warning, category, [&, &include = name] {
-            return "OpenGL shader " + shaderName + ": include " + include + " has invalid version!";
-        });
-    }
-    if (versionLine != VersionLine::None && !text.empty() && text.back() != '\n')
-        logMessage(Log::Warning, category,
-                   [&include = name] { return include + " does not end with a newline."; });
-
-    std::string expanded;
-    expanded.reserve(text.size() + 1);
-    appendExpanded(expanded, text, [&](std::string_view innerLine) {
+    PlacedText file =
+        loadInclude(path, std::string(directive->name), shaderName, minVersion, maxVersion, trail);
+    PlacedText expanded;
+    expanded.reserve(file.text().size() + 1);
+    appendExpanded(expanded, file, trail, [&](std::string_view innerLine) {
         return expandInclude(innerLine, abstractDefines, minVersion, maxVersion, includedFiles, shaderName,
-                             abstractIncludes, defines, innerPrefix);
+                             abstractIncludes, defines, innerPrefix, trail);
     });
     if (definition && definition->codeSubstitution)
-        return definition->codeSubstitution(expanded);
+        expanded.rewrite(definition->codeSubstitution(expanded.text()));
     return expanded;
 }
 
@@ -270,16 +317,25 @@ std::string Program::determineVersion(int minVersion, int maxVersion, const std:
     return "#version " + std::to_string(version) + (compatibility ? " compatibility" : "");
 }
 
-void Program::convertLegacyCodeToModernGlsl(std::string& source, Stage stage) {
+void Program::convertLegacyCodeToModernGlsl(detail::PlacedText& source, Stage stage) {
     static const boost::regex expression(R"((varying)(\s+[\w\d]+\s+[\w\d]+;\s*\n))", boost::regex::icase);
-    if (stage == Stage::Vertex)
-        source = boost::regex_replace(
-            source, expression,
-            "out${2} // automatic conversion to GLSL 3.30: replaced 'varying' with 'out'\n");
-    else if (stage == Stage::Fragment)
-        source = boost::regex_replace(
-            source, expression,
-            "in${2} // automatic conversion to GLSL 3.30: replaced 'varying' with 'in'\n");
+    if (stage != Stage::Vertex && stage != Stage::Fragment)
+        return;
+    const std::string word = stage == Stage::Vertex ? "out" : "in";
+    const std::string& text = source.text();
+    PlacedText converted;
+    PlacedText::Cursor cursor(source);
+    for (boost::sregex_iterator match(text.begin(), text.end(), expression), end; match != end; ++match) {
+        converted.append(cursor, static_cast<std::size_t>(match->position(1)));
+        const LinePlace declaration = cursor.place();
+        converted.append(word);
+        cursor.moveTo(static_cast<std::size_t>(match->position(2)));
+        converted.append(cursor, cursor.position() + static_cast<std::size_t>(match->length(2)));
+        converted.place(declaration);
+        converted.append(" // automatic conversion to GLSL 3.30: replaced 'varying' with '" + word + "'\n");
+    }
+    converted.append(cursor, text.size());
+    source = std::move(converted);
 }
 
 std::string Program::joinShaderNames() const {

@@ -2,6 +2,7 @@
 #include <Veltrand/GL/ShaderLog.h>
 
 #include <Veltrand/Core/String.h>
+#include <Veltrand/GL/ShaderSource.h>
 
 #include <boost/regex.hpp>
 #include <charconv>
@@ -43,13 +44,11 @@ bool search(std::string_view line, boost::cmatch& match, const boost::regex& exp
     return boost::regex_search(line.data(), line.data() + line.size(), match, expression, flags);
 }
 
-// The index that a driver's line number (from 1) stands for; nothing if there is no such line.
-std::optional<std::size_t> lineIndex(std::string_view number, std::size_t lineCount) {
-    std::size_t line = 0;
-    const auto [end, error] = std::from_chars(number.data(), number.data() + number.size(), line);
-    if (error != std::errc() || line == 0 || line > lineCount)
-        return std::nullopt;
-    return line - 1;
+// A driver's line number, counted from 1; 0 for what is none.
+int parseLine(std::string_view number) {
+    int line = 0;
+    const auto error = std::from_chars(number.data(), number.data() + number.size(), line).ec;
+    return error == std::errc() ? line : 0;
 }
 
 // Walks upward from the line to the START marker of the file that it belongs to, past whole files that were
@@ -79,20 +78,27 @@ std::optional<ShaderLocation> locate(const Lines& lines, std::size_t index) {
     return std::nullopt;
 }
 
+// Finds the files of lines by the markers in the text.
+class MarkerReader {
+public:
+    explicit MarkerReader(std::string_view source)
+        : m_lines(splitLines(source)) {}
+    std::optional<ShaderLocation> operator()(int line) const {
+        if (line < 1 || static_cast<std::size_t>(line) > m_lines.size())
+            return std::nullopt;
+        return locate(m_lines, static_cast<std::size_t>(line) - 1);
+    }
+
+private:
+    Lines m_lines;
+};
+
 std::string prefix(const ShaderLocation& location) {
     return "[" + location.file + ":" + std::to_string(location.line) + "] ";
 }
 
-} // namespace
-
-std::optional<ShaderLocation> locateShaderLine(std::string_view source, int line) {
-    const Lines lines = splitLines(source);
-    if (line < 1 || static_cast<std::size_t>(line) > lines.size())
-        return std::nullopt;
-    return locate(lines, static_cast<std::size_t>(line) - 1);
-}
-
-std::string reformatShaderErrorLog(std::string_view log, std::string_view source) {
+template<class Locate>
+std::string reformat(std::string_view log, std::string_view source, const Locate& locate) {
     static const boost::regex firstForm(R"([0-9]\(([0-9]+)\)\s:\s(error|warning)\s([C][0-9]{4}):(.*))");
     static const boost::regex secondForm(R"(.*[0-9]:([0-9]+):\s(error|warning)\s*\([#C][0-9]+\)\s(.*))");
     const Lines lines = splitLines(source);
@@ -103,44 +109,44 @@ std::string reformatShaderErrorLog(std::string_view log, std::string_view source
             result.append(message).append("\n");
             continue;
         }
-        const auto index = lineIndex(view(match[1]), lines.size());
-        if (!index)
+        const int line = parseLine(view(match[1]));
+        if (line < 1 || static_cast<std::size_t>(line) > lines.size())
             continue;
-        if (const auto location = locate(lines, *index)) {
+        if (const std::optional<ShaderLocation> location = locate(line)) {
             result.append(prefix(*location)).append(view(match[2])).append(" ").append(view(match[3]));
             // The second form has no code: its text is group 3, and the colon ends the line.
             result.append(":").append(match.size() > 4 ? view(match[4]) : std::string_view());
         } else {
             result.append(message);
         }
-        result.append("\n> ").append(String::trimCopy(lines[*index], " \t\f\v\r\n")).append("\n");
+        const std::string_view quoted = lines[static_cast<std::size_t>(line) - 1];
+        result.append("\n> ").append(String::trimCopy(quoted, " \t\f\v\r\n")).append("\n");
     }
     return result;
 }
 
-std::vector<std::string> placeShaderMessages(std::string_view log, std::string_view source) {
+template<class Locate>
+std::vector<std::string> place(std::string_view log, const Locate& locate) {
     static const boost::regex form(R"([0-9]+:([0-9]+)\([0-9]+\): (?:preprocessor )?(?:error|warning): )");
-    const Lines lines = splitLines(source);
     std::vector<std::string> placed;
     boost::cmatch match;
     for (const std::string_view message : splitLog(log)) {
         if (!search(message, match, form, boost::match_continuous))
             continue;
-        const auto index = lineIndex(view(match[1]), lines.size());
-        if (const auto location = index ? locate(lines, *index) : std::nullopt)
+        if (const std::optional<ShaderLocation> location = locate(parseLine(view(match[1]))))
             placed.push_back(prefix(*location).append(message));
     }
     return placed;
 }
 
-std::vector<ShaderMessage> parseShaderLog(std::string_view log, std::string_view source) {
+template<class Locate>
+std::vector<ShaderMessage> parse(std::string_view log, const Locate& locate) {
     // Each with the groups line, severity and text; (?|...) numbers them alike.
     static const boost::regex form(
         "(?|[0-9]+:([0-9]+)\\([0-9]+\\): (?:preprocessor )?(error|warning): (.*)"   // Mesa
         "|[0-9]+\\(([0-9]+)\\) ?: (error|warning) (.*)"                             // NVIDIA
         "|(?=(?:ERROR|WARNING): [0-9]+:([0-9]+): )(ERROR|WARNING): [0-9]+:[0-9]+: " // AMD
         "(?:(?:error|warning)\\(#[0-9]+\\) )?(.*))");
-    const Lines lines = splitLines(source);
     std::vector<ShaderMessage> messages;
     boost::cmatch match;
     for (const std::string_view line : splitLog(log)) {
@@ -153,11 +159,44 @@ std::vector<ShaderMessage> parseShaderLog(std::string_view log, std::string_view
         }
         message.severity = String::toLowerCopy(view(match[2])) == "error" ? ShaderMessage::Severity::Error
                                                                           : ShaderMessage::Severity::Warning;
-        if (const auto index = lineIndex(view(match[1]), lines.size()))
-            message.location = locate(lines, *index);
+        message.location = locate(parseLine(view(match[1])));
         message.text = view(match[3]);
     }
     return messages;
+}
+
+auto reader(const ShaderLineMap& lines) {
+    return [&lines](int line) { return lines.locate(line); };
+}
+
+} // namespace
+
+std::optional<ShaderLocation> locateShaderLine(std::string_view source, int line) {
+    return MarkerReader(source)(line);
+}
+
+std::string reformatShaderErrorLog(std::string_view log, std::string_view source) {
+    return reformat(log, source, MarkerReader(source));
+}
+
+std::string reformatShaderErrorLog(std::string_view log, const ShaderSource& source) {
+    return reformat(log, source.text, [&](int line) { return source.lines.locateAsNamed(line); });
+}
+
+std::vector<std::string> placeShaderMessages(std::string_view log, std::string_view source) {
+    return place(log, MarkerReader(source));
+}
+
+std::vector<std::string> placeShaderMessages(std::string_view log, const ShaderLineMap& lines) {
+    return place(log, reader(lines));
+}
+
+std::vector<ShaderMessage> parseShaderLog(std::string_view log, std::string_view source) {
+    return parse(log, MarkerReader(source));
+}
+
+std::vector<ShaderMessage> parseShaderLog(std::string_view log, const ShaderLineMap& lines) {
+    return parse(log, reader(lines));
 }
 
 } // namespace Veltrand::GL

@@ -2,6 +2,8 @@
 #pragma once
 
 #include <Veltrand/GL/Export.h>
+#include <Veltrand/GL/GL.h>
+#include <Veltrand/GL/ShaderLineMap.h>
 
 #include <optional>
 #include <string>
@@ -10,19 +12,14 @@
 
 /// Maps what a driver says about assembled shader text back to the GLSL files that the text was made from.
 ///
-/// `Program::loadShaderSource` frames each expanded file with marker comments; these functions read them.
-/// They make no OpenGL call and may be called from any thread.
+/// With the result of `Program::assembleShader`, messages are placed by its `ShaderLineMap`. With the text
+/// alone, they are placed by the marker comments around each expanded file, which do not tell everything:
+/// lines that were taken out or put in move the numbers of those below, and the markers of an indented
+/// directive are not seen. These functions make no OpenGL call and may be called from any thread.
 namespace Veltrand::GL {
 
-/// A line of a GLSL file.
-struct ShaderLocation {
-    std::string file; ///< as named by the directive that inserted it, or the name of the shader itself
-    int line = 0;     ///< from 1
-    friend bool operator==(const ShaderLocation&, const ShaderLocation&) = default;
-};
-
-/// The file and line that line @p line of @p source comes from. Nothing for a line outside the text or
-/// before the first marker (the version line, extensions and defines).
+/// The file and line that line @p line of @p source comes from by its markers. Nothing for a line outside the
+/// text or before the first marker (the version line, extensions and defines).
 /// @param line counted from 1 over the assembled text, as drivers count
 [[nodiscard]] VELTRAND_GL_API std::optional<ShaderLocation> locateShaderLine(std::string_view source,
                                                                              int line);
@@ -32,18 +29,24 @@ struct ShaderLocation {
 /// lines that @p source does not have are left out; lines of any other form are kept as they are.
 [[nodiscard]] VELTRAND_GL_API std::string reformatShaderErrorLog(std::string_view log,
                                                                  std::string_view source);
+/// The same with exact places; a file goes by its name in the directive.
+[[nodiscard]] VELTRAND_GL_API std::string reformatShaderErrorLog(std::string_view log,
+                                                                 const ShaderSource& source);
 
 /// The messages of @p log of the form `0:12(5): error: text` that can be placed, each as the driver's line
 /// with `[file:line] ` in front.
 [[nodiscard]] VELTRAND_GL_API std::vector<std::string> placeShaderMessages(std::string_view log,
                                                                            std::string_view source);
+/// The same with exact places.
+[[nodiscard]] VELTRAND_GL_API std::vector<std::string> placeShaderMessages(std::string_view log,
+                                                                           const ShaderLineMap& lines);
 
 /// One message of a compiler.
 struct ShaderMessage {
     /// How the driver has called it.
     enum class Severity { Error, Warning, Note };
     Severity severity = Severity::Note;     ///< a note where the driver has not said
-    std::optional<ShaderLocation> location; ///< none for a line before the first marker
+    std::optional<ShaderLocation> location; ///< none for a line that comes from no file
     std::string text;                       ///< without the driver's position and severity
     friend bool operator==(const ShaderMessage&, const ShaderMessage&) = default;
 };
@@ -52,5 +55,8 @@ struct ShaderMessage {
 /// and Intel. A line of any other form is a note without location.
 [[nodiscard]] VELTRAND_GL_API std::vector<ShaderMessage> parseShaderLog(std::string_view log,
                                                                         std::string_view source);
+/// The same with exact places.
+[[nodiscard]] VELTRAND_GL_API std::vector<ShaderMessage> parseShaderLog(std::string_view log,
+                                                                        const ShaderLineMap& lines);
 
 } // namespace Veltrand::GL

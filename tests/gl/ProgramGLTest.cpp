@@ -129,6 +129,29 @@ TEST_F(ProgramGL, FailuresSayWhereTheyAre) {
     EXPECT_EQ(takeLog().back(), initialized);
 }
 
+TEST_F(ProgramGL, MessagesNameTheFileThatAnEditorOpens) {
+    if (getString(GL_VENDOR).find("Mesa") == std::string::npos)
+        GTEST_SKIP() << "the form of the messages is that of Mesa";
+    m_files.set("hole.glh", "#define ONE \\\r\n 1\r\nfloat lost() { return missing; }\n");
+    const AbstractInclude hole("COLOR", "T/hole.glh");
+    const std::pair<const char*, const char*> cases[] = {
+        {"#version 330 core // the oldest\n\nout vec4 c;\nvoid main() { c = missing; }\n", "[T/a.frag:4] "},
+        {"#version 330\n#line 1\nout vec4 c;\n#if 0\n#line 900\n#endif\nvoid main() { c = missing; }\n",
+         "[T/a.frag:7] "},
+        {"#version 330\n#define N 90\n # line N 2\n#pragma abstract_include \"COLOR\"\nvoid main() {}\n",
+         "[T/hole.glh:3] "},
+    };
+    for (const auto& [text, place] : cases) {
+        m_files.set("a.frag", text);
+        const auto program = make(Compilation::Deferred);
+        EXPECT_FALSE(program->addAbstractIncludeDefinition(&hole, Compilation::Immediate));
+        const auto lines = takeLog();
+        EXPECT_TRUE(std::any_of(lines.begin(), lines.end(), [place = place](const LogLine& l) {
+            return l.text.starts_with(place) && l.text.ends_with("`missing' undeclared");
+        })) << text;
+    }
+}
+
 // What other drivers say, handed to the program in place of this one's log.
 TEST_F(ProgramGL, RewritesCompilerLogsAndDropsChatter) {
     static std::string driverLog;

@@ -3,7 +3,9 @@
 #include "support/MapRepository.h"
 #include "support/Thrown.h"
 
+#include <Veltrand/Core/String.h>
 #include <Veltrand/GL/Program.h>
+#include <Veltrand/GL/ShaderSource.h>
 
 #include <gtest/gtest.h>
 
@@ -25,12 +27,16 @@ struct Request {
     std::vector<std::string> extensions{};
 };
 
-std::string assemble(const Request& request) {
+ShaderSource assembleWithLines(const Request& request) {
     Program::ShaderInfo shader;
     shader.stage = request.stage;
     shader.name = request.name;
-    return Program::loadShaderSource(shader, request.expandDefines, request.abstractIncludes, request.defines,
-                                     request.extensions);
+    return Program::assembleShader(shader, request.expandDefines, request.abstractIncludes, request.defines,
+                                   request.extensions);
+}
+
+std::string assemble(const Request& request) {
+    return assembleWithLines(request).text;
 }
 
 // The text of T/main as a fragment shader without defines.
@@ -115,6 +121,13 @@ TEST(ProgramSource, ReconcilesVersions) {
         {"#version 3300\n", "", ""},
         {"#version 330", "", ""},
         {"// #version 330\n", "", "#version 330"},
+        // As GLSL has it beyond that
+        {"#version 330 core\n", "#version 450 core // newer\n", "#version 450"},
+        {" #\tversion\t300  es /* old\n */\n", "", "#version 330"},
+        {"/* a\n#version 110 core\n*/ /**/ #version 430 core\n", "", "#version 430"},
+        {"int a; #version 330 core\n", "", ""},
+        {"// b \\\n#version 330 core\n", "", ""},
+        {"#version 330 corex\n", "", ""},
     };
     for (const auto& [main, include, firstLine] : cases) {
         const std::string text = assembleMain({{"main", std::string(main) + "#pragma include \"T/inc\"\n"},
@@ -230,6 +243,77 @@ TEST(ProgramSource, VaryingsAreConvertedWhereVersionsMeet) {
         EXPECT_NE(assemble({.name = "T/main", .stage = stage})
                       .find("\n#define VELTRAND_" + std::string(macro) + "_SHADER\n"),
                   std::string::npos);
+}
+
+// Each line that ends in "@FILE:LINE" says where it stands.
+TEST(ProgramSource, EveryLineIsKnownByItsFile) {
+    const auto substituted = [](const std::string& path, AbstractInclude::CodeSubstitution substitution) {
+        Program::AbstractIncludeStruct definition = fill(path);
+        definition.codeSubstitution = std::move(substitution);
+        return definition;
+    };
+    const MapRepository repository(
+        "T",
+        {{"plain", "#version 330\n@T/plain:2\n#line 70\n@T/plain:4"},
+         {"blank", "\n#version 330 \n\n \t\n  @T/blank:5\n#version 330\n\n@T/blank:8\n"},
+         {"core", "/*\n*/ #version 330 core // a\n\n@T/core:4\n"},
+         {"crlf", "\xEF\xBB\xBF#version 330\r\n\r\n#define A\\\r\n1 "
+                  "@T/crlf:4\r\n@T/crlf:5\r@T/crlf:6\n\r@T/crlf:7\r"},
+         {"nested",
+          "@T/nested:1\n\t#pragma include \"T/blank\"\n@T/nested:3\n// #pragma include \"T/blank\"\n"
+          "@T/nested:5\n#pragma conditional_include A \"T/core\"\n@T/nested:7"},
+         {"holes", "#pragma abstract_include \"A\"\n@T/holes:2\n #pragma abstract_include \"B\"\n@T/holes:4\n"
+                   "#pragma abstract_include \"A\"\n@T/holes:6"},
+         {"hole", "one @T/hole:1\ntwo @T/hole:2\n\n#pragma abstract_include \"C\"\nthree @T/hole:5\n"},
+         {"legacy", "#version 150\n\nvarying vec3 a; \n\n\nvarying vec3 b;\n@T/legacy:7\n"
+                    "#pragma include \"T/core\"\n@T/legacy:9"}});
+    const struct {
+        Request request;
+        int count; // of lines that are placed
+    } cases[] = {
+        {{.name = "T/plain"}, 2},
+        {{.name = "T/plain", .defines = "#define A\\\n 1\n#define B", .extensions = {"GL_X"}}, 2},
+        {{.name = "T/plain", .defines = "int a;\n #pragma include \"T/nested\"", .expandDefines = true}, 8},
+        {{.name = "T/blank"}, 2},
+        {{.name = "T/core"}, 1},
+        {{.name = "T/crlf"}, 4},
+        {{.name = "T/nested"}, 6},
+        {{.name = "T/nested", .defines = "#define A\n"}, 7},
+        {{.name = "T/legacy"}, 3},
+        {{.name = "T/holes", .abstractIncludes = {{"A", fill("T/hole")}, {"AC", fill("T/crlf")}}}, 17},
+        // Substitutions that rename, add, remove and leave the last line open
+        {{.name = "T/holes",
+          .abstractIncludes = {{"B", substituted("T/hole",
+                                                 [](const std::string& text) {
+                                                     return "#define X\nint x;\n" +
+                                                            String::replaceAllCopy(text, "two",
+                                                                                   "2\nint y;\nto");
+                                                 })},
+                               {"A", substituted("T/hole",
+                                                 [](const std::string& text) {
+                                                     const auto begin = text.find("two");
+                                                     return text.substr(begin, text.find(":5") + 2 - begin);
+                                                 })}}},
+         10},
+    };
+    for (const auto& [request, count] : cases) {
+        SCOPED_TRACE(request.name + request.defines);
+        const ShaderSource source = assembleWithLines(request);
+        const auto lines = String::split(source.text, "\n");
+        int found = 0;
+        for (std::size_t i = 0; i < lines.size(); ++i)
+            if (const auto at = lines[i].find('@'); at != std::string::npos) {
+                const auto location = source.lines.locate(static_cast<int>(i) + 1);
+                ASSERT_TRUE(location) << source.text;
+                EXPECT_EQ("@" + location->file + ":" + std::to_string(location->line),
+                          lines[i].substr(at, lines[i].find("//", at) - at))
+                    << source.text;
+                ++found;
+            }
+        EXPECT_EQ(found, count) << source.text;
+        EXPECT_EQ(source.lines.locate(1), std::nullopt);
+        EXPECT_EQ(source.lines.locate(static_cast<int>(lines.size()) + 1), std::nullopt);
+    }
 }
 
 TEST(ProgramSource, NamesAreLookedUpInTheirRepositoryAndThenEverywhere) {

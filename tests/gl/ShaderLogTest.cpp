@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: BSD-3-Clause
-#include <Veltrand/GL/ShaderLog.h>
+#include <Veltrand/GL/ShaderSource.h>
 
 #include <gtest/gtest.h>
 #include <string>
@@ -79,6 +79,21 @@ TEST(ShaderLog, PlacesTheMessagesOfMesa) {
               (std::vector<std::string>{"[T/one.glh:1] 0:6(5): error: syntax error, unexpected ','",
                                         "[HOLE:1] 0:8(1): warning: `hole' used uninitialized",
                                         "[T/main.frag:4] 0:15(3): preprocessor error: #endif without #if"}));
+}
+
+TEST(ShaderLog, PlacesMessagesByAMapWhereThereIsOne) {
+    const ShaderSource mapped{"#version 330\n// START: File \"T/not.frag\"\nfloat a;\n",
+                              ShaderLineMap({{"T/hole.glh", "HOLE"}}, {{1, 0, 7}, {3, -1, 0}}, 4),
+                              {}};
+    EXPECT_EQ(reformatShaderErrorLog("0(3) : error C1008: x\n0(1) : error C1: y\n0(4) : error C1000: z\n"
+                                     "0(5) : error C1000: beyond\n",
+                                     mapped),
+              "[HOLE:8] error C1008: x\n> float a;\n0(1) : error C1: y\n0(4) : error C1000: z\n> \n");
+    EXPECT_EQ(
+        placeShaderMessages("0:3(5): error: x\n0:4(1): error: y\n0:5(1): error: beyond\n", mapped.lines),
+        std::vector<std::string>{"[T/hole.glh:8] 0:3(5): error: x"});
+    EXPECT_EQ(parseShaderLog("ERROR: 0:2: x", mapped.lines).at(0).location,
+              (ShaderLocation{"T/hole.glh", 7}));
 }
 
 TEST(ShaderLog, TakesTheMessagesOfAllDriversApart) {

@@ -186,7 +186,8 @@ public:
     bool removeAbstractIncludeDefinition(const AbstractInclude* include, Compilation compilation);
 
     /// The complete GLSL text of one stage. Throws `ShaderSourceError`, a `std::runtime_error`, when a file
-    /// is missing ("Missing shader", "Missing shader include"). Needs no context.
+    /// is missing ("Missing shader", "Missing shader include"), and with file and line when includes are
+    /// nested without end. Needs no context.
     [[nodiscard]] static std::string loadShaderSource(const ShaderInfo& shaderInfo, bool expandDefines,
                                                       const AbstractIncludes& abstractIncludes,
                                                       const std::string& defines,

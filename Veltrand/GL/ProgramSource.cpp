@@ -21,6 +21,8 @@ struct detail::IncludeTrail {
     std::vector<ShaderLineMap::File> files;
     std::vector<ShaderMessage> warnings;
     LinePlace place;      // of the line that is being expanded
+    int depth = 0;        // of the file that is being expanded
+    std::size_t size = 0; // of all that was inserted
 
     [[nodiscard]] std::optional<ShaderLocation> location() const {
         if (place.file < 0)
@@ -38,6 +40,11 @@ using detail::PlacedText;
 
 constexpr std::string_view category = "GL.Program";
 
+// No real shader is nested as deeply, and the stack of any thread has room for it.
+constexpr int maxIncludeDepth = 256;
+// More than any driver compiles. Only abstract includes that insert each other again and again get there.
+constexpr std::size_t maxSourceSize = std::size_t(1) << 26;
+
 std::string textOf(const std::optional<ByteBuffer>& data) {
     return data ? data->view().toString() : std::string();
 }
@@ -54,6 +61,10 @@ std::string queryShaderSource(const std::string& name) {
         return textOf(data);
     logMessage(Log::Debug, category, [&] { return "Could not query shader source for '" + name + "'"; });
     return {};
+}
+
+std::string placed(const std::optional<ShaderLocation>& location, const std::string& text) {
+    return location ? "[" + location->file + ":" + std::to_string(location->line) + "] " + text : text;
 }
 
 void warn(IncludeTrail& trail, std::optional<ShaderLocation> location, const std::string& text) {
@@ -133,7 +144,17 @@ VersionLine extractVersion(PlacedText& file, int& version) {
 // The file of an include without its version, which widens the range of versions.
 PlacedText loadInclude(const std::string& path, std::string directive, const std::string& shaderName,
                        int& minVersion, int& maxVersion, IncludeTrail& trail) {
+    if (trail.depth == maxIncludeDepth) {
+        const std::string text =
+            "Includes are nested more than " + std::to_string(maxIncludeDepth) + " levels deep.";
+        fail(trail, placed(trail.location(), text), text);
+    }
     auto [name, text] = queryInclude(path, shaderName, trail);
+    trail.size += text.size();
+    if (trail.size > maxSourceSize) {
+        const std::string reason = "Includes insert more than " + std::to_string(maxSourceSize) + " bytes.";
+        fail(trail, placed(trail.location(), reason), reason);
+    }
     PlacedText file = placeFile(std::move(text), {name, std::move(directive)}, trail);
     int version = 0;
     const VersionLine versionLine = extractVersion(file, version);
@@ -168,13 +189,33 @@ std::string_view stageMacro(Program::Stage stage) {
     return {};
 }
 
+// Warns of a line that was meant for an include directive: a driver ignores a pragma that it does not know.
+void warnOfNearMiss(std::string_view line, std::size_t lineBegin, CommentScanner& comments,
+                    IncludeTrail& trail) {
+    constexpr std::string_view word = "pragma";
+    for (auto at = line.find(word); at != std::string_view::npos; at = line.find(word, at + word.size())) {
+        const auto sign = at == 0 ? std::string_view::npos : line.find_last_not_of(" \t", at - 1);
+        if (sign == std::string_view::npos || line[sign] != '#' ||
+            !detail::resemblesIncludeDirective(line.substr(at + word.size())) ||
+            !comments.startsLine(lineBegin + sign))
+            continue;
+        const std::string text = "'" + std::string(line) +
+                                 "' is left to the driver: an include directive has single blanks, a keyword "
+                                 "and a name in double quotes.";
+        logMessage(Log::Warning, category, [&] { return placed(trail.location(), text); });
+        trail.warnings.push_back({ShaderMessage::Severity::Warning, trail.location(), text});
+        return;
+    }
+}
+
 // Appends every line of source followed by a newline; a line for which expand(line) returns text is replaced
 // by that text between markers. A final newline starts one more, empty line, as String::split has it.
 template<class Expand>
 void appendExpanded(PlacedText& out, const PlacedText& source, IncludeTrail& trail, const Expand& expand) {
     // Every directive contains this word, so text without it is copied without looking at its lines.
-    constexpr std::string_view directiveWord = "#pragma";
+    constexpr std::string_view directiveWord = "pragma";
     const std::string_view text = source.text();
+    CommentScanner comments(text);
     PlacedText::Cursor cursor(source);
     for (auto hit = text.find(directiveWord); hit != std::string_view::npos;
          hit = text.find(directiveWord, cursor.position())) {
@@ -185,6 +226,7 @@ void appendExpanded(PlacedText& out, const PlacedText& source, IncludeTrail& tra
         const LinePlace place = cursor.place();
         trail.place = place;
         if (const PlacedText expansion = expand(line); expansion.text().empty()) {
+            warnOfNearMiss(line, lineBegin, comments, trail);
             out.append(cursor, lineEnd);
             out.append("\n");
         } else {
@@ -293,10 +335,12 @@ Program::expandInclude(std::string_view line, std::string& abstractDefines, int&
         loadInclude(path, std::string(directive->name), shaderName, minVersion, maxVersion, trail);
     PlacedText expanded;
     expanded.reserve(file.text().size() + 1);
+    ++trail.depth;
     appendExpanded(expanded, file, trail, [&](std::string_view innerLine) {
         return expandInclude(innerLine, abstractDefines, minVersion, maxVersion, includedFiles, shaderName,
                              abstractIncludes, defines, innerPrefix, trail);
     });
+    --trail.depth;
     if (definition && definition->codeSubstitution)
         expanded.rewrite(definition->codeSubstitution(expanded.text()));
     return expanded;

@@ -150,20 +150,77 @@ TEST(ProgramSource, VersionLinesGiveWayToOneNewline) {
     }
 }
 
-TEST(ProgramSource, OnlyExactDirectivesAreExpanded) {
-    const std::pair<std::string, bool> cases[] = {
-        {"#pragma include \"T/inc\"", true},      {"xx#pragma include \"T/inc\"yy", true},
-        {"#pragma include word \"T/inc\"", true}, {"# pragma include \"T/inc\"", false},
-        {"#pragma include <T/inc>", false},       {"#pragma include \"T/inc", false},
-        {"#pragma include a b \"T/inc\"", false}, {"#pragma optimize(off)", false},
+TEST(ProgramSource, OnlyExactDirectivesAreExpandedAndNearMissesWarnedOf) {
+    enum class Line { Expanded, WarnedOf, Ordinary };
+    const std::pair<std::string, Line> cases[] = {
+        {"#pragma include \"T/inc\"", Line::Expanded},
+        {"xx#pragma include \"T/inc\"yy", Line::Expanded},
+        {"#pragma include word \"T/inc\"", Line::Expanded},
+        {"#pragma include \"T/none\" \"T/inc\"", Line::Expanded},
+        {"#pragma include \"T/inc\" \"T/none", Line::Expanded},
+        {"#pragma includes \"\" #pragma include \"T/inc\"", Line::Expanded},
+        {"# pragma include \"T/inc\"", Line::WarnedOf},
+        {"  #pragma  include \"T/inc\"", Line::WarnedOf},
+        {"#pragma\tinclude \"T/inc\"", Line::WarnedOf},
+        {"/* a */ #pragma include  \"T/inc\"", Line::WarnedOf},
+        {"#pragma include <T/inc>", Line::WarnedOf},
+        {"#pragma include \"T/inc", Line::WarnedOf},
+        {"#pragma include a b \"T/inc\"", Line::WarnedOf},
+        {"#pragma inlcude \"T/inc\"", Line::WarnedOf},
+        {"#pragma Abstract include \"T/inc\"", Line::WarnedOf},
+        {"#pragma conditionalinclude A \"T/inc\"", Line::WarnedOf},
+        {"// #pragma  include \"T/inc\"", Line::Ordinary},
+        {"/* #pragma include <T/inc> */", Line::Ordinary},
+        {"/*\n#pragma include <T/inc> */", Line::Ordinary},
+        {"#pragma optimize(off)", Line::Ordinary},
+        {"#pragma STDGL invariant(all)", Line::Ordinary},
+        {"#pragma once", Line::Ordinary},
+        {"pragma include <T/inc>", Line::Ordinary},
     };
-    for (const auto& [line, isExpanded] : cases) {
+    for (const auto& [line, kind] : cases) {
         std::string expected = "\n" + fragmentHead + "a\n";
-        if (isExpanded)
+        if (kind == Line::Expanded)
             expected.append("// START: ").append(line).append("\nint i;\n// END: ");
         expected.append(line).append("\nb\n");
+        Testing::LogCapture log;
         EXPECT_EQ(assembleMain({{"main", "a\n" + line + "\nb"}, {"inc", "int i;"}}), expected);
+        const std::string warning = "[T/main:2] '" + line +
+                                    "' is left to the driver: an include directive has single blanks, a "
+                                    "keyword and a name in double quotes.";
+        EXPECT_EQ(log.takeLine({3, "GL.Program", warning}), kind == Line::WarnedOf) << line;
     }
+}
+
+TEST(ProgramSource, EndlessIncludesAreRefusedWithTheirPlace) {
+    MapRepository::Files files{{"main", "#pragma abstract_include \"A\""},
+                               {"self", "\n#pragma abstract_include \"\""},
+                               {"other", "#pragma include \"T/more\""},
+                               {"more", "int i;\n\n#pragma abstract_include \"\"\n"},
+                               {"large", std::string(std::size_t(1) << 25, ' ')},
+                               {"deep", "#pragma include \"T/1\"\n"}};
+    for (int i = 1; i <= 256; ++i)
+        files[std::to_string(i)] = "int i;\n#pragma include \"T/" + std::to_string(i + 1) + "\"";
+    files["often"] = files["main"] + "\n" + files["main"] + "\n" + files["main"];
+    files["257"] = "int i;";
+    const MapRepository repository("T", files);
+    const std::string tooDeep = " Includes are nested more than 256 levels deep.";
+    const std::pair<Request, std::string> cases[] = {
+        {{.name = "T/main", .abstractIncludes = {{"A", fill("T/self")}}}, "[T/self:2]" + tooDeep},
+        {{.name = "T/self", .abstractIncludes = {{"", fill("T/self")}}}, "[T/self:2]" + tooDeep},
+        {{.name = "T/1",
+          .defines = "#pragma abstract_include \"A\"",
+          .expandDefines = true,
+          .abstractIncludes = {{"A", fill("T/self")}}},
+         "[T/self:2]" + tooDeep},
+        {{.name = "T/deep"}, "[T/256:2]" + tooDeep},
+        {{.name = "T/1"}, "nothing was thrown"},
+        // What is included once comes to an end.
+        {{.name = "T/main", .abstractIncludes = {{"A", fill("T/other")}}}, "nothing was thrown"},
+        {{.name = "T/often", .abstractIncludes = {{"A", fill("T/large")}}},
+         "[T/often:3] Includes insert more than 67108864 bytes."},
+    };
+    for (const auto& [request, message] : cases)
+        EXPECT_EQ(Testing::thrown([&request = request] { (void)assemble(request); }), message);
 }
 
 TEST(ProgramSource, AbstractIncludesFollowTheChainOfTheirNames) {

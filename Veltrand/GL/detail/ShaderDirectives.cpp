@@ -5,6 +5,7 @@
 #include <array>
 #include <boost/regex.hpp>
 #include <cctype>
+#include <vector>
 
 namespace Veltrand::GL::detail {
 
@@ -28,6 +29,35 @@ std::optional<IncludeDirective> parseName(std::string_view text) {
     return std::nullopt;
 }
 
+// The number of letters to insert, remove, exchange or swap with their neighbours.
+int editDistance(std::string_view a, std::string_view b) {
+    std::vector<std::vector<int>> distance(a.size() + 1, std::vector<int>(b.size() + 1));
+    for (std::size_t i = 0; i <= a.size(); ++i)
+        for (std::size_t j = 0; j <= b.size(); ++j) {
+            int& best = distance[i][j];
+            if (i == 0 || j == 0) {
+                best = static_cast<int>(i + j);
+                continue;
+            }
+            best = std::min({distance[i - 1][j] + 1, distance[i][j - 1] + 1,
+                             distance[i - 1][j - 1] + (a[i - 1] == b[j - 1] ? 0 : 1)});
+            if (i > 1 && j > 1 && a[i - 1] == b[j - 2] && a[i - 2] == b[j - 1])
+                best = std::min(best, distance[i - 2][j - 2] + 1);
+        }
+    return distance[a.size()][b.size()];
+}
+
+// Takes the word that a text begins with off it, in lower case.
+std::string takeWord(std::string_view& text) {
+    text.remove_prefix(std::min(text.find_first_not_of(blanks), text.size()));
+    const auto isPart = [](unsigned char c) { return std::isalpha(c) || c == '_' || c == '-'; };
+    const auto end = std::find_if_not(text.begin(), text.end(), isPart);
+    std::string word(text.begin(), end);
+    text.remove_prefix(word.size());
+    std::transform(word.begin(), word.end(), word.begin(), [](unsigned char c) { return std::tolower(c); });
+    return word;
+}
+
 } // namespace
 
 std::optional<IncludeDirective> parseIncludeDirective(std::string_view line) {
@@ -46,6 +76,18 @@ std::optional<IncludeDirective> parseIncludeDirective(std::string_view line) {
         }
     }
     return std::nullopt;
+}
+
+bool resemblesIncludeDirective(std::string_view afterPragma) {
+    constexpr std::array<std::string_view, 3> keywords{"include", "abstract_include", "conditional_include"};
+    const std::string first = takeWord(afterPragma);
+    const std::string both = first + '_' + takeWord(afterPragma);
+    constexpr std::size_t longest = 32; // more than any misspelling has
+    return std::any_of(keywords.begin(), keywords.end(), [&](std::string_view keyword) {
+        const int tolerance = keyword.size() < 10 ? 1 : 2;
+        return (first.size() < longest && editDistance(first, keyword) <= tolerance) ||
+               (both.size() < longest && editDistance(both, keyword) <= tolerance);
+    });
 }
 
 bool CommentScanner::startsLine(std::size_t position) {

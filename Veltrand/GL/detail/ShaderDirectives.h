@@ -18,6 +18,9 @@ struct IncludeDirective {
 /// The first include directive of a line, wherever it stands.
 [[nodiscard]] std::optional<IncludeDirective> parseIncludeDirective(std::string_view line);
 
+/// Whether what follows `#pragma` was meant for an include directive: one of its keywords, perhaps misspelt.
+[[nodiscard]] bool resemblesIncludeDirective(std::string_view afterPragma);
+
 /// A version directive that stands in a text, from its number sign to the end of what is replaced.
 struct VersionDirective {
     std::size_t begin = 0;

@@ -62,6 +62,7 @@ static_assert(GLenum(MessageSeverity::High) == GL_DEBUG_SEVERITY_HIGH &&
 namespace {
 
 constexpr std::string_view category = "GL.Debug";
+constexpr int longestCharacter = 4; // in bytes of UTF-8
 
 std::string unknownCode(GLenum code) {
     std::array<char, 8> digits{};
@@ -125,6 +126,21 @@ void warnOnce() {
     static std::atomic<bool> warned{false};
     if (!warned.exchange(true))
         logMessage(Log::Warning, category, "OpenGL KHR_debug functions are not available");
+}
+
+// The text, or as much of it as the driver takes, which is less than its limit; a character of UTF-8 is not
+// cut in two.
+std::string_view shortened(const std::string& text) {
+    static const int limit = getInt(GL_MAX_DEBUG_MESSAGE_LENGTH);
+    if (limit < 1 || text.size() < static_cast<std::size_t>(limit))
+        return text;
+    const auto continues = [&text](std::size_t i) {
+        return (static_cast<unsigned char>(text[i]) & 0xC0) == 0x80;
+    };
+    std::size_t length = static_cast<std::size_t>(limit) - 1;
+    for (int byte = 1; byte < longestCharacter && length > 0 && continues(length); ++byte)
+        --length;
+    return std::string_view(text).substr(0, length);
 }
 
 // The driver keeps the user pointer for as long as its context lives, which may be longer than the callback's
@@ -379,19 +395,27 @@ GLenum checkFramebufferStatus(bool log) {
 void insertMessage(const std::string& text) {
     if (!glDebugMessageInsert)
         return warnOnce();
+    const std::string_view marker = shortened(text);
     glDebugMessageInsert(GL_DEBUG_SOURCE_APPLICATION, GL_DEBUG_TYPE_MARKER, 0, GL_DEBUG_SEVERITY_NOTIFICATION,
-                         static_cast<GLsizei>(text.size()), text.c_str());
+                         static_cast<GLsizei>(marker.size()), marker.data());
 }
 
 Group::Group(const std::string& name) {
-    if (glPushDebugGroup)
-        glPushDebugGroup(GL_DEBUG_SOURCE_APPLICATION, 1, static_cast<GLsizei>(name.size()), name.c_str());
-    else
+    if (!glPushDebugGroup) {
         warnOnce();
+        return;
+    }
+    if (getInt(GL_DEBUG_GROUP_STACK_DEPTH) >= getInt(GL_MAX_DEBUG_GROUP_STACK_DEPTH))
+        return;
+    const std::string_view text = shortened(name);
+    glPushDebugGroup(GL_DEBUG_SOURCE_APPLICATION, 1, static_cast<GLsizei>(text.size()), text.data());
+    m_context = ContextManager::currentContextId();
 }
 
+// The depth is asked for because another context may have got the handle of one that is gone.
 Group::~Group() {
-    if (glPopDebugGroup)
+    if (m_context == ContextManager::currentContextId() && glPopDebugGroup &&
+        getInt(GL_DEBUG_GROUP_STACK_DEPTH) > 1)
         glPopDebugGroup();
 }
 

@@ -4,7 +4,9 @@
 #include <Veltrand/GL/Export.h>
 #include <Veltrand/GL/GL.h>
 
+#include <cstdint>
 #include <functional>
+#include <optional>
 #include <stdexcept>
 #include <string>
 
@@ -93,19 +95,25 @@ VELTRAND_GL_API void checkAndThrow(bool log = true, const char* file = nullptr, 
 /// GL: glCheckFramebufferStatus, 3.0. Needs a current context.
 VELTRAND_GL_API GLenum checkFramebufferStatus(bool log = true);
 
-/// Puts a marker into the command stream for external debuggers. Where KHR_debug is missing, a warning is
+/// Puts a marker into the command stream for external debuggers. A text that is longer than the driver takes
+/// (GL_MAX_DEBUG_MESSAGE_LENGTH) is cut between characters of UTF-8. Where KHR_debug is missing, a warning is
 /// logged once. GL: glDebugMessageInsert, 4.3 or KHR_debug
 VELTRAND_GL_API void insertMessage(const std::string& text);
 
-/// Groups the commands of a scope for external debuggers. GL: glPushDebugGroup, glPopDebugGroup, 4.3 or
-/// KHR_debug
+/// Groups the commands of a scope for external debuggers. The scope ends with the context current in which it
+/// began; on another one, or none, nothing is closed. GL: glPushDebugGroup, glPopDebugGroup, 4.3 or KHR_debug
 class VELTRAND_GL_API Group {
 public:
-    /// Opens the group. Where KHR_debug is missing, a warning is logged once.
+    /// Opens the group, unless as many are open as the driver takes (GL_MAX_DEBUG_GROUP_STACK_DEPTH). The
+    /// name is cut as by `insertMessage`. Where KHR_debug is missing, a warning is logged once.
     explicit Group(const std::string& name);
+    /// Closes the group, if it was opened.
     ~Group();
     Group(const Group&) = delete;
     Group& operator=(const Group&) = delete;
+
+private:
+    std::optional<std::uintptr_t> m_context; ///< in which it was opened
 };
 
 /// Source, type, id, severity and text of a message; ids are numbered by the driver.

@@ -1,9 +1,14 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include "support/GLTest.h"
 
+#include <Veltrand/GL/Context.h>
 #include <Veltrand/GL/ContextManager.h>
 #include <Veltrand/GL/Debug.h>
 #include <Veltrand/GL/InstanceManager.h>
+
+#include <memory>
+#include <tuple>
+#include <vector>
 
 namespace Veltrand::GL::Debug {
 
@@ -135,12 +140,48 @@ TEST_F(DebugGL, CallbackReceivesMessagesUntilItRemovesItself) {
     insertMessage("twice");
     EXPECT_EQ(received, "once ");
     EXPECT_EQ(token.use_count(), 1) << "a removed callback is destroyed";
-    {
-        const Group outer("outer");
-        const Group inner("inner");
-        EXPECT_EQ(getInt(GL_DEBUG_GROUP_STACK_DEPTH), 3);
+}
+
+TEST_F(DebugGL, LongTextsAreCutBetweenCharacters) {
+    if (!glDebugMessageCallback)
+        GTEST_SKIP() << "no KHR_debug";
+    std::string received;
+    setMessageCallback([&](auto, auto, auto, auto, const std::string& text) { received = text; }, true);
+    const auto most = static_cast<std::size_t>(getInt(GL_MAX_DEBUG_MESSAGE_LENGTH)) - 1;
+    for (const auto& [letters, end, expected] : {std::tuple(most, "", most),
+                                                 {most, "a", most},
+                                                 {most - 1, "é", most - 1},
+                                                 {most - 2, "€", most - 2}}) {
+        const std::string text = std::string(letters, 'a') + end;
+        insertMessage(text);
+        EXPECT_TRUE(std::exchange(received, {}) == text.substr(0, expected)) << text.size();
+        const Group group(text);
+        EXPECT_TRUE(received == text.substr(0, expected)) << text.size();
+        EXPECT_EQ(getInt(GL_DEBUG_GROUP_STACK_DEPTH), 2);
     }
     EXPECT_EQ(getInt(GL_DEBUG_GROUP_STACK_DEPTH), 1);
+    setMessageCallback({}, true);
+}
+
+TEST_F(DebugGL, OnlyGroupsThatWereOpenedAreClosed) {
+    if (!glPushDebugGroup)
+        GTEST_SKIP() << "no KHR_debug";
+    const auto depth = [] { return getInt(GL_DEBUG_GROUP_STACK_DEPTH); };
+    std::vector<std::unique_ptr<Group>> groups;
+    for (int i = 0; i < getInt(GL_MAX_DEBUG_GROUP_STACK_DEPTH) + 2; ++i)
+        groups.push_back(std::make_unique<Group>("nested"));
+    groups.resize(2);
+    EXPECT_EQ(depth(), 3);
+    {
+        const auto context = Context::create({});
+        const Group own("of another context");
+        groups.pop_back();
+        EXPECT_EQ(depth(), 2);
+    }
+    ASSERT_TRUE(ContextManager::makeCurrent());
+    groups.clear();
+    EXPECT_EQ(depth(), 2);
+    glPopDebugGroup(); // which nobody else does now
 }
 
 // The holder of the main context's callback may be destroyed while another context is current, as at

@@ -143,6 +143,25 @@ std::string_view shortened(const std::string& text) {
     return std::string_view(text).substr(0, length);
 }
 
+// Mesa numbers messages in the order in which they first occur in the process, and all OpenGL errors have one
+// number together. If they came first, that number would be one that the table of noise drops, and no error
+// would ever be seen. What a shader that does not compile has to say takes these numbers up.
+void takeNumbersOfNoise() {
+    const EarlyEntryPoint string(glGetString, "glGetString");
+    if (getString(GL_VERSION).find("Mesa") == std::string::npos)
+        return;
+    const EarlyEntryPoint create(glCreateShader, "glCreateShader");
+    const EarlyEntryPoint source(glShaderSource, "glShaderSource");
+    const EarlyEntryPoint compile(glCompileShader, "glCompileShader");
+    const EarlyEntryPoint remove(glDeleteShader, "glDeleteShader");
+    const char* const text = "#version 330\nvoid main() { one; two; three; } // undeclared, a message each\n";
+    glDisable(GL_DEBUG_OUTPUT); // so that nobody hears of it; it is switched on next
+    const GLuint shader = glCreateShader(GL_VERTEX_SHADER);
+    glShaderSource(shader, 1, &text, nullptr);
+    glCompileShader(shader);
+    glDeleteShader(shader);
+}
+
 // The driver keeps the user pointer for as long as its context lives, which may be longer than the callback's
 // holder. It is therefore a number, looked up in a table that outlives everything, never an address. Removal
 // waits for calls on other threads, which drivers make when output is asynchronous.
@@ -236,6 +255,8 @@ public:
         CallbackTable& table = CallbackTable::get();
         const CallbackTable::Id previous = std::exchange(m_id, 0);
         if (callback) {
+            static std::once_flag numbersTaken;
+            std::call_once(numbersTaken, takeNumbersOfNoise);
             m_id = table.add(callback);
             glEnable(GL_DEBUG_OUTPUT);
             if (synchronous)

@@ -396,6 +396,10 @@ TEST(ContextEnvironment, DecidesProfileDebugAndUse) {
         glDebugMessageInsert(GL_DEBUG_SOURCE_APPLICATION, GL_DEBUG_TYPE_OTHER, 7, GL_DEBUG_SEVERITY_MEDIUM,
                              -1, "text");
         EXPECT_FALSE(log.take("OpenGL Driver (Application)").empty());
+        glEnable(GL_NONE); // the first error, which is no noise
+        const auto errors = log.take("OpenGL Driver (API)");
+        EXPECT_TRUE(errors.size() == 1 && errors[0].level == Log::Error) << errors.size();
+        EXPECT_EQ(Debug::check(false), Debug::Error::InvalidEnum);
     }
     deinit();
 }

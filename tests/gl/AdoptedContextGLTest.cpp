@@ -124,7 +124,9 @@ TEST(AdoptedContextGL, ServesTheManagerAndOutlivesIt) {
         deinit();
         EXPECT_EQ(glXGetCurrentContext(), toolkit.context);
         EXPECT_EQ(Testing::windowSystem().displaysClosed, 0);
-        EXPECT_EQ(Testing::windowSystem().displaysOpened, 0) << "connections of earlier lives serve again";
+        if (life > 0) {
+            EXPECT_EQ(Testing::windowSystem().displaysOpened, 0) << "connections of earlier lives serve again";
+        }
         EXPECT_EQ(Testing::windowSystem().contextsDestroyed, 1) << "the background context";
     }
 }

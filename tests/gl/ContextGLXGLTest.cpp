@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include "support/ContextTest.h"
+#include "support/ScopedEntryPoint.h"
 
 // Last: glad has to come before it, and its macros break other headers.
 #include <GL/glx.h>
@@ -11,7 +12,7 @@ namespace {
 
 using Testing::windowSystem;
 
-// Contexts made without the manager.
+// Contexts made without the manager, as if it had never loaded the entry points.
 class ContextGLXGL : public Testing::ContextTest {
 protected:
     ContextGLXGL()
@@ -19,7 +20,16 @@ protected:
     void TearDown() override {
         ContextTest::TearDown();
         EXPECT_EQ(glad_glGetString, nullptr) << "an entry point loaded early was left behind";
+        EXPECT_EQ(glad_glDebugMessageCallback, nullptr);
     }
+
+private:
+    Testing::ScopedEntryPoint<PFNGLGETSTRINGPROC> m_string{glad_glGetString, nullptr};
+    Testing::ScopedEntryPoint<PFNGLGETSTRINGIPROC> m_indexedString{glad_glGetStringi, nullptr};
+    Testing::ScopedEntryPoint<PFNGLGETINTEGERVPROC> m_integer{glad_glGetIntegerv, nullptr};
+    Testing::ScopedEntryPoint<PFNGLENABLEPROC> m_enable{glad_glEnable, nullptr};
+    Testing::ScopedEntryPoint<PFNGLDISABLEPROC> m_disable{glad_glDisable, nullptr};
+    Testing::ScopedEntryPoint<PFNGLDEBUGMESSAGECALLBACKPROC> m_callback{glad_glDebugMessageCallback, nullptr};
 };
 
 } // namespace

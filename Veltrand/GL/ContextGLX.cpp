@@ -3,8 +3,13 @@
 
 #include <Veltrand/GL/ContextManager.h>
 #include <Veltrand/GL/Functions.h>
+#include <Veltrand/GL/InstanceManager.h>
+#include <Veltrand/GL/detail/ContextTable.h>
+#include <Veltrand/GL/detail/Endings.h>
 #include <Veltrand/GL/detail/EntryPoints.h>
 #include <Veltrand/GL/detail/LogMessage.h>
+#include <Veltrand/GL/detail/PreviousCurrent.h>
+#include <Veltrand/GL/detail/ShareGroup.h>
 
 // glad has to come before any header that includes the system's OpenGL header.
 #include <glad/gl.h>
@@ -19,13 +24,11 @@
 #include <charconv>
 #include <cstring>
 #include <mutex>
-#include <optional>
 #include <stdexcept>
 #include <string>
 #include <string_view>
 #include <thread>
 #include <unistd.h>
-#include <unordered_map>
 #include <utility>
 #include <vector>
 
@@ -41,93 +44,8 @@ struct XFreeDeleter {
 template<class T>
 using XPointer = std::unique_ptr<T, XFreeDeleter>;
 
-// The display connections of contexts that share objects. They are closed together, when the last context is
-// gone; a connection whose context is gone serves the group's next context, so that threads that come and go
-// do not use up the server's connections.
-class ShareGroup {
-public:
-    // Connects to the display of that name; an empty one stands for the environment's.
-    explicit ShareGroup(std::string displayName = {})
-        : m_displayName(std::move(displayName)) {}
-    ShareGroup(const ShareGroup&) = delete;
-    ShareGroup& operator=(const ShareGroup&) = delete;
-    ~ShareGroup() {
-        if (m_process != getpid())
-            return;
-        for (Display* display : m_idle)
-            XCloseDisplay(display);
-    }
-
-    [[nodiscard]] Display* takeConnection() {
-        {
-            const std::lock_guard lock(m_mutex);
-            if (!m_idle.empty()) {
-                Display* const display = m_idle.back();
-                m_idle.pop_back();
-                return display;
-            }
-        }
-        return XOpenDisplay(m_displayName.empty() ? nullptr : m_displayName.c_str());
-    }
-
-    // Waits for the server, so that no late error reaches the connection's next context.
-    void returnConnection(Display* display) {
-        XSync(display, False);
-        const std::lock_guard lock(m_mutex);
-        m_idle.push_back(display);
-    }
-
-private:
-    std::string m_displayName;
-    std::mutex m_mutex;
-    std::vector<Display*> m_idle;
-    pid_t m_process = getpid();
-};
-
-// What is known of every living context of ours, by handle.
-struct ContextRecord {
-    std::shared_ptr<ShareGroup> group;
-    std::thread::id thread{}; // on which this library made it current and has not released it since
-};
-
-struct ContextTable {
-    std::mutex mutex;
-    std::unordered_map<GLXContext, ContextRecord> records;
-    // The groups of contexts that share with contexts made elsewhere, by the name of the display. When those
-    // end is not known, and until then they may hold objects made through our connections, so that these
-    // stay open and serve whatever context comes next.
-    std::unordered_map<std::string, std::shared_ptr<ShareGroup>> foreign;
-};
-
-// Never destroyed, since contexts may be destroyed by static objects.
-ContextTable& contextTable() {
-    static ContextTable* const instance = new ContextTable;
-    return *instance;
-}
-
-// The table is locked.
-std::shared_ptr<ShareGroup> foreignGroup(ContextTable& table, const std::string& displayName) {
-    std::shared_ptr<ShareGroup>& group = table.foreign[displayName];
-    if (!group)
-        group = std::make_shared<ShareGroup>(displayName);
-    return group;
-}
-
-std::shared_ptr<ShareGroup> shareGroupOf(GLXContext context) {
-    if (!context)
-        return std::make_shared<ShareGroup>();
-    ContextTable& table = contextTable();
-    const std::lock_guard lock(table.mutex);
-    if (const auto found = table.records.find(context); found != table.records.end())
-        return found->second.group;
-    return foreignGroup(table, {});
-}
-
-void setCurrent(GLXContext context, bool current) {
-    ContextTable& table = contextTable();
-    const std::lock_guard lock(table.mutex);
-    if (const auto found = table.records.find(context); found != table.records.end())
-        found->second.thread = current ? std::this_thread::get_id() : std::thread::id();
+ContextTable::Handle handleOf(GLXContext context) {
+    return reinterpret_cast<ContextTable::Handle>(context);
 }
 
 // X errors are reported process-wide, asynchronously. While contexts are created, the errors of the display
@@ -174,25 +92,12 @@ private:
     Display* m_display;
 };
 
-// Puts back what was current on the thread, unless the new context is to stay.
-class PreviousCurrent {
-public:
-    PreviousCurrent() = default;
-    ~PreviousCurrent() {
-        if (m_context && glXMakeContextCurrent(m_display, m_draw, m_read, m_context))
-            setCurrent(m_context, true);
-    }
-    PreviousCurrent(const PreviousCurrent&) = delete;
-    PreviousCurrent& operator=(const PreviousCurrent&) = delete;
-
-    void forget() { setCurrent(std::exchange(m_context, nullptr), false); }
-
-private:
-    Display* m_display = glXGetCurrentDisplay();
-    GLXDrawable m_draw = glXGetCurrentDrawable();
-    GLXDrawable m_read = glXGetCurrentReadDrawable();
-    GLXContext m_context = glXGetCurrentContext();
-};
+// Before the calling thread lets go of what is current on it. A context that was left to it when OpenGL ended
+// takes its instances along.
+void letGoOf(GLXContext current) {
+    if (ContextTable::get().takeLeft(handleOf(current)))
+        InstanceManagerBase::deinitCurrent();
+}
 
 // The version of the current context, also before the entry points are loaded; -1.-1, logged, when the
 // driver's text cannot be read.
@@ -247,6 +152,7 @@ struct __attribute__((visibility("hidden"))) ContextGLX::Private {
     Private& operator=(const Private&) = delete;
     ~Private() { destroy(); }
     void destroy();
+    [[nodiscard]] bool isOutOfReach() const { return process != getpid() || isProcessEnding(); }
 
     bool adopt();
     void rememberDrawables();
@@ -268,17 +174,14 @@ struct __attribute__((visibility("hidden"))) ContextGLX::Private {
 
 // In a forked child the connection, the window and the context are still the parent's.
 void ContextGLX::Private::destroy() {
-    if (!display || process != getpid())
+    if (!display || isOutOfReach())
         return;
-    if (context) {
-        ContextTable& table = contextTable();
-        const std::lock_guard lock(table.mutex);
-        table.records.erase(context);
-        if (!adopted)
-            glXDestroyContext(display, std::exchange(context, nullptr));
-    }
+    if (context)
+        ContextTable::get().remove(handleOf(context));
     if (adopted)
         return;
+    if (context)
+        glXDestroyContext(display, std::exchange(context, nullptr));
     if (window)
         XDestroyWindow(display, std::exchange(window, 0));
     if (colormap)
@@ -287,7 +190,7 @@ void ContextGLX::Private::destroy() {
 }
 
 bool ContextGLX::Private::connect() {
-    group = shareGroupOf(static_cast<GLXContext>(info.sharedContext));
+    group = ContextTable::get().groupOf(reinterpret_cast<ContextTable::Handle>(info.sharedContext));
     display = group->takeConnection();
     if (!display) {
         logMessage(Log::Error, category, "Failed to open X display");
@@ -530,11 +433,7 @@ std::unique_ptr<Context> ContextGLX::create(CreateInfo info) {
     logMessage(Log::Info, category,
                glXIsDirect(data->display, data->context) ? "Direct GLX rendering context obtained"
                                                          : "Indirect GLX rendering context obtained");
-    {
-        ContextTable& table = contextTable();
-        const std::lock_guard tableLock(table.mutex);
-        table.records.emplace(data->context, ContextRecord{data->group});
-    }
+    ContextTable::get().add(handleOf(data->context), data->group);
     std::unique_ptr<ContextGLX> context(new ContextGLX(std::move(data)));
     if (!context->makeCurrent()) {
         logMessage(Log::Error, category, "Failed to create an OpenGL context");
@@ -596,30 +495,29 @@ std::unique_ptr<Context> ContextGLX::adoptCurrent() {
     if (!data->adopt())
         return nullptr;
     Display* const display = glXGetCurrentDisplay();
-    {
-        ContextTable& table = contextTable();
-        const std::lock_guard tableLock(table.mutex);
-        data->group = foreignGroup(table, displayNameOf(display, current));
-        const ContextRecord record{data->group, std::this_thread::get_id()};
-        if (!table.records.emplace(current, record).second) {
-            logMessage(Log::Error, category, "Cannot adopt a context that is this library's already");
-            return nullptr;
-        }
+    ContextTable& table = ContextTable::get();
+    data->group = table.foreignGroup(displayNameOf(display, current));
+    if (!table.add(handleOf(current), data->group)) {
+        logMessage(Log::Error, category, "Cannot adopt a context that is this library's already");
+        return nullptr;
     }
+    table.noteCurrent(handleOf(current));
     data->display = display;
     data->context = current;
     return std::unique_ptr<Context>(new ContextGLX(std::move(data)));
 }
 
 ContextGLX::ContextGLX(std::unique_ptr<Private> data)
-    : m_data(std::move(data)) {}
+    : m_data(std::move(data)) {
+    ContextTable::get().setOwner(handleOf(m_data->context), *this);
+}
 
 ContextGLX::~ContextGLX() {
     cleanup();
 }
 
 void ContextGLX::cleanup() {
-    if (m_data->process != getpid())
+    if (m_data->isOutOfReach())
         return;
     if (m_data->adopted) {
         // Its owner, who may not ask what is current, goes on with what it was.
@@ -634,25 +532,28 @@ void ContextGLX::cleanup() {
 
 bool ContextGLX::makeCurrent() const {
     const GLXContext previous = glXGetCurrentContext();
+    if (previous != m_data->context)
+        letGoOf(previous);
     if (m_data->adopted && previous == m_data->context)
         m_data->rememberDrawables();
     else if (!(m_data->draw == m_data->read
                    ? glXMakeCurrent(m_data->display, m_data->draw, m_data->context)
                    : glXMakeContextCurrent(m_data->display, m_data->draw, m_data->read, m_data->context)))
         return false;
-    if (previous && previous != m_data->context)
-        setCurrent(previous, false);
-    setCurrent(m_data->context, true);
+    if (previous != m_data->context)
+        ContextTable::get().noteReleased(handleOf(previous));
+    ContextTable::get().noteCurrent(handleOf(m_data->context));
     return true;
 }
 
 bool ContextGLX::doneCurrent() const {
     const GLXContext previous = glXGetCurrentContext();
+    letGoOf(previous);
     if (m_data->adopted && previous == m_data->context)
         m_data->rememberDrawables();
     if (!glXMakeCurrent(m_data->display, None, nullptr))
         return false;
-    setCurrent(previous, false);
+    ContextTable::get().noteReleased(handleOf(previous));
     return true;
 }
 
@@ -691,13 +592,7 @@ bool ContextGLX::isExtensionSupported(const char* extensionList, const char* ext
 }
 
 bool ContextGLX::isCurrentOnSomeThread() const {
-    ContextTable& table = contextTable();
-    const std::lock_guard lock(table.mutex);
-    const auto found = table.records.find(m_data->context);
-    if (found == table.records.end() || found->second.thread == std::thread::id())
-        return false;
-    // Others may have released it here; about another thread the window system does not tell.
-    return found->second.thread != std::this_thread::get_id() || glXGetCurrentContext() == m_data->context;
+    return ContextTable::get().threadOf(handleOf(m_data->context)) != std::thread::id();
 }
 
 std::mutex& entryPointMutex() {

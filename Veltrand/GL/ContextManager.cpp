@@ -7,26 +7,26 @@
 #include <Veltrand/GL/Debug.h>
 #include <Veltrand/GL/Functions.h>
 #include <Veltrand/GL/InstanceManager.h>
+#include <Veltrand/GL/detail/ContextManagerState.h>
+#include <Veltrand/GL/detail/ContextTable.h>
+#include <Veltrand/GL/detail/Endings.h>
 #include <Veltrand/GL/detail/EntryPoints.h>
 #include <Veltrand/GL/detail/Glad.h>
+#include <Veltrand/GL/detail/LocalContexts.h>
 #include <Veltrand/GL/detail/LogMessage.h>
+#include <Veltrand/GL/detail/PreviousCurrent.h>
 
 #include <atomic>
 #include <chrono>
-#include <condition_variable>
 #include <cstdlib>
-#include <future>
 #include <glad/gl.h>
-#include <limits>
+#include <optional>
 #include <sched.h>
 #include <stdexcept>
 #include <string>
 #include <string_view>
 #include <thread>
-#include <unistd.h>
-#include <unordered_map>
 #include <utility>
-#include <vector>
 
 namespace Veltrand::GL {
 
@@ -34,150 +34,33 @@ namespace {
 
 constexpr std::string_view category = "GL.ContextManager";
 
-using LocalContexts = std::unordered_map<std::thread::id, std::unique_ptr<Context>>;
-
-} // namespace
-
-/// One life of the manager, from `init` to `deinit`. The background thread holds it too, so that whichever of
-/// the two threads is done first leaves it to the other.
-struct ContextManagerState {
-    bool initialized = false;
-    std::unique_ptr<Context> mainContext;
-    std::atomic<std::thread::id> mainThread{};
-    std::atomic<std::thread::id> backgroundThreadId{};
-    std::unique_ptr<Context> backgroundContext;
-    std::function<void()> pendingTask;
-    std::mutex callerMutex; // held by a caller from hand-over to completion
-    std::thread backgroundThread;
-    std::condition_variable taskSignal;
-    std::mutex taskMutex; // guards the pending task; the background thread lets go of it only while it waits
-    std::atomic<bool> stopRequested{false};
-    std::atomic<bool> backgroundRunning{false};
-    LocalContexts localContexts;
-    std::mutex localContextMutex; // never held while another lock is waited for
-
-    std::promise<bool> serving;           // set once: whether the background thread came to serve
-    std::atomic<bool> hasContexts{false}; // both contexts exist; readable from any thread
-    std::atomic<bool> closed{false};      // no local context may be added any more
-    pid_t process = getpid();
-};
-
-namespace {
-
-// The record of the present life. It outlives the manager: destructors of other static objects, and threads
-// that end during exit, still ask.
-class CurrentState {
-public:
-    static CurrentState& get() {
-        static CurrentState* const instance = new CurrentState;
-        return *instance;
-    }
-
-    [[nodiscard]] std::shared_ptr<ContextManagerState> state() {
-        const std::lock_guard lock(m_mutex);
-        // In a forked child the record belongs to the parent; not even its thread object may be destroyed. It
-        // is kept where nothing destroys it.
-        if (m_state->process != getpid()) {
-            static auto* const kept = new std::vector<std::shared_ptr<ContextManagerState>>;
-            kept->push_back(std::exchange(m_state, std::make_shared<ContextManagerState>()));
-        }
-        return m_state;
-    }
-    void renew() {
-        const std::lock_guard lock(m_mutex);
-        m_state = std::make_shared<ContextManagerState>();
-    }
-
-private:
-    std::mutex m_mutex;
-    std::shared_ptr<ContextManagerState> m_state = std::make_shared<ContextManagerState>();
-};
-
-std::shared_ptr<ContextManagerState> currentState() {
-    return CurrentState::get().state();
+// The thread's id is given out again at once.
+void endThread() {
+    ContextManager::get().releaseLocalContext();
+    std::thread::id ended = std::this_thread::get_id();
+    currentState()->mainThread.compare_exchange_strong(ended, std::thread::id());
 }
 
-// Local contexts that were current on living threads when OpenGL was shut down. Each waits for its thread.
-struct AbandonedContexts {
-    std::mutex mutex;
-    std::unordered_map<std::thread::id, std::vector<std::unique_ptr<Context>>> contexts;
-    std::atomic<std::size_t> count{0};
-};
-
-AbandonedContexts& abandonedContexts() {
-    static AbandonedContexts* const instance = new AbandonedContexts;
-    return *instance;
-}
-
-void abandon(std::thread::id thread, std::unique_ptr<Context> context) {
-    AbandonedContexts& abandoned = abandonedContexts();
-    const std::lock_guard lock(abandoned.mutex);
-    abandoned.contexts[thread].push_back(std::move(context));
-    ++abandoned.count;
-}
-
-void releaseAbandonedContextsOfThisThread() {
-    AbandonedContexts& abandoned = abandonedContexts();
-    if (abandoned.count == 0)
-        return;
-    std::vector<std::unique_ptr<Context>> mine;
-    const std::lock_guard lock(abandoned.mutex);
-    if (auto entry = abandoned.contexts.extract(std::this_thread::get_id())) {
-        mine = std::move(entry.mapped());
-        abandoned.count -= mine.size();
-    }
-}
-
-// Releases the thread's local context when the thread ends: its id is reused at once.
-struct LocalContextReleaser {
-    LocalContextReleaser() = default;
-    LocalContextReleaser(const LocalContextReleaser&) = delete;
-    LocalContextReleaser& operator=(const LocalContextReleaser&) = delete;
-    ~LocalContextReleaser() { ContextManager::get().releaseLocalContext(); }
-};
-
-void releaseAtThreadEnd() {
-    static thread_local const LocalContextReleaser releaser;
-}
-
-bool isCurrentOnAnotherThread(const Context& context) {
-    const auto* const glx = dynamic_cast<const ContextGLX*>(&context);
-    return glx && glx->isCurrentOnSomeThread() &&
-           reinterpret_cast<std::uintptr_t>(context.internalHandle()) != ContextManager::currentContextId();
+std::uintptr_t handleOf(const Context& context) {
+    return reinterpret_cast<std::uintptr_t>(context.internalHandle());
 }
 
 // Destroys the local contexts, but takes none away from under a thread on which it is current.
 void destroyLocalContexts(ContextManagerState& state) {
-    LocalContexts contexts;
-    std::size_t left = 0;
-    {
-        const std::lock_guard lock(state.localContextMutex);
-        state.closed = true;
-        contexts.swap(state.localContexts);
-        // Under the lock, so that a thread which ends now finds its context in one place or the other.
-        for (auto& [thread, context] : contexts) {
-            if (isCurrentOnAnotherThread(*context)) {
-                abandon(thread, std::move(context));
-                ++left;
-            }
-        }
-    }
-    if (left > 0)
+    if (const std::size_t left = state.localContexts.close(); left > 0)
         logMessage(Log::Warning, category, [left] {
             return std::to_string(left) + " local OpenGL context(s) still current on a running thread; each "
                                           "is released when its thread releases it or ends.";
         });
 }
 
-// Whether the thread has stopped serving; at most @p maxPolls tenths of a second are waited.
-bool stopBackgroundThread(ContextManagerState& state, int maxPolls) {
-    for (int poll = 0; state.backgroundRunning && poll < maxPolls; ++poll) {
+void stopBackgroundThread(ContextManagerState& state) {
+    while (state.backgroundRunning) {
         state.stopRequested = true;
         state.taskSignal.notify_one();
         std::this_thread::sleep_for(std::chrono::milliseconds(100));
         logMessage(Log::Trace, category, "Waiting for background thread to finish.");
     }
-    return !state.backgroundRunning;
 }
 
 // What is left once the background thread has stopped.
@@ -187,16 +70,37 @@ void destroyContexts(ContextManagerState& state) {
         state.pendingTask = nullptr;
     }
     state.backgroundContext.reset();
-    // At the end of the process another thread may still be using it.
-    if (state.mainContext && isCurrentOnAnotherThread(*state.mainContext))
-        abandon(state.mainThread, std::move(state.mainContext));
-    state.mainContext.reset();
+    std::unique_ptr<Context> main = state.mainContext.take();
+    if (!main)
+        return;
+    ContextTable& table = ContextTable::get();
+    if (table.isCurrentOnAnotherThread(handleOf(*main)))
+        leaveToThread(table.threadOf(handleOf(*main)), std::move(main));
+}
+
+// The containers of the main context can be deleted, and what was installed in it taken out, only while it is
+// current. That it was made by someone else makes no difference: it outlives us.
+void destroyInstancesOfMainContext(ContextManagerState& state) {
+    Context& main = *state.mainContext.get();
+    if (ContextTable::get().isCurrentOnAnotherThread(handleOf(main)))
+        return;
+    const PreviousCurrent previous;
+    main.deinitialize();
+}
+
+// Why OpenGL cannot be ended by the calling thread; empty if it can.
+std::string_view reasonAgainstEnding(const ContextManagerState& state) {
+    const std::thread::id thread = std::this_thread::get_id();
+    const std::thread::id mainThread = state.mainThread;
+    if (thread != mainThread && mainThread != std::thread::id())
+        return "You must not call GL::deinit() from a different thread than the main thread.";
+    return {};
 }
 
 // A task may have made another context current, or left none.
 void makeBackgroundContextCurrent(ContextManagerState& state) {
-    const auto handle = reinterpret_cast<std::uintptr_t>(state.backgroundContext->internalHandle());
-    if (ContextManager::currentContextId() != handle && !state.backgroundContext->makeCurrent())
+    if (ContextManager::currentContextId() != handleOf(*state.backgroundContext) &&
+        !state.backgroundContext->makeCurrent())
         throw std::runtime_error("Could not make the background OpenGL context current.");
 }
 
@@ -204,12 +108,24 @@ void GLAD_API_PTR clearDepthThroughDouble(GLfloat depth) {
     glClearDepth(depth);
 }
 
+// Names the driver and version of the current context.
+std::string driverText() {
+    const EarlyEntryPoint string(glGetString, "glGetString");
+    return getString(GL_VERSION) + '\n' + getString(GL_VENDOR) + '\n' + getString(GL_RENDERER);
+}
+
+// A thread to which a context was left may be calling the entry points, so that they are written only where
+// they change.
 void loadEntryPoints() {
     const std::lock_guard lock(entryPointMutex());
-    if (!veltrandLoadGL(&lookupEntryPoint))
-        throw OpenGLNotFoundException("Could not initialize glad.");
-    if (!glClearDepthf)
-        glad_glClearDepthf = &clearDepthThroughDouble;
+    static std::string loadedFor;
+    if (std::string driver = driverText(); driver != loadedFor) {
+        if (!veltrandLoadGL(&lookupEntryPoint))
+            throw OpenGLNotFoundException("Could not initialize glad.");
+        if (!glClearDepthf)
+            glad_glClearDepthf = &clearDepthThroughDouble;
+        loadedFor = std::move(driver);
+    }
 }
 
 void logDriver() {
@@ -244,6 +160,28 @@ std::unique_ptr<Context> createMainContext() {
     return Context::create(std::move(info));
 }
 
+// Everything that `init` does before the background thread starts.
+void start(ContextManagerState& state, std::unique_ptr<Context> context) {
+    if (context)
+        logMessage(Log::Debug, category,
+                   "Initializing OpenGL using provided context as main OpenGL context.");
+    else
+        context = createMainContext();
+    if (!context)
+        throw OpenGLNotFoundException("Could not create main OpenGL context.");
+    state.mainContext.set(std::move(context));
+    loadEntryPoints();
+    logDriver();
+
+    Context& main = *state.mainContext.get();
+    state.backgroundContext = main.clone();
+    if (!main.makeCurrent())
+        throw std::runtime_error("Could not make the main OpenGL context current.");
+    state.mainThread = std::this_thread::get_id();
+    callAtThreadEnd(&endThread);
+    state.hasContexts = true;
+}
+
 // Text of whatever was thrown; called inside a handler.
 std::string currentExceptionText() {
     try {
@@ -264,49 +202,30 @@ ContextManager& ContextManager::get() {
 
 ContextManager::ContextManager() = default;
 
+// Reached with OpenGL started only when the process ends without `deinit`. Nothing of it is destroyed, since
+// destructors would call the window system and the driver; the contexts end with the process.
 ContextManager::~ContextManager() {
-    const auto held = currentState();
-    ContextManagerState& s = *held;
-    if (s.mainContext || s.backgroundContext)
+    noteProcessEnd();
+    const auto state = currentState();
+    if (state->mainContext.get())
         logMessage(Log::Error, category,
                    "Did not cleanly deinitialize ContextManager: either the application crashed or it did "
                    "not call GL::deinit().");
-    destroyLocalContexts(s);
-    // The background thread destroys its context itself, since it may be in use there. If a task does not
-    // come to an end, nothing is taken away from under it.
-    constexpr int maxPolls = 10;
-    if (stopBackgroundThread(s, maxPolls))
-        destroyContexts(s);
     // A thread that was never joined or detached ends the process, here as everywhere.
-    const std::thread unjoined = std::move(s.backgroundThread);
+    const std::thread unjoined = std::move(state->backgroundThread);
 }
 
 void ContextManager::init(std::unique_ptr<Context> context) {
     const auto s = currentState();
-    if (s->initialized)
-        throw std::logic_error("GL::init() called while OpenGL is initialized.");
-    // What a failed start has left goes first: the end of a context leaves none current.
-    if (std::exchange(s->mainContext, nullptr) && context)
-        context->makeCurrent();
-    if (context) {
-        logMessage(Log::Debug, category,
-                   "Initializing OpenGL using provided context as main OpenGL context.");
-        s->mainContext = std::move(context);
-    } else {
-        s->mainContext = createMainContext();
-    }
-    if (!s->mainContext)
-        throw OpenGLNotFoundException("Could not create main OpenGL context.");
-    loadEntryPoints();
-    logDriver();
-
+    auto phase = ContextManagerState::Phase::Unborn;
+    if (!s->phase.compare_exchange_strong(phase, ContextManagerState::Phase::Starting))
+        throw std::logic_error(phase == ContextManagerState::Phase::Started
+                                   ? "GL::init() called while OpenGL is initialized."
+                                   : "GL::init() called while another thread starts or ends OpenGL.");
+    destroyLeftContexts();
     try {
-        s->backgroundContext = s->mainContext->clone();
-        if (!s->mainContext->makeCurrent())
-            throw std::runtime_error("Could not make the main OpenGL context current.");
-        s->hasContexts = true;
+        start(*s, std::move(context));
         s->backgroundThread = std::thread(&ContextManager::backgroundThread, s);
-        s->mainThread = std::this_thread::get_id();
         if (!s->serving.get_future().get())
             throw std::runtime_error("The background thread could not make its OpenGL context current.");
     } catch (...) {
@@ -316,12 +235,12 @@ void ContextManager::init(std::unique_ptr<Context> context) {
         s->hasContexts = false;
         // A context that the caller has brought stays current.
         if (std::exchange(s->backgroundContext, nullptr))
-            s->mainContext->makeCurrent();
+            s->mainContext.get()->makeCurrent();
         destroyContexts(*s);
-        CurrentState::get().renew();
+        renewState();
         throw OpenGLNotFoundException(reason);
     }
-    s->initialized = true;
+    s->phase = ContextManagerState::Phase::Started;
 }
 
 void ContextManager::backgroundThread(const std::shared_ptr<ContextManagerState>& state) {
@@ -337,9 +256,12 @@ void ContextManager::backgroundThread(const std::shared_ptr<ContextManagerState>
         s.backgroundContext.reset();
     }
     s.hasContexts = false;
-    s.backgroundRunning = false;
+    s.backgroundThreadId = std::thread::id();
     if (!served)
         s.serving.set_value(false);
+    callThreadEndActions();
+    keepLibraryUntilThreadEnd();
+    s.backgroundRunning = false;
 }
 
 bool ContextManager::run(ContextManagerState& s, std::unique_lock<std::mutex>& lock) {
@@ -376,7 +298,7 @@ void ContextManager::runWithOpenGL(const std::function<void()>& func, bool alway
     };
     if (!s->hasContexts)
         return reportNotInitialized();
-    releaseAbandonedContextsOfThisThread();
+    destroyLeftContexts();
     if (!alwaysInBackground && hasCurrent())
         return func();
 
@@ -437,43 +359,32 @@ std::unique_ptr<Context> ContextManager::createContext() {
 }
 
 void ContextManager::ensureLocalContext() {
-    releaseAbandonedContextsOfThisThread();
+    destroyLeftContexts();
     if (hasCurrent())
         return;
     const auto s = currentState();
-    const auto thread = std::this_thread::get_id();
     const std::runtime_error failure("Could not create local context for current thread.");
-    {
-        const std::lock_guard lock(s->localContextMutex);
-        if (const auto found = s->localContexts.find(thread); found != s->localContexts.end()) {
-            if (!found->second->makeCurrent())
-                throw failure;
-            return;
-        }
+    if (Context* const present = s->localContexts.find()) {
+        if (!present->makeCurrent())
+            throw failure;
+        return;
     }
-    // Without the mutex: creation waits for the background thread, whose shut-down task takes the mutex.
     std::unique_ptr<Context> context = createContext();
-    const std::lock_guard lock(s->localContextMutex);
-    if (!context || s->closed)
+    if (!context || !s->localContexts.add(std::move(context)))
         throw failure;
-    releaseAtThreadEnd();
-    s->localContexts.emplace(thread, std::move(context));
+    callAtThreadEnd(&endThread);
 }
 
 void ContextManager::releaseLocalContext() {
-    const auto s = currentState();
-    {
-        LocalContexts::node_type released; // destroyed after the lock is given up
-        const std::lock_guard lock(s->localContextMutex);
-        released = s->localContexts.extract(std::this_thread::get_id());
-    }
+    currentState()->localContexts.take().reset();
     // Second, since shut-down moves contexts from the one place to the other.
-    releaseAbandonedContextsOfThisThread();
+    destroyLeftContexts();
 }
 
 bool ContextManager::makeCurrent() {
     const auto s = currentState();
-    if (!s->mainContext) {
+    Context* const main = s->mainContext.get();
+    if (!main) {
         logMessage(Log::Error, category, "Not initialized, cannot make context current.");
         return false;
     }
@@ -483,16 +394,14 @@ bool ContextManager::makeCurrent() {
                    "thread.");
         return false;
     }
-    return s->mainContext->makeCurrent();
+    return main->makeCurrent();
 }
 
 bool ContextManager::doneCurrent() {
-    const auto s = currentState();
-    if (!s->mainContext) {
+    const std::optional<bool> released = currentState()->mainContext.doneCurrent();
+    if (!released)
         logMessage(Log::Error, category, "Not initialized, cannot release context.");
-        return false;
-    }
-    return s->mainContext->doneCurrent();
+    return released.value_or(false);
 }
 
 Context* ContextManager::mainContext() const {
@@ -537,25 +446,34 @@ bool ContextManager::useCoreContext() {
 
 void ContextManager::deinit() {
     const auto s = currentState();
-    if (!s->initialized)
+    if (s->phase != ContextManagerState::Phase::Started)
         return;
+    if (const std::string_view reason = reasonAgainstEnding(*s); !reason.empty())
+        return logMessage(Log::Error, category, reason);
+    // Where the main thread has ended, several others may come.
+    auto phase = ContextManagerState::Phase::Started;
+    if (!s->phase.compare_exchange_strong(phase, ContextManagerState::Phase::Ending))
+        return;
+
+    destroyInstancesOfMainContext(*s);
     runWithOpenGL(
-        [&s] {
+        [&s, caller = std::this_thread::get_id()] {
             s->backgroundContext->makeCurrent();
             destroyLocalContexts(*s);
             // Destroying a context leaves none current.
             s->backgroundContext->makeCurrent();
-            InstanceManagerBase::deinitAll();
+            InstanceManagerBase::deinitAllExcept([caller](std::uintptr_t context) {
+                return ContextTable::get().leaveToItsThread(context, caller);
+            });
         },
         true);
-    stopBackgroundThread(*s, std::numeric_limits<int>::max());
+    stopBackgroundThread(*s);
     // Only if the background thread had failed is there anything left to do here.
     destroyLocalContexts(*s);
     s->backgroundThread.detach();
-    s->initialized = false;
-    CurrentState::get().renew();
     // Other threads may still hold the old record, so its contexts are destroyed here and now.
     destroyContexts(*s);
+    renewState();
 }
 
 void init(std::unique_ptr<Context> context) {

@@ -37,11 +37,14 @@ public:
     /// Starts OpenGL with @p context as main context, which must be current on the calling thread (that of a
     /// window toolkit: `ContextGLX::adoptCurrent`), or with a new hidden one. On return the main context is
     /// current and the background thread serves tasks. Throws `OpenGLNotFoundException` when there is no
-    /// usable OpenGL. Must not be called while initialised.
+    /// usable OpenGL; `std::logic_error` while initialised, or while another thread
+    /// starts or ends OpenGL.
     void init(std::unique_ptr<Context> context);
-    /// Destroys all per-context instances, stops the background thread and destroys all contexts. A local
-    /// context that is still current on a live thread is left to that thread, which is logged. Without `init`
-    /// it does nothing; `init` may follow again. Takes a tenth of a second, and must not be called by a task.
+    /// Destroys all per-context instances, stops the background thread and destroys all contexts. A context
+    /// that is current on another thread is left to it with its instances, until the thread releases it or
+    /// ends; for local contexts that is logged. Without `init` it does nothing; `init` may follow again.
+    /// Takes a tenth of a second. On another thread than the one that called `init`, as long as that lives, an
+    /// error is logged and OpenGL goes on. Must not be called by a task.
     void deinit();
 
     // Running work

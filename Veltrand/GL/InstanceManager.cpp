@@ -2,6 +2,7 @@
 #include <Veltrand/GL/InstanceManager.h>
 
 #include <Veltrand/GL/ContextManager.h>
+#include <Veltrand/GL/detail/ContextTable.h>
 
 #include <atomic>
 #include <cstdint>
@@ -66,9 +67,14 @@ public:
     }
     Registry(const Registry&) = delete;
     Registry& operator=(const Registry&) = delete;
+    // OpenGL calls of destructors do nothing where no context is current. Where one is, its display may be
+    // closed, and the driver may have cleaned up.
     ~Registry() {
         leaveToParentProcess();
-        destroyAll();
+        if (!ContextManager::hasCurrent())
+            destroyAllExcept(
+                [](std::uintptr_t context) { return ContextTable::get().isCurrentOnAnotherThread(context); });
+        keepForEver();
     }
 
     // Locked, unless this thread is inside an instance and holds the lock already: an instance may own a
@@ -84,20 +90,25 @@ public:
     [[nodiscard]] Instances& instances() { return m_instances; }
 
     // Taken out first, so that what destructors do to the registry does not disturb the walk.
-    [[nodiscard]] Instances takeContext(std::uintptr_t context) {
+    template<class IsWanted>
+    [[nodiscard]] Instances take(const IsWanted& isWanted) {
         Instances taken;
         for (auto entry = m_instances.begin(); entry != m_instances.end();) {
             const auto next = std::next(entry);
-            if (entry->first.context == context)
+            if (isWanted(entry->first.context))
                 taken.insert(m_instances.extract(entry));
             entry = next;
         }
         return taken;
     }
+    [[nodiscard]] Instances takeContext(std::uintptr_t wanted) {
+        return take([wanted](std::uintptr_t context) { return context == wanted; });
+    }
     void setAside(std::uintptr_t context) { m_aside.push_back(takeContext(context)); }
 
-    void destroyAll() {
-        destroy(std::exchange(m_instances, {}));
+    template<class IsKept>
+    void destroyAllExcept(const IsKept& isKept) {
+        destroy(take([&isKept](std::uintptr_t context) { return !isKept(context); }));
         for (Instances& aside : std::exchange(m_aside, {}))
             destroy(std::move(aside));
     }
@@ -109,6 +120,9 @@ private:
         const unsigned int numForks = g_numForks;
         if (std::exchange(m_numForks, numForks) == numForks)
             return;
+        keepForEver();
+    }
+    void keepForEver() {
         static auto* const kept = new std::vector<Instances>;
         kept->push_back(std::exchange(m_instances, {}));
         for (Instances& aside : std::exchange(m_aside, {}))
@@ -158,8 +172,12 @@ void InstanceManagerBase::setAside(std::uintptr_t context) {
 }
 
 void InstanceManagerBase::deinitAll() {
+    deinitAllExcept([](std::uintptr_t) { return false; });
+}
+
+void InstanceManagerBase::deinitAllExcept(const std::function<bool(std::uintptr_t)>& isKept) {
     const auto lock = g_registry.lock();
-    g_registry.destroyAll();
+    g_registry.destroyAllExcept(isKept);
 }
 
 bool InstanceManagerBase::isInsideInstance() {

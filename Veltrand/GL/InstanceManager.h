@@ -5,6 +5,7 @@
 #include <Veltrand/GL/Export.h>
 
 #include <cstdint>
+#include <functional>
 #include <typeindex>
 
 namespace Veltrand::GL {
@@ -26,6 +27,8 @@ public:
     static void setAside(std::uintptr_t context);
     /// Destroys every instance of every context; a context of the same share group must be current.
     static void deinitAll();
+    /// The same, without the instances of those contexts which @p isKept names.
+    static void deinitAllExcept(const std::function<bool(std::uintptr_t context)>& isKept);
 
     /// Whether the calling thread is inside the constructor or destructor of an instance, where `get()` is
     /// not allowed.

@@ -1,9 +1,14 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include "support/ContextTest.h"
 
+#include <Veltrand/GL/Debug.h>
+#include <Veltrand/GL/InstanceManager.h>
 #include <Veltrand/GL/Texture.h>
+#include <Veltrand/GL/VertexArrayObject.h>
 
 #include <Eigen/Core>
+#include <csignal>
+#include <cstdlib>
 #include <optional>
 
 // Last: glad has to come before it, and its macros break other headers.
@@ -53,6 +58,12 @@ std::array<int, 3> settings() {
     return {Testing::currentInt(GL_CONTEXT_PROFILE_MASK), Testing::currentInt(GL_CONTEXT_FLAGS),
             Testing::currentInt(GL_RESET_NOTIFICATION_STRATEGY)};
 }
+
+// Owns a container, which can be deleted only while its context is current.
+struct MakesArray : InstanceManager<MakesArray> {
+    MakesArray() { vertices.bind(); }
+    VertexArrayObject vertices;
+};
 
 void expectRefusal(Testing::LogCapture& log, const char* text) {
     EXPECT_EQ(ContextGLX::adoptCurrent(), nullptr) << text;
@@ -108,10 +119,12 @@ TEST(AdoptedContextGL, ClonesMatchAndWhatIsTheToolkitsStays) {
             }
 }
 
-// The toolkit's context is left holding a texture whose memory belongs to a connection of ours.
+// The toolkit's context is left holding a texture whose memory belongs to a connection of ours, and nothing
+// else of ours.
 TEST(AdoptedContextGL, ServesTheManagerAndOutlivesIt) {
     const ToolkitWindow toolkit(core33);
-    for (int life = 0; life < 2; ++life) {
+    GLuint array = 0;
+    for (int life = 0; life < 3; ++life) {
         Testing::LogCapture log;
         Testing::windowSystem() = {};
         init(ContextGLX::adoptCurrent());
@@ -121,14 +134,40 @@ TEST(AdoptedContextGL, ServesTheManagerAndOutlivesIt) {
         inBackground([&texture] { texture.emplace(Eigen::Vector3i(4, 4, 1), InternalFormat::RGBA8); });
         glBindTexture(GL_TEXTURE_2D, texture->id());
         inBackground([&texture] { texture.reset(); });
+        array = MakesArray::get()->vertices.id();
+        Debug::setMessageCallback([](auto...) { ADD_FAILURE() << "called after the end"; }, true);
+        const bool released = life == 2;
+        if (released)
+            ContextManager::doneCurrent();
         deinit();
-        EXPECT_EQ(glXGetCurrentContext(), toolkit.context);
+        EXPECT_EQ(glXGetCurrentContext(), released ? nullptr : toolkit.context);
+        glXMakeCurrent(toolkit.display, toolkit.window, toolkit.context);
+        EXPECT_FALSE(glIsVertexArray(array));
+        glDisable(GL_INVALID_ENUM); // a message, if anybody listens
+        EXPECT_EQ(glGetError(), GLenum{GL_INVALID_ENUM});
         EXPECT_EQ(Testing::windowSystem().displaysClosed, 0);
         if (life > 0) {
-            EXPECT_EQ(Testing::windowSystem().displaysOpened, 0) << "connections of earlier lives serve again";
+            EXPECT_EQ(Testing::windowSystem().displaysOpened, 0)
+                << "connections of earlier lives serve again";
         }
         EXPECT_EQ(Testing::windowSystem().contextsDestroyed, 1) << "the background context";
     }
+}
+
+// Without the end of OpenGL, its contexts are there when static objects are destroyed, but not their display.
+TEST(AdoptedContextDeathTest, ToolkitsDisplayMayBeClosedAtExit) {
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    const auto run = [](bool closed) {
+        auto* const toolkit = new ToolkitWindow(core33);
+        init(ContextGLX::adoptCurrent());
+        static_cast<void>(MakesArray::get());
+        if (closed)
+            delete toolkit;
+        std::exit(0);
+    };
+    for (const bool closed : {true, false})
+        EXPECT_EXIT(run(closed), ::testing::KilledBySignal(SIGABRT), "Did not cleanly deinitialize")
+            << closed;
 }
 
 } // namespace Veltrand::GL

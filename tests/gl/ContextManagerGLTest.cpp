@@ -12,6 +12,9 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+// Last: glad has to come before it, and its macros break other headers.
+#include <GL/glx.h>
+
 namespace Veltrand::GL {
 
 namespace {
@@ -150,9 +153,9 @@ TEST_F(ContextManagerGL, BackgroundSurvivesWhateverATaskDoes) {
              static_cast<void>(Context::create({}));
              throw std::runtime_error("x");
          },
-         "x"},
-        {[] { throw 42; }, "unknown exception"},
-        {{}, "bad_function_call"},
+         "Caught an exception while executing OpenGL code: x"},
+        {[] { throw 42; }, "Caught an exception while executing OpenGL code: unknown exception"},
+        {{}, "Caught an exception while executing OpenGL code: bad_function_call"},
     };
     const auto background = [] {
         std::uintptr_t current = 0;
@@ -165,7 +168,7 @@ TEST_F(ContextManagerGL, BackgroundSurvivesWhateverATaskDoes) {
         manager().runWithOpenGL(task, true);
         EXPECT_EQ(background(), expected);
         if (text)
-            expectLine(Log::Error, std::string("Caught an exception while executing OpenGL code: ") + text);
+            expectLine(Log::Error, text);
     }
 }
 
@@ -268,6 +271,98 @@ TEST_F(ContextManagerGL, ShutDownLeavesContextsToTheThreadsThatUseThem) {
     idle.join();
 }
 
+// Whether the context is the thread's local one or its own, and whether the thread releases it or ends.
+// Another life of OpenGL does not matter to it.
+TEST_F(ContextManagerGL, LeftContextsKeepTheirInstancesUntilTheirThreadLetsGo) {
+    static std::atomic<int> gone{0};
+    struct Kept : InstanceManager<Kept> {
+        ~Kept() override {
+            EXPECT_EQ(std::this_thread::get_id(), thread);
+            EXPECT_TRUE(ContextManager::hasCurrent());
+            ++gone;
+        }
+        const std::thread::id thread = std::this_thread::get_id();
+    };
+    const std::pair<bool, bool> cases[] = {{true, true}, {true, false}, {false, true}, {false, false}};
+    for (const auto& [local, releases] : cases) {
+        gone = 0;
+        start();
+        std::atomic<bool> draws{false};
+        std::atomic<bool> stop{false};
+        std::unique_ptr<Context> own;
+        std::thread user([&, isLocal = local, isReleased = releases] {
+            if (isLocal)
+                manager().ensureLocalContext();
+            else
+                own = manager().createContext();
+            const Kept* const kept = Kept::get();
+            for (; !stop; draws = true) {
+                EXPECT_EQ(Kept::get(), kept);
+                clearDepthBuffer(1);
+            }
+            if (!isReleased)
+                return;
+            if (isLocal)
+                manager().releaseLocalContext();
+            else
+                own->doneCurrent();
+            EXPECT_EQ(gone, 1);
+        });
+        while (!draws)
+            std::this_thread::yield();
+        deinit();
+        start();
+        deinit();
+        EXPECT_EQ(gone, 0) << local << releases;
+        stop = true;
+        user.join();
+        EXPECT_EQ(gone, 1) << local << releases;
+    }
+    dropLines();
+}
+
+TEST_F(ContextManagerGL, OnlyTheMainThreadEndsWhileItLives) {
+    start();
+    std::thread([] { deinit(); }).join();
+    expectLine(Log::Error, "You must not call GL::deinit() from a different thread than the main thread.");
+    EXPECT_NE(manager().mainContext(), nullptr);
+    deinit();
+    EXPECT_EQ(contextsAlive(), 0);
+    std::thread([this] { start(); }).join();
+    EXPECT_FALSE(ContextManager::makeCurrent());
+    dropLines();
+    std::thread([] { deinit(); }).join();
+    EXPECT_EQ(contextsAlive(), 0);
+}
+
+TEST_F(ContextManagerGL, ThreadsThatStartAndEndAtOnceAreRefusedInTurn) {
+    std::atomic<int> starts{0};
+    std::atomic<int> refused{0};
+    {
+        std::array<std::jthread, 4> threads;
+        for (std::jthread& thread : threads)
+            thread = std::jthread([&] {
+                for (int life = 0; life < 5; ++life) {
+                    try {
+                        init();
+                        ++starts;
+                    } catch (const std::logic_error&) {
+                        ++refused;
+                    }
+                    manager().runWithOpenGL([] {});
+                    static_cast<void>(manager().mainContext());
+                    ContextManager::makeCurrent();
+                    ContextManager::doneCurrent();
+                    deinit();
+                }
+            });
+    }
+    EXPECT_GT(starts, 0);
+    EXPECT_EQ(starts + refused, 20);
+    EXPECT_EQ(contextsAlive(), 0);
+    static_cast<void>(m_log.take());
+}
+
 TEST_F(ContextManagerGL, ShutDownWhileThreadsAskForContexts) {
     for (int life = 0; life < 2; ++life) {
         start();
@@ -353,12 +448,31 @@ TEST_F(ContextManagerGL, ForkedChildLeavesTheParentAlone) {
     EXPECT_EQ(Debug::check(false), Debug::Error::NoError);
 }
 
+// By whichever thread, which may be inside the window system or hold a context.
 TEST(ContextManagerDeathTest, ExitWithoutShutDownSaysSo) {
     GTEST_FLAG_SET(death_test_style, "threadsafe");
-    EXPECT_EXIT(
-        (init(), std::exit(0)), ::testing::KilledBySignal(SIGABRT),
-        "Did not cleanly deinitialize ContextManager: either the application crashed or it did not call "
-        "GL::deinit\\(\\)\\.");
+    const auto end = [] { std::exit(0); };
+    const std::function<void()> cases[] = {
+        end,
+        [&end] { manager().runWithOpenGL(end, true); },
+        [&end] {
+            std::thread([&end] {
+                manager().ensureLocalContext();
+                end();
+            }).join();
+        },
+        [] {
+            XSetErrorHandler([](Display*, XErrorEvent*) -> int { std::exit(0); });
+            Display* const display = glXGetCurrentDisplay();
+            XKillClient(display, 0x7fffffff);
+            XSync(display, False);
+        },
+    };
+    for (const auto& exitsBy : cases)
+        EXPECT_EXIT(
+            (init(), exitsBy()), ::testing::KilledBySignal(SIGABRT),
+            "Did not cleanly deinitialize ContextManager: either the application crashed or it did not call "
+            "GL::deinit\\(\\)\\.");
 }
 
 // Run once per environment.

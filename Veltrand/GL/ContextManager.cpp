@@ -92,8 +92,24 @@ void destroyInstancesOfMainContext(ContextManagerState& state) {
 std::string_view reasonAgainstEnding(const ContextManagerState& state) {
     const std::thread::id thread = std::this_thread::get_id();
     const std::thread::id mainThread = state.mainThread;
+    if (thread == state.backgroundThreadId)
+        return "GL::deinit() called by a task on the background thread, for which it would wait.";
+    if (InstanceManagerBase::isInsideInstance())
+        return "GL::deinit() called by the constructor or destructor of a per-context instance, for which it "
+               "would wait.";
     if (thread != mainThread && mainThread != std::thread::id())
         return "You must not call GL::deinit() from a different thread than the main thread.";
+    return {};
+}
+
+// Why the calling thread cannot wait for a task on the background thread; empty if it can.
+std::string_view reasonAgainstWaiting(const ContextManagerState& state) {
+    if (std::this_thread::get_id() == state.backgroundThreadId)
+        return "A task on the background thread asked for another one there, for which it would wait for "
+               "ever; the function was not called.";
+    if (InstanceManagerBase::isInsideInstance())
+        return "The constructor or destructor of a per-context instance asked for a task on the background "
+               "thread, which may wait for it for ever; the function was not called.";
     return {};
 }
 
@@ -301,6 +317,8 @@ void ContextManager::runWithOpenGL(const std::function<void()>& func, bool alway
     destroyLeftContexts();
     if (!alwaysInBackground && hasCurrent())
         return func();
+    if (const std::string_view reason = reasonAgainstWaiting(*s); !reason.empty())
+        return logMessage(Log::Error, category, reason);
 
     const std::lock_guard callerLock(s->callerMutex);
     std::atomic<bool> done{false};

@@ -43,8 +43,9 @@ public:
     /// Destroys all per-context instances, stops the background thread and destroys all contexts. A context
     /// that is current on another thread is left to it with its instances, until the thread releases it or
     /// ends; for local contexts that is logged. Without `init` it does nothing; `init` may follow again.
-    /// Takes a tenth of a second. On another thread than the one that called `init`, as long as that lives, an
-    /// error is logged and OpenGL goes on. Must not be called by a task.
+    /// Takes a tenth of a second. On another thread than the one that called `init`, as long as that lives, in
+    /// a task, and in the constructor or destructor of a per-context instance an error is logged and OpenGL
+    /// goes on.
     void deinit();
 
     // Running work
@@ -52,11 +53,11 @@ public:
     /// Runs @p func with a current context and returns when it has finished: on the calling thread if that
     /// has a current context and @p alwaysInBackground is false, otherwise on the background thread, one task
     /// at a time, followed by a flush. What a background task throws is logged; what @p func throws on the
-    /// calling thread propagates. Before `init` an error is logged and @p func is not called.
+    /// calling thread propagates.
     ///
-    /// A task on the background thread must not call this with @p alwaysInBackground, since it would wait for
-    /// itself; nor may the constructor or destructor of a per-context instance, since the task may wait for
-    /// it.
+    /// An error is logged and @p func is not called before `init`, and where the caller would wait for itself:
+    /// when the background thread is needed by a task that runs there, or by the constructor or destructor of
+    /// a per-context instance, for which other tasks may be waiting.
     void runWithOpenGL(const std::function<void()>& func, bool alwaysInBackground = false);
 
     // Contexts of other threads

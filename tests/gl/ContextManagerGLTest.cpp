@@ -147,6 +147,9 @@ TEST_F(ContextManagerGL, TasksOfAllThreadsRunHereOrInTheBackground) {
 
 TEST_F(ContextManagerGL, BackgroundSurvivesWhateverATaskDoes) {
     start();
+    constexpr const char* waits = "A task on the background thread asked for another one there, for which it "
+                                  "would wait for ever; the function was not called.";
+    const auto fail = [] { ADD_FAILURE() << "was run"; };
     const std::pair<std::function<void()>, const char*> cases[] = {
         {[] { manager().mainContext()->doneCurrent(); }, nullptr},
         {[] {
@@ -156,6 +159,14 @@ TEST_F(ContextManagerGL, BackgroundSurvivesWhateverATaskDoes) {
          "Caught an exception while executing OpenGL code: x"},
         {[] { throw 42; }, "Caught an exception while executing OpenGL code: unknown exception"},
         {{}, "Caught an exception while executing OpenGL code: bad_function_call"},
+        {[&fail] { manager().runWithOpenGL(fail, true); }, waits},
+        {[&fail] {
+             manager().mainContext()->doneCurrent();
+             manager().runWithOpenGL(fail);
+         },
+         waits},
+        {[] { deinit(); }, "GL::deinit() called by a task on the background thread, for which it would "
+                           "wait."},
     };
     const auto background = [] {
         std::uintptr_t current = 0;
@@ -170,6 +181,30 @@ TEST_F(ContextManagerGL, BackgroundSurvivesWhateverATaskDoes) {
         if (text)
             expectLine(Log::Error, text);
     }
+}
+
+TEST_F(ContextManagerGL, InstancesUnderConstructionWaitForNothing) {
+    struct Waits : InstanceManager<Waits> {
+        Waits() {
+            manager().runWithOpenGL([] { ADD_FAILURE() << "was run"; }, true);
+            deinit();
+        }
+        ~Waits() override {
+            manager().runWithOpenGL([] { ADD_FAILURE() << "was run"; }, true);
+        }
+    };
+    const auto expectRefusedTask = [this] {
+        expectLine(Log::Error, "The constructor or destructor of a per-context instance asked for a task on "
+                               "the background thread, which may wait for it for ever; the function was not "
+                               "called.");
+    };
+    start();
+    static_cast<void>(Waits::get());
+    expectRefusedTask();
+    expectLine(Log::Error, "GL::deinit() called by the constructor or destructor of a per-context instance, "
+                           "for which it would wait.");
+    deinit();
+    expectRefusedTask();
 }
 
 // Capabilities are judged by the entry points that are there. In a process of its own: a driver that stays

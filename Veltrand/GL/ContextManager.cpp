@@ -142,6 +142,11 @@ void loadEntryPoints() {
             glad_glClearDepthf = &clearDepthThroughDouble;
         loadedFor = std::move(driver);
     }
+    // Where contexts are made the old way, the driver's oldest version may be what comes.
+    const Utils::Version version = versionInfo();
+    if (version.major < 3 || (version.major == 3 && version.minor < 3))
+        throw OpenGLNotFoundException("The context has version \"" + getString(GL_VERSION) +
+                                      "\", OpenGL 3.3 is needed.");
 }
 
 void logDriver() {

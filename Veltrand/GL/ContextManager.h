@@ -37,7 +37,7 @@ public:
     /// Starts OpenGL with @p context as main context, which must be current on the calling thread (that of a
     /// window toolkit: `ContextGLX::adoptCurrent`), or with a new hidden one. On return the main context is
     /// current and the background thread serves tasks. Throws `OpenGLNotFoundException` when there is no
-    /// usable OpenGL; `std::logic_error` while initialised, or while another thread
+    /// usable OpenGL, or only one below 3.3; `std::logic_error` while initialised, or while another thread
     /// starts or ends OpenGL.
     void init(std::unique_ptr<Context> context);
     /// Destroys all per-context instances, stops the background thread and destroys all contexts. A context

@@ -219,6 +219,14 @@ TEST_F(ContextManagerGL, OlderContextHasNoEntryPointsOfANewerOneBefore) {
     EXPECT_EQ(versionInfo().major, 3);
     EXPECT_EQ(glMemoryBarrier, nullptr);
     EXPECT_EQ(glDebugMessageCallback != nullptr, GLAD_GL_KHR_debug != 0);
+    deinit();
+
+    setenv("MESA_GL_VERSION_OVERRIDE", "2.1", 1);
+    windowSystem().hideCreateContext = true;
+    ++windowSystem().contextsCreated; // made by glXCreateNewContext, which is not counted
+    EXPECT_TRUE(Testing::thrown([] { init(); }).starts_with("The context has version \"2.1 "));
+    EXPECT_EQ(manager().mainContext(), nullptr);
+    static_cast<void>(m_log.take());
 }
 
 TEST_F(ContextManagerGL, MainAndBackgroundThreadGetNoLocalContext) {

@@ -27,8 +27,6 @@ class VELTRAND_GL_API ShaderSourceError : public std::runtime_error {
 public:
     /// @param what as `what()` tells it
     ShaderSourceError(const std::string& what, ShaderMessage message);
-    ShaderSourceError(const ShaderSourceError&) = default;
-    ShaderSourceError& operator=(const ShaderSourceError&) = default;
     ~ShaderSourceError() override;
 
     /// The same in full, with the file and line of the directive that has failed.

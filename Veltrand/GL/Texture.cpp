@@ -177,7 +177,7 @@ private:
 /// What a clear through a framebuffer needs to know of the format.
 struct ClearTarget {
     Framebuffer::Attachment attachment;
-    GLbitfield bit;
+    GLbitfield bit; ///< 0 for what only glClearBuffer can clear
 };
 
 ClearTarget clearTarget(InternalFormat format) {
@@ -185,7 +185,9 @@ ClearTarget clearTarget(InternalFormat format) {
         return {Framebuffer::Attachment::Depth, GL_DEPTH_BUFFER_BIT};
     if (format.isStencilFormat())
         return {Framebuffer::Attachment::Stencil, GL_STENCIL_BUFFER_BIT};
-    return {Framebuffer::Attachment::Color0, GL_COLOR_BUFFER_BIT};
+    if (format.isDepthStencilFormat())
+        return {Framebuffer::Attachment::DepthStencil, 0};
+    return {Framebuffer::Attachment::Color0, format.isIntegerFormat() ? 0U : GL_COLOR_BUFFER_BIT};
 }
 
 void setClearValue(const ClearTarget& target, const ClearValue& value) {
@@ -193,10 +195,21 @@ void setClearValue(const ClearTarget& target, const ClearValue& value) {
         glClearColor(value.color[0], value.color[1], value.color[2], value.color[3]);
     else if (target.bit == GL_STENCIL_BUFFER_BIT)
         glClearStencil(value.stencil);
-    else if (glClearDepthf)
+    else if (target.bit == GL_DEPTH_BUFFER_BIT && glClearDepthf)
         glClearDepthf(value.depth);
-    else
+    else if (target.bit == GL_DEPTH_BUFFER_BIT)
         glClearDepth(static_cast<GLdouble>(value.depth));
+}
+
+void clearAttachment(const ClearTarget& target, InternalFormat format, const ClearValue& value) {
+    if (target.bit != 0)
+        glClear(target.bit);
+    else if (format.isDepthStencilFormat())
+        glClearBufferfi(GL_DEPTH_STENCIL, 0, value.depth, value.stencil);
+    else if (format.isSignedIntegerFormat())
+        glClearBufferiv(GL_COLOR, 0, value.signedIntegers.data());
+    else
+        glClearBufferuiv(GL_COLOR, 0, value.unsignedIntegers.data());
 }
 
 } // namespace
@@ -520,7 +533,7 @@ void Texture::clear<float>(const Eigen::Vector4f& value) {
 template<>
 void Texture::clear<unsigned int>(const Eigen::Matrix<unsigned int, 4, 1, 0, 4, 1>& value) {
     if (m_internalFormat.isDepthStencilFormat()) {
-        const auto packed = packDepthStencil(m_internalFormat, value[0] / double{0xFFFFFFFF}, value[1]);
+        const auto packed = packDepthStencil(m_internalFormat, std::min(value[0], 1U), value[1]);
         clearImpl(PixelFormat::DepthStencil, packed.type, packed.words.data());
     } else {
         clearImpl(clearFormat(), PixelType::UInt, value.data());
@@ -530,15 +543,27 @@ void Texture::clear<unsigned int>(const Eigen::Matrix<unsigned int, 4, 1, 0, 4, 
 void Texture::clearImpl(PixelFormat format, PixelType type, const void* data) {
     if (m_id == 0)
         return;
+    std::array<std::byte, 8> depth;
+    const void* texel = data; // as transfers take it
+    if (format == PixelFormat::DepthComponent) {
+        depth = depthComponent(type, data);
+        texel = depth.data();
+    }
     if (canClearTexImage(m_target)) {
-        glClearTexImage(m_id, 0, static_cast<GLenum>(format), static_cast<GLenum>(type), data);
+        glClearTexImage(m_id, 0, static_cast<GLenum>(format), static_cast<GLenum>(type), texel);
         return;
     }
+    const bool canUpload = numDimensions(m_target) != 0;
     const bool needsUpload = m_internalFormat.isDepthStencilFormat() || m_internalFormat.isIntegerFormat() ||
                              m_target == Target::Texture1DArray || m_target == Target::Texture1D;
     // A driver need not be able to draw to every format, so a refused framebuffer ends in an upload, too.
-    if (needsUpload || !clearByFramebuffer(format, type, data))
-        clearByUpload(format, type, data);
+    if (canUpload && (needsUpload || !clearByFramebuffer(format, type, data)))
+        clearByUpload(format, type, texel);
+    else if (!canUpload && (m_target == Target::TextureBuffer || !clearByFramebuffer(format, type, data)))
+        logMessage(Log::Error, category, [this] {
+            return "Cannot clear a texture of format \"" + m_internalFormat.toString() +
+                   "\": OpenGL does not draw to it, and its target has no upload.";
+        });
 }
 
 void Texture::clearByUpload(PixelFormat format, PixelType type, const void* data) {
@@ -573,10 +598,11 @@ bool Texture::clearByFramebuffer(PixelFormat format, PixelType type, const void*
     const ClearTarget target = clearTarget(m_internalFormat);
     const UnlimitedClear unlimited;
     const StateGuard guard = framebuffer.guardedBind();
-    setClearValue(target, clearValue(format, type, data));
+    const ClearValue value = clearValue(format, type, data);
+    setClearValue(target, value);
     // Older drivers want nothing to read from or draw to where nothing is attached.
     glReadBuffer(GL_NONE);
-    if (target.bit != GL_COLOR_BUFFER_BIT)
+    if (target.attachment != Framebuffer::Attachment::Color0)
         framebuffer.clearDrawBuffers();
 
     const bool layered = m_target == Target::Texture3D || m_target == Target::Texture2DArray;
@@ -590,7 +616,7 @@ bool Texture::clearByFramebuffer(PixelFormat format, PixelType type, const void*
         complete = glCheckFramebufferStatus(GL_FRAMEBUFFER) == GL_FRAMEBUFFER_COMPLETE;
         if (complete) {
             framebuffer.setDrawBuffers();
-            glClear(target.bit);
+            clearAttachment(target, m_internalFormat, value);
         }
     }
     framebuffer.detachAll();

@@ -9,6 +9,7 @@
 #include <cmath>
 #include <cstring>
 #include <limits>
+#include <type_traits>
 
 namespace Veltrand::GL {
 
@@ -24,27 +25,52 @@ double component(const void* data, int index) {
     return static_cast<double>(value);
 }
 
-double component(PixelType type, const void* data, int index) {
+/// Calls a function with a zero of the component type; false for packed and unknown types.
+template<class Function>
+bool withComponentType(PixelType type, const Function& function) {
     switch (type) {
     case PixelType::Byte:
-        return component<std::int8_t>(data, index);
+        function(std::int8_t{0});
+        return true;
     case PixelType::UByte:
-        return component<std::uint8_t>(data, index);
+        function(std::uint8_t{0});
+        return true;
     case PixelType::Short:
-        return component<std::int16_t>(data, index);
+        function(std::int16_t{0});
+        return true;
     case PixelType::UShort:
-        return component<std::uint16_t>(data, index);
+        function(std::uint16_t{0});
+        return true;
     case PixelType::Int:
-        return component<std::int32_t>(data, index);
+        function(std::int32_t{0});
+        return true;
     case PixelType::UInt:
-        return component<std::uint32_t>(data, index);
+        function(std::uint32_t{0});
+        return true;
     case PixelType::Float:
-        return component<float>(data, index);
+        function(0.0F);
+        return true;
     case PixelType::Double:
-        return component<double>(data, index);
+        function(0.0);
+        return true;
     default:
-        return 0.0;
+        return false;
     }
+}
+
+double component(PixelType type, const void* data, int index) {
+    double value = 0;
+    withComponentType(type, [&](auto zero) { value = component<decltype(zero)>(data, index); });
+    return value;
+}
+
+/// Fractions of the first three bytes and the last one, or a float and the last byte of the word behind it.
+void readDepthStencil(PixelType type, const void* data, ClearValue& value) {
+    std::array<std::uint32_t, 2> words{};
+    std::memcpy(words.data(), data, type == PixelType::UInt248 ? 4 : 8);
+    const bool isFloat = type == PixelType::Float32UInt248Rev;
+    value.depth = isFloat ? std::bit_cast<float>(words[0]) : static_cast<float>(words[0] >> 8U) / 0xFFFFFF;
+    value.stencil = static_cast<int>(words[isFloat ? 1 : 0] & 0xFFU);
 }
 
 double colorScale(PixelType type) {
@@ -163,6 +189,10 @@ std::vector<std::byte> filledImage(int width, std::size_t rows, PixelFormat form
 
 ClearValue clearValue(PixelFormat format, PixelType type, const void* data) {
     ClearValue value;
+    if (type == PixelType::UInt248 || type == PixelType::Float32UInt248Rev) {
+        readDepthStencil(type, data, value);
+        return value;
+    }
     if (format == PixelFormat::DepthComponent || format == PixelFormat::StencilIndex ||
         format == PixelFormat::DepthStencil) {
         const double first = component(type, data, 0);
@@ -170,10 +200,26 @@ ClearValue clearValue(PixelFormat format, PixelType type, const void* data) {
         value.stencil = toInt(first);
         return value;
     }
-    for (int i = 0; i < 4; ++i)
-        value.color[static_cast<std::size_t>(i)] =
-            static_cast<float>(component(type, data, i) * colorScale(type));
+    for (std::size_t i = 0; i < value.color.size(); ++i) {
+        const double number = component(type, data, static_cast<int>(i));
+        value.color[i] = static_cast<float>(number * colorScale(type));
+        value.signedIntegers[i] = toInt(number);
+        value.unsignedIntegers[i] = toUInt(number);
+    }
     return value;
+}
+
+std::array<std::byte, 8> depthComponent(PixelType type, const void* data) {
+    std::array<std::byte, 8> result{};
+    std::memcpy(result.data(), data, texelSize(PixelFormat::DepthComponent, type));
+    withComponentType(type, [&]<class T>(T value) {
+        if constexpr (std::is_integral_v<T>) {
+            if (component(type, data, 0) >= 1)
+                value = std::numeric_limits<T>::max();
+            std::memcpy(result.data(), &value, sizeof(T));
+        }
+    });
+    return result;
 }
 
 PackedDepthStencil packDepthStencil(InternalFormat format, double depth, double stencil) {

@@ -32,15 +32,22 @@ std::size_t imageSize(int width, std::size_t rows, PixelFormat format, PixelType
 std::vector<std::byte> filledImage(int width, std::size_t rows, PixelFormat format, PixelType type,
                                    const void* texel);
 
-/// What glClearColor, glClearDepth and glClearStencil take for a value of client data: integers become
-/// fractions of their range as colour, and stay as they are as depth and stencil. 0 for other types.
+/// What glClearColor, glClearDepth, glClearStencil and glClearBuffer take for a value of client data:
+/// integers become fractions of their range as colour, and stay as they are as depth, as stencil and for
+/// integer formats. 0 for other types.
 struct ClearValue {
     std::array<float, 4> color{};
+    std::array<int, 4> signedIntegers{};
+    std::array<unsigned int, 4> unsignedIntegers{};
     float depth = 0.0F;
     int stencil = 0;
 };
-/// @param data one component for depth and stencil formats, four for others
+/// @param data one component for depth and stencil formats, one of depth and stencil, four for others
 ClearValue clearValue(PixelFormat format, PixelType type, const void* data);
+
+/// The depth that `clearValue` has for @p data, as a component for transfers, which take integers for
+/// fractions of their range: with an integer type all of it or nothing.
+std::array<std::byte, 8> depthComponent(PixelType type, const void* data);
 
 /// A texel of a format with depth and stencil, in its packed type.
 struct PackedDepthStencil {

@@ -125,11 +125,20 @@ bool canClearTexImage(Texture::Target target) {
     return !workaround;
 }
 
+/// Of the first viewport, whose scissor test is the one that clears obey.
+void setScissorTest(bool enabled) {
+    if (glScissorIndexed)
+        enabled ? glEnablei(GL_SCISSOR_TEST, 0) : glDisablei(GL_SCISSOR_TEST, 0);
+    else
+        enabled ? glEnable(GL_SCISSOR_TEST) : glDisable(GL_SCISSOR_TEST);
+}
+
 /// Removes what limits or alters a clear, and puts it back together with the clear values.
 class UnlimitedClear {
 public:
     UnlimitedClear()
-        : m_guard(StateGuard::SaveFlags::Scissor | StateGuard::SaveFlags::Depth)
+        : m_guard(StateGuard::SaveFlags::Depth)
+        , m_scissorTest(getBool(GL_SCISSOR_TEST))
         , m_readFramebuffer(static_cast<GLuint>(getInt(GL_READ_FRAMEBUFFER_BINDING)))
         , m_stencil(getInt(GL_STENCIL_CLEAR_VALUE)) {
         glGetBooleani_v(GL_COLOR_WRITEMASK, 0, m_colorMask.data());
@@ -141,7 +150,7 @@ public:
             m_enabled[i] = glIsEnabled(capabilities[i]) == GL_TRUE;
             glDisable(capabilities[i]);
         }
-        glDisable(GL_SCISSOR_TEST);
+        setScissorTest(false);
         glColorMaski(0, GL_TRUE, GL_TRUE, GL_TRUE, GL_TRUE);
         glDepthMask(GL_TRUE);
         glStencilMaskSeparate(GL_FRONT, 0xFFFFFFFF);
@@ -150,6 +159,7 @@ public:
         for (std::size_t i = 0; i < capabilities.size(); ++i)
             if (m_enabled[i])
                 glEnable(capabilities[i]);
+        setScissorTest(m_scissorTest);
         glColorMaski(0, m_colorMask[0], m_colorMask[1], m_colorMask[2], m_colorMask[3]);
         glStencilMaskSeparate(GL_FRONT, static_cast<GLuint>(m_stencilMask));
         glClearColor(m_color[0], m_color[1], m_color[2], m_color[3]);
@@ -165,6 +175,7 @@ private:
     static constexpr std::array capabilities = {GLenum{GL_DITHER}, GLenum{GL_FRAMEBUFFER_SRGB},
                                                 GLenum{GL_RASTERIZER_DISCARD}};
     StateGuard m_guard;
+    bool m_scissorTest;
     GLuint m_readFramebuffer;
     GLint64 m_stencilMask = 0;
     GLint m_stencil;

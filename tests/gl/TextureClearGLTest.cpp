@@ -247,6 +247,22 @@ TEST_F(TextureClearGL, ColoursAreFractionsAndIntegersAreValues) {
     static_cast<void>(log().take());
 }
 
+TEST_F(TextureClearGL, EachViewportKeepsItsScissorTest) {
+    if (!hasVersion(4, 1))
+        GTEST_SKIP() << "several viewports need OpenGL 4.1";
+    const ForcedPath forced(Path::Framebuffer);
+    Texture texture(Target::Texture2D, {4, 4, 1}, InternalFormat::R32F);
+    glScissor(0, 0, 0, 0);
+    for (const GLuint tested : {0U, 1U, 15U}) {
+        glEnablei(GL_SCISSOR_TEST, tested);
+        texture.clear<float>({static_cast<float>(tested), 0, 0, 0});
+        EXPECT_EQ(texture.download<float>(), std::vector<float>(16, static_cast<float>(tested)));
+        for (GLuint i = 0; i < 16; ++i)
+            EXPECT_EQ(glIsEnabledi(GL_SCISSOR_TEST, i) != GL_FALSE, i == tested);
+        glDisable(GL_SCISSOR_TEST);
+    }
+}
+
 TEST_F(TextureClearGL, DepthIsClearedWithoutTheFloatEntryPoint) {
     const ForcedPath forced(Path::Framebuffer);
     const Testing::ScopedEntryPoint old(glad_glClearDepthf, nullptr);

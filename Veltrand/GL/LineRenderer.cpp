@@ -43,6 +43,11 @@ bool canAccumulate(const VertexBuffer& vertexBuffer) {
     return bytesOfPoints(vertexBuffer) <= largestBlock;
 }
 
+// Whether `makeVertexData` has added the neighbours past repeated points.
+bool hasRepeatedPoints(const VertexBuffer& vertexBuffer) {
+    return vertexBuffer.attributes().size() == 6;
+}
+
 int numSegments(const VertexBuffer& vertexBuffer) {
     return static_cast<int>(vertexBuffer.numVertices() / verticesPerPoint) - 1;
 }
@@ -118,7 +123,11 @@ bool LineRenderer::makeVertexData(const std::vector<Eigen::Vector3d>& points,
     if (vertices.isEmpty())
         return false;
     vertexBuffer.bind();
-    vertexBuffer.setData(vertices.points(), vertices.previous(), vertices.next(), vertices.colors());
+    if (vertices.before().empty())
+        vertexBuffer.setData(vertices.points(), vertices.previous(), vertices.next(), vertices.colors());
+    else
+        vertexBuffer.setData(vertices.points(), vertices.previous(), vertices.next(), vertices.colors(),
+                             vertices.before(), vertices.after());
     VertexBuffer::unbind();
     return true;
 }
@@ -137,11 +146,14 @@ void LineRenderer::render(const VertexBuffer& vertexBuffer, Primitive primitive,
         defines += "#define WITH_STIPPLE\n";
     if (!oit && glIsEnabledi(GL_BLEND, 0) == GL_FALSE)
         defines += "#define HARD_EDGES\n";
+    if (hasRepeatedPoints(vertexBuffer))
+        defines += "#define WITH_REPEATED_POINTS\n";
     Program& program = *m_programs->getProgram(defines);
     if (isAccumulated)
         accumulateLengths(vertexBuffer, isClosed, options, viewState);
     program.enable();
-    // The shaders use the product of the matrices; the single ones are for shaders that take their place.
+    // The shaders use the product of the matrices; the single ones, and the number of segments, are for
+    // shaders that take their place.
     program.setArgument("u_projectionMatrix", viewState.projectionMatrix());
     program.setArgument("u_viewMatrix", viewState.modelViewMatrix());
     program.setArgument("u_modelMatrix", options.modelMatrix);
@@ -150,7 +162,6 @@ void LineRenderer::render(const VertexBuffer& vertexBuffer, Primitive primitive,
     program.setArgument("u_lineWidth", options.lineWidth * dpiScale());
     program.setArgument("u_stipplePattern", int{options.stipplePattern});
     program.setArgument("u_numLineSegments", primitive == Primitive::Lines ? 1 : numSegments(vertexBuffer));
-    program.setArgument("u_isClosed", isClosed);
     const Eigen::Vector4f color = options.color.cast<float>();
     glVertexAttrib4f(3, color.x(), color.y(), color.z(), color.w());
     if (oit)

@@ -17,10 +17,10 @@ namespace Veltrand::GL {
 ///     const LineRenderer::Options red(Eigen::Vector3d(1, 0, 0), 3);
 ///     LineRenderer::get()->renderLineStrip(points, red, viewState);
 ///
-/// Widths are pixels, at whatever depth. Joins are mitred, and bevelled in turns above 151 degrees and where
-/// a point is there twice, in two colours; ends are square at the point. What lies in front of the near or
-/// behind the far plane is cut off. A segment without length draws nothing. Lines are front faces, wherever
-/// they run.
+/// Widths are pixels, at whatever depth. Joins are mitred, and bevelled in turns above 151 degrees; ends are
+/// square at the point. Points that are repeated, in another colour too, are one corner: a segment without
+/// length draws nothing. What lies in front of the near or behind the far plane is cut off. Lines are front
+/// faces, wherever they run.
 ///
 /// Smooth edges need blending, which is the caller's: colours are not premultiplied, and opacity carries how
 /// much of a pixel is covered. `Blending(Blending::Preset::Alpha)` does. Where blending is off for the first
@@ -61,7 +61,9 @@ public:
     ~LineRenderer() override;
 
     /// Fills a buffer for `render`: four equal vertices per point with the attributes position, previous
-    /// point, next point and, if given, colour. Leaves no array buffer bound.
+    /// point, next point and, if given, colour. Where a point of a strip or loop is repeated, so that its
+    /// neighbour does not tell how the line goes on, two more attributes hold the neighbours past the
+    /// repetitions. Leaves no array buffer bound.
     ///
     /// In strips and loops a point that equals the one before, in colour too, is left out. Without a partner,
     /// the last of an odd number of points for `Lines` is ignored. Points that are not finite as floats are

@@ -68,6 +68,38 @@ TEST(LineVertices, PointsHaveTheirNeighbors) {
     }
 }
 
+// Capital letters lie next to nothing from the small ones.
+TEST(LineVertices, TheLineGoesOnPastRepeatedPoints) {
+    const auto near = [](const std::string& letters) {
+        auto points = parse(letters);
+        for (auto& point : points)
+            if (point.x() < 0)
+                point.x() += 'a' - 'A' + 1e-4;
+        return points;
+    };
+    const struct {
+        Primitive primitive;
+        const char *input, *before, *after;
+    } cases[] = {
+        {Primitive::LineStrip, "abcab", "", ""},
+        {Primitive::LineStrip, "abBc", "aaab", "bccc"},
+        {Primitive::LineStrip, "aAbcC", "aaabb", "bbccc"},
+        {Primitive::LineStrip, "aAaAbcCcC", "aaaaabbbb", "bbbbccccc"},
+        {Primitive::LineStrip, "a!bBc", "a--b", "-ccc"},
+        {Primitive::LineLoop, "abc", "", ""},
+        {Primitive::LineLoop, "abca", "cabcc", "bcabb"},
+        {Primitive::LineLoop, "abcA", "cabcc", "bcabb"},
+        {Primitive::LineLoop, "aAbc", "ccabc", "bbcab"},
+        {Primitive::LineLoop, "aba", "babb", "babb"},
+    };
+    for (const auto& c : cases) {
+        const LineVertices vertices(near(c.input), {}, c.primitive);
+        SCOPED_TRACE(c.input);
+        EXPECT_EQ(format(vertices.before()), c.before);
+        EXPECT_EQ(format(vertices.after()), c.after);
+    }
+}
+
 TEST(LineVertices, AChangeOfColorKeepsARepeatedPoint) {
     const Eigen::Vector4d red(1, 0, 0, 1);
     const Eigen::Vector4d blue(0, 0, 1, 1);

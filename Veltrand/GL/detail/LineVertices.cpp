@@ -124,6 +124,7 @@ void LineVertices::addPolyline(const Points& points, const Colors& colors, bool 
     m_colors.resize(std::min(m_colors.size(), size));
     if (!gaps.empty())
         interrupt(gaps, isLoop && isSeamMissing);
+    passRepeated(isLoop);
 }
 
 void LineVertices::interrupt(const std::vector<std::size_t>& gaps, bool atSeam) {
@@ -138,6 +139,61 @@ void LineVertices::interrupt(const std::vector<std::size_t>& gaps, bool atSeam) 
     }
     m_previous = m_previousStorage;
     m_next = m_nextStorage;
+}
+
+// For each point whether it is repeated by the next one: whether both lie next to nothing from where the
+// segment before or the one after them ends, compared to its length.
+std::vector<bool> LineVertices::findRepeated() const {
+    constexpr float negligible = 1e-3F * 1e-3F; // of squared lengths
+    const std::size_t last = m_points.size() / copies - 1;
+    std::vector<bool> repeated;
+    const auto scan = [&](std::size_t from, std::size_t to, const Vector3f& neighbour) {
+        Vector3f corner = m_points[copies * from];
+        float reference = neighbour.x() == missing ? 0 : (corner - neighbour).squaredNorm();
+        for (std::size_t i = from; i != to;) {
+            const std::size_t segment = from < to ? i : i - 1;
+            const Vector3f& start = m_points[copies * i];
+            i = from < to ? i + 1 : i - 1;
+            const Vector3f& end = m_points[copies * i];
+            const bool isGap = m_next[copies * segment].x() == missing;
+            if (!isGap && (end - corner).squaredNorm() <= negligible * reference) {
+                repeated.resize(last + 1);
+                repeated[segment] = true;
+                continue;
+            }
+            corner = end;
+            reference = isGap ? 0 : (end - start).squaredNorm();
+        }
+    };
+    scan(0, last, m_previous.front());
+    scan(last, 0, m_next.back());
+    return repeated;
+}
+
+void LineVertices::passRepeated(bool isLoop) {
+    const std::vector<bool> repeated = findRepeated();
+    if (repeated.empty())
+        return;
+    const std::size_t last = repeated.size() - 1;
+    m_before.assign(m_previous.begin(), m_previous.end());
+    m_after.assign(m_next.begin(), m_next.end());
+    const auto pass = [this](std::vector<Vector3f>& neighbours, std::size_t from, std::size_t to) {
+        const bool isEnd = neighbours[copies * from] == m_points[copies * from];
+        fill(neighbours, copies * to, isEnd ? m_points[copies * to] : neighbours[copies * from]);
+    };
+    // The first and the last point of a loop are one.
+    for (int round = 0; round < (isLoop ? 2 : 1); ++round) {
+        if (isLoop) {
+            fill(m_before, 0, m_before[copies * last]);
+            fill(m_after, copies * last, m_after[0]);
+        }
+        for (std::size_t i = 0; i < last; ++i)
+            if (repeated[i])
+                pass(m_before, i, i + 1);
+        for (std::size_t i = last; i-- > 0;)
+            if (repeated[i])
+                pass(m_after, i + 1, i);
+    }
 }
 
 } // namespace Veltrand::GL

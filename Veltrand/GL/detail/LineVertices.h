@@ -34,6 +34,11 @@ public:
     [[nodiscard]] Positions next() const { return m_next; }
     /// Empty, or one for each vertex.
     [[nodiscard]] const std::vector<Eigen::Vector4f>& colors() const { return m_colors; }
+    /// Where the line comes from and goes on to at each vertex: its neighbours past points that are repeated,
+    /// and the vertex itself where there are none. Empty if no point of a polyline is repeated.
+    [[nodiscard]] Positions before() const { return m_before; }
+    /// Likewise.
+    [[nodiscard]] Positions after() const { return m_after; }
     /// Points that were left out because they are not finite, as floats.
     [[nodiscard]] std::size_t numDropped() const { return m_numDropped; }
 
@@ -44,11 +49,15 @@ private:
     void addPairs(const Points& points, const Colors& colors);
     void addPolyline(const Points& points, const Colors& colors, bool isLoop);
     void interrupt(const std::vector<std::size_t>& gaps, bool atSeam);
+    [[nodiscard]] std::vector<bool> findRepeated() const;
+    void passRepeated(bool isLoop);
 
     std::vector<Eigen::Vector3f> m_storage;
     std::vector<Eigen::Vector3f> m_previousStorage;
     std::vector<Eigen::Vector3f> m_nextStorage;
     std::vector<Eigen::Vector4f> m_colors;
+    std::vector<Eigen::Vector3f> m_before;
+    std::vector<Eigen::Vector3f> m_after;
     Positions m_points;
     Positions m_previous;
     Positions m_next;

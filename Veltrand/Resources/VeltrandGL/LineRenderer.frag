@@ -10,7 +10,7 @@ in vec4 v_color;
 #ifndef HARD_EDGES
 uniform float u_lineWidth = 1.0;
 in vec3 v_distance;
-flat in float v_scale;
+flat in float v_joinScale;
 #endif
 
 #if defined(WITH_STIPPLE) || defined(WITH_ACCUMULATION)
@@ -31,13 +31,14 @@ void main() {
     float coverage = 1.0;
 #ifndef HARD_EDGES
     vec3 distance = v_distance * gl_FragCoord.w;
-    coverage = wideLines_coverage(distance.x, 0.5 * u_lineWidth, v_scale);
-    coverage *= clamp(min(distance.y, distance.z), 0.0, 1.0);
+    bool isJoin = v_joinScale > 0.0;
+    coverage = wideLines_coverage(distance.x, 0.5 * u_lineWidth, isJoin ? v_joinScale : 1.0);
+    coverage *= isJoin ? 1.0 : clamp(min(distance.y, distance.z), 0.0, 1.0);
 #endif
 #ifdef STIPPLED
     // Round an outer corner the line stays where it is in the pattern.
     vec4 stipple = v_stipple * gl_FragCoord.w;
-    float position = v_join < 0.0 ? clamp(stipple.x, stipple.y, stipple.z) : v_join + stipple.w;
+    float position = v_join < 0.0 ? clamp(stipple.x, stipple.y, stipple.z) : v_join + max(stipple.w, 0.0);
     coverage *= wideLines_stipple(position, 1.0 / max(u_stippleFactor, 1e-3), uint(u_stipplePattern));
 #endif
     vec4 color = vec4(v_color.rgb, v_color.a * coverage);

@@ -4,8 +4,8 @@
 // segment from it. A triangle strip makes of them a quad for each segment, and of each point the area that a bevelled
 // join leaves open, which is empty where the join is mitred.
 //
-// A point that equals its previous or next point has no segment there. Where a line is interrupted, the neighbour
-// beyond the gap is missing: its coordinates are the largest number that there is.
+// A line ends in a point that is its own previous or next point. Where it is interrupted, the neighbour beyond the gap is
+// missing: its coordinates are the largest number that there is.
 //
 // What is linear on the screen is handed on times gl_Position.w, and the fragment shader multiplies it by
 // gl_FragCoord.w: some drivers' clippers get noperspective outputs wrong at the corners of the view.
@@ -17,13 +17,16 @@ layout(location = 0) in vec3 a_position;
 layout(location = 1) in vec3 a_previous;
 layout(location = 2) in vec3 a_next;
 layout(location = 3) in vec4 a_color;
+#ifdef WITH_REPEATED_POINTS
+// The neighbours past points that are repeated; the point itself where there are none.
+layout(location = 4) in vec3 a_before;
+layout(location = 5) in vec3 a_after;
+#endif
 
 uniform mat4 u_modelViewProjectionMatrix = mat4(1.0);
 uniform vec2 u_viewportSize = vec2(1.0);
 uniform vec2 u_viewportOffset = vec2(0.0);
-uniform float u_lineWidth = 1.0;   // pixels
-uniform int u_numLineSegments = 1; // of each strip
-uniform bool u_isClosed = false;
+uniform float u_lineWidth = 1.0; // pixels
 
 out vec4 v_color;
 
@@ -32,9 +35,11 @@ const float softness = 0.0; // width of the smooth edge in pixels
 #else
 const float softness = 1.0;
 // Pixels, all linear on the screen: from the axis of the segment, positive on the left; from where the smooth edge
-// of its start begins, at least 1 where the line goes on; the same for its end.
+// of its start begins, at least 1 where the line goes straight on or round a mitre; the same for its end.
 out vec3 v_distance;
-flat out float v_scale; // of the first of them; the last vertex of a triangle tells joins and segments apart
+// Of the last vertex of a triangle: the scale of the first of them in the join that the triangle fills, 0 within a
+// segment.
+flat out float v_joinScale;
 #endif
 
 #if defined(WITH_STIPPLE) || defined(WITH_ACCUMULATION)
@@ -59,6 +64,13 @@ bool isMissing(vec3 point) {
     return point.x > 3.4e38;
 }
 
+#ifdef WITH_REPEATED_POINTS
+// Whether two points have hardly a distance on the screen.
+bool isRepeated(vec4 point, vec4 neighbour) {
+    return distance(toPixels(wideLines_clip(point, neighbour)), toPixels(wideLines_clip(neighbour, point))) < 0.05;
+}
+#endif
+
 void main() {
     int pointIndex = gl_VertexID >> 2;
     bool isStart = (gl_VertexID & 2) != 0;
@@ -68,15 +80,26 @@ void main() {
     bool previousMissing = isMissing(a_previous);
     bool nextMissing = isMissing(a_next);
     side = isStart ? (nextMissing ? -1.0 : side) : (previousMissing ? 1.0 : side);
-    bool hasPrevious = !previousMissing && a_previous != a_position;
-    bool hasNext = !nextMissing && a_next != a_position;
+    vec4 point = toClip(a_position);
+    // The first of repeated points is the corner; the segments to the others are nothing at its end.
+    vec3 before = a_previous;
+    vec3 after = a_next;
+    bool isRepetition = false;
+#ifdef WITH_REPEATED_POINTS
+    isRepetition = !previousMissing && isRepeated(point, toClip(a_previous));
+    if (isRepetition)
+        before = a_before;
+    if (!nextMissing && isRepeated(point, toClip(a_next)))
+        after = a_after;
+#endif
+    bool hasPrevious = !isMissing(before) && before != a_position;
+    bool hasNext = !isMissing(after) && after != a_position;
     // The join at the seam of a closed line is drawn at its end.
-    isStart = isStart || pointIndex == 0 ? hasNext : !hasPrevious;
+    isStart = isStart || isRepetition || pointIndex == 0 ? hasNext : !hasPrevious;
 
     // The segment that the corner belongs to goes on to `far`, and `beside` is on the other side of the point.
-    vec4 point = toClip(a_position);
-    vec4 far = toClip(isStart ? a_next : a_previous);
-    vec4 beside = toClip(isStart ? a_previous : a_next);
+    vec4 far = toClip(isStart ? after : before);
+    vec4 beside = toClip(isStart ? before : after);
     vec4 clipped = wideLines_clip(point, far);
     bool isEnd = !(isStart ? hasPrevious : hasNext);
     // A join that is outside of the view is not drawn; its other segment may have no image at all.
@@ -96,19 +119,17 @@ void main() {
     float shorter = min(ownLength, otherLength);
     vec2 incoming = isStart ? otherDirection : ownDirection;
     vec2 outgoing = isStart ? ownDirection : otherDirection;
-    vec2 offset = wideLines_corner(incoming, outgoing, shorter, isStart, side, halfQuad);
-    // A repeated point within a line is no end of it.
-    bool isOutermost = u_numLineSegments == 1 || pointIndex == (isStart ? 0 : u_numLineSegments);
-    bool isCap = isEnd && ((isOutermost && !u_isClosed) || previousMissing || nextMissing);
-    if (isCap)
+    float reach = softness * wideLines_bevelReach(incoming, outgoing, shorter);
+    vec2 offset = wideLines_corner(incoming, outgoing, shorter, isStart, side, halfQuad, reach);
+    if (isEnd)
         offset -= flip * 0.5 * softness * ownDirection;
 
     gl_Position = wideLines_shift(clipped, offset, u_viewportSize);
     v_color = a_color;
     float inwards = flip * dot(offset, ownDirection);
 #ifndef HARD_EDGES
-    v_scale = isStart ? wideLines_bevelScale(incoming, outgoing, shorter, halfQuad) : 1.0;
-    float here = isCap ? 0.0 : 2.0;
+    v_joinScale = isStart ? wideLines_bevelScale(incoming, outgoing, shorter, halfQuad, reach) : 0.0;
+    float here = isEnd ? 0.0 : reach > 0.0 ? inwards + 0.5 : 2.0;
     float there = max(ownLength - inwards, 1.0) + 0.5;
     v_distance = vec3(wideLines_across(offset, ownDirection), isStart ? vec2(here, there) : vec2(there, here));
     v_distance *= gl_Position.w;
@@ -124,7 +145,7 @@ void main() {
     float along = isStart ? inwards : ownLength - inwards;
     // A join goes on into its outgoing segment. It has a position of its own, because those of the two segments are equal
     // only modulo 16.
-    v_stipple = vec4(first + bitsPerPixel * vec3(along, 0.0, ownLength), bitsPerPixel * max(inwards, 0.0));
+    v_stipple = vec4(first + bitsPerPixel * vec3(along, 0.0, ownLength), bitsPerPixel * inwards);
     v_stipple *= gl_Position.w;
     v_join = isStart ? first : -1.0;
 #endif

@@ -44,7 +44,24 @@ void pickFloor(benchmark::State& state) {
 }
 BENCHMARK(pickFloor)->Name("pick1024x768/Floor")->Unit(benchmark::kMicrosecond)->UseRealTime();
 
+// One pixel, by a framebuffer that is ready.
+void pickPixelFloor(benchmark::State& state) {
+    ObjectPicking picking;
+    Framebuffer framebuffer;
+    picking.reset(framebuffer, Eigen::Vector2i(width, height), {});
+    framebuffer.bind();
+    glFramebufferTexture(GL_FRAMEBUFFER, GL_COLOR_ATTACHMENT0, picking.pickingTexture()->id(), 0);
+    std::array<GLuint, 2> ids{};
+    for (auto _ : state) {
+        glReadPixels(width / 2, height / 2, 1, 1, GL_RG_INTEGER, GL_UNSIGNED_INT, ids.data());
+        benchmark::ClobberMemory();
+    }
+    Framebuffer::unbind();
+}
+BENCHMARK(pickPixelFloor)->Name("pickPerPosition/Floor")->Unit(benchmark::kMicrosecond)->UseRealTime();
+
 // Every position sees something else.
+template<bool perPosition>
 void pick(benchmark::State& state) {
     const auto count = static_cast<int>(state.range(0));
     constexpr int objects[1]{};
@@ -63,15 +80,24 @@ void pick(benchmark::State& state) {
     glTexSubImage2D(GL_TEXTURE_2D, 0, 0, 0, width, height, GL_RG_INTEGER, GL_UNSIGNED_INT, ids.data());
     std::size_t found = 0;
     for (auto _ : state)
-        found += picking.getPickingInfo(positions, nullptr).size();
+        found += perPosition ? picking.getPickingInfoPerPosition(positions, nullptr).size()
+                             : picking.getPickingInfo(positions, nullptr).size();
     if (found != static_cast<std::size_t>(state.iterations() * count))
         state.SkipWithError("positions were lost");
 }
-BENCHMARK(pick)
+BENCHMARK(pick<false>)
     ->Name("pick1024x768")
     ->ArgName("positions")
     ->Arg(1)
     ->Arg(100)
+    ->Unit(benchmark::kMicrosecond)
+    ->UseRealTime();
+BENCHMARK(pick<true>)
+    ->Name("pickPerPosition")
+    ->ArgName("positions")
+    ->Arg(1)
+    ->Arg(100)
+    ->Arg(10000)
     ->Unit(benchmark::kMicrosecond)
     ->UseRealTime();
 

@@ -8,12 +8,15 @@
 #include <Veltrand/GL/Texture.h>
 #include <Veltrand/GL/detail/LogMessage.h>
 #include <Veltrand/GL/detail/MoveOnly.h>
+#include <Veltrand/GL/detail/PixelBlocks.h>
+#include <Veltrand/GL/detail/PixelStore.h>
 #include <Veltrand/GL/detail/ScopedState.h>
 #include <Veltrand/GL/detail/TargetSize.h>
 
 #include <Eigen/Core>
 #include <algorithm>
 #include <glad/gl.h>
+#include <iterator>
 #include <span>
 #include <string>
 #include <string_view>
@@ -53,6 +56,41 @@ public:
 private:
     GLint m_alignment;
 };
+
+/// Reads from a texture for a scope, and leaves the framebuffer that is drawn to alone.
+class ReadBinding : private Utils::NotCopyable {
+public:
+    explicit ReadBinding(const Texture& texture)
+        : m_previous(static_cast<GLuint>(getInt(GL_READ_FRAMEBUFFER_BINDING))) {
+        glBindFramebuffer(GL_READ_FRAMEBUFFER, m_framebuffer.id());
+        glFramebufferTexture2D(GL_READ_FRAMEBUFFER, GL_COLOR_ATTACHMENT0, GL_TEXTURE_2D, texture.id(), 0);
+    }
+    ~ReadBinding() { glBindFramebuffer(GL_READ_FRAMEBUFFER, m_previous); }
+
+private:
+    Framebuffer m_framebuffer; // of the current context, which need not be the one of the pass
+    GLuint m_previous;
+};
+
+void readPixels(const PixelBlocks::Block& block, void* target) {
+    const Eigen::Vector2i& corner = block.box.min();
+    const Eigen::Vector2i size = block.size();
+    glReadPixels(corner.x(), corner.y(), size.x(), size.y(), GL_RG_INTEGER, GL_UNSIGNED_INT, target);
+}
+
+/// Reads several blocks of pixels and waits once for all of them. Leaves no buffer bound.
+void readThroughBuffer(const PixelBlocks& blocks, std::span<std::byte> target) {
+    const std::size_t pixelSize = target.size() / blocks.numPixels();
+    GLuint buffer = 0;
+    glGenBuffers(1, &buffer);
+    glBindBuffer(GL_PIXEL_PACK_BUFFER, buffer);
+    glBufferData(GL_PIXEL_PACK_BUFFER, static_cast<GLsizeiptr>(target.size()), nullptr, GL_STREAM_READ);
+    for (const auto& [key, block] : blocks.blocks())
+        // NOLINTNEXTLINE(performance-no-int-to-ptr): an offset in the buffer, by the interface of OpenGL.
+        readPixels(block, reinterpret_cast<void*>(block.first * pixelSize));
+    glGetBufferSubData(GL_PIXEL_PACK_BUFFER, 0, static_cast<GLsizeiptr>(target.size()), target.data());
+    glDeleteBuffers(1, &buffer);
+}
 
 void fillWithNothing(Texture& texture) {
     const UploadAlignment alignment; // before OpenGL 4.4
@@ -186,6 +224,12 @@ void ObjectPicking::disable() const {
     m_attached = false;
 }
 
+std::optional<ObjectPicking::PickingInfo> ObjectPicking::seen(const Ids& ids) {
+    if (ids[0] == Nothing || ids[1] == Nothing)
+        return std::nullopt;
+    return PickingInfo{ids[0], ids[1]};
+}
+
 bool ObjectPicking::isInside(const Eigen::Vector2i& position) const {
     return position.x() >= 0 && position.x() < m_width && position.y() >= 0 && position.y() < m_height;
 }
@@ -199,6 +243,19 @@ std::unique_ptr<ObjectPicking::Ids[]> ObjectPicking::download() const {
         return ids;
     logMessage(Log::Error, "", "Unexpected number of elements returned during picking buffer download.");
     return nullptr;
+}
+
+std::vector<ObjectPicking::Ids> ObjectPicking::read(const PixelBlocks& blocks) const {
+    std::vector<Ids> ids(blocks.numPixels(), {Nothing, Nothing});
+    if (ids.empty())
+        return ids;
+    const PlainTransfer plain(TransferDirection::Download); // whose rows are aligned, whatever is asked for
+    const ReadBinding binding(*m_texture);
+    if (blocks.blocks().size() == 1)
+        readPixels(blocks.blocks().begin()->second, ids.data());
+    else
+        readThroughBuffer(blocks, std::as_writable_bytes(std::span(ids)));
+    return ids;
 }
 
 std::vector<ObjectPicking::PickingInfo>
@@ -221,12 +278,34 @@ ObjectPicking::getPickingInfo(const std::vector<Eigen::Vector2i>& positions, con
             continue;
         const auto index = static_cast<std::size_t>(position.x()) +
                            static_cast<std::size_t>(position.y()) * static_cast<std::size_t>(m_width);
-        const PickingInfo info{ids[index][0], ids[index][1]};
-        if (info.objectId < Nothing && info.secondId < Nothing && (!object || info.objectId == filter))
-            result.push_back(info);
+        if (const auto info = seen(ids[index]); info && (!object || info->objectId == filter))
+            result.push_back(*info);
     }
     std::ranges::sort(result);
     result.erase(std::unique(result.begin(), result.end()), result.end());
+    return result;
+}
+
+std::vector<std::optional<ObjectPicking::PickingInfo>>
+ObjectPicking::getPickingInfoPerPosition(const std::vector<Eigen::Vector2i>& positions,
+                                         const void* object) const {
+    std::vector<std::optional<PickingInfo>> result(positions.size());
+    const unsigned filter = objectId(object);
+    if (!m_texture || (object && filter == Nothing))
+        return result;
+    std::vector<Eigen::Vector2i> inside;
+    inside.reserve(positions.size());
+    std::ranges::copy_if(positions, std::back_inserter(inside),
+                         [this](const Eigen::Vector2i& position) { return isInside(position); });
+    const PixelBlocks blocks(inside);
+    const std::vector<Ids> ids = read(blocks);
+    for (std::size_t i = 0; i < positions.size(); ++i) {
+        if (!isInside(positions[i]))
+            continue;
+        const auto info = seen(ids[blocks.indexOf(positions[i])]);
+        if (info && (!object || info->objectId == filter))
+            result[i] = info;
+    }
     return result;
 }
 

@@ -10,9 +10,12 @@
 #include <compare>
 #include <cstddef>
 #include <memory>
+#include <optional>
 #include <vector>
 
 namespace Veltrand::GL {
+
+class PixelBlocks;
 
 /// Tells which objects, and which parts of them, are seen at given pixels of a framebuffer.
 ///
@@ -25,6 +28,8 @@ namespace Veltrand::GL {
 ///     picking.disable();
 ///     for (const auto& info : picking.getPickingInfo({pixel}, nullptr))
 ///         select(picking.objectWithId(info.objectId), info.secondId);
+///
+/// Ask `getPickingInfoPerPosition` about one pixel of a large framebuffer, or about each of many.
 ///
 /// Fragment shaders that include "VeltrandGL/ObjectPicking.glh" write the object's id, and a second id of
 /// their choice, such as that of a primitive, to colour attachment 1 beside the picture. An object's id is
@@ -115,15 +120,26 @@ public:
     /// GL: glGetTexImage, 3.0
     [[nodiscard]] std::vector<PickingInfo> getPickingInfo(const std::vector<Eigen::Vector2i>& positions,
                                                           const void* object) const;
+    /// What is seen at each of some pixels, in their order: nothing where no object is, or another one than
+    /// @p object, and outside.
+    ///
+    /// Waits for the drawing once and reads no more than small blocks of pixels around the positions: one
+    /// position costs about as much as one `glReadPixels` of its pixel.
+    /// @param object only this one; null for all
+    /// GL: glReadPixels, glFramebufferTexture2D, glGetBufferSubData, 3.0
+    [[nodiscard]] std::vector<std::optional<PickingInfo>>
+    getPickingInfoPerPosition(const std::vector<Eigen::Vector2i>& positions, const void* object) const;
 
 private:
     using Ids = std::array<unsigned, 2>;
 
     [[nodiscard]] bool isAttached() const;
+    [[nodiscard]] static std::optional<PickingInfo> seen(const Ids& ids);
     [[nodiscard]] bool isInside(const Eigen::Vector2i& position) const;
     void createTexture();
     void attach() const;
     [[nodiscard]] std::unique_ptr<Ids[]> download() const;
+    [[nodiscard]] std::vector<Ids> read(const PixelBlocks& blocks) const;
 
     std::unique_ptr<Texture> m_texture;
     std::vector<const void*> m_objects;

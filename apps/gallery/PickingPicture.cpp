@@ -16,6 +16,7 @@
 #include <sstream>
 #include <stdexcept>
 #include <string>
+#include <vector>
 
 namespace Veltrand::Apps {
 
@@ -185,12 +186,15 @@ void drawPicking(const Scene& scene, const Canvas& canvas) {
         picking.disable();
         buffer.blendToParent();
     }
-    for (Click& click : clicks) {
+    std::vector<Eigen::Vector2i> clicked;
+    for (const Click& click : clicks)
         // From points below the window's upper edge to pixels above the framebuffer's lower one.
-        const Eigen::Vector2i pixel(Scale * click.point.x(), pixels.y() - 1 - Scale * click.point.y());
-        for (const auto& info : picking.getPickingInfo({pixel}, nullptr))
-            click.region = info.secondId;
-        marker.answer(scene, click);
+        clicked.emplace_back(Scale * click.point.x(), pixels.y() - 1 - Scale * click.point.y());
+    const auto seen = picking.getPickingInfoPerPosition(clicked, nullptr);
+    for (std::size_t i = 0; i < clicks.size(); ++i) {
+        if (seen[i])
+            clicks[i].region = seen[i]->secondId;
+        marker.answer(scene, clicks[i]);
     }
     // [/snippet]
     const int captionSize = canvas.size().y() / 45;

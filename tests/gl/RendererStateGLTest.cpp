@@ -88,6 +88,7 @@ void pick(Tools& tools, Transparency) {
     tools.pickable->disable();
     picking.disable();
     (void)picking.getPickingInfo({{1, 1}}, nullptr);
+    (void)picking.getPickingInfoPerPosition({{1, 1}, {7, 7}}, nullptr);
 }
 
 void drawOffscreen(Tools&, Transparency lists) {

@@ -4,6 +4,7 @@
 #include "gallery/PlanePainter.h"
 #include "scene/Annotator.h"
 #include "scene/RegionMesh.h"
+#include "scene/RegionNames.h"
 #include "scene/VolumeTexture.h"
 #include "support/Surface.h"
 
@@ -40,19 +41,23 @@ struct Region {
     Vector3d center;
 };
 
-/// The left hippocampus by its number in the AAL atlas, or, without labels, the head.
+/// The left hippocampus by its number in the AAL atlas, unless that is another region by name, or, without
+/// it, all that parts from the background.
 Region findRegion(const Scene& scene) {
     constexpr int LeftHippocampus = 37;
     if (scene.labels != nullptr) {
         const ScalarGrid field = regionFields(*scene.labels, std::array{LeftHippocampus}).front();
-        Region region{extractSurface(field, 0.5F), "Left hippocampus", Vector3d::Zero()};
+        const bool isNamed = scene.regionNames.size() > LeftHippocampus;
+        Region region{extractSurface(field, 0.5F),
+                      isNamed ? shownRegionName(scene.regionNames, LeftHippocampus) : "Left hippocampus",
+                      Vector3d::Zero()};
         for (const Eigen::Vector3f& position : region.surface.positions)
             region.center += position.cast<double>() / static_cast<double>(region.surface.positions.size());
         if (scene.volume.bounds().contains(region.center) && !region.surface.positions.empty())
             return region;
     }
-    const ScalarGrid head = shrink(scene.volume, surfaceDetail(scene.volume));
-    return {extractSurface(head, separatingLevel(head)), "Head", scene.point};
+    const ScalarGrid grid = shrink(scene.volume, surfaceDetail(scene.volume));
+    return {extractSurface(grid, separatingLevel(grid)), "Surface", scene.point};
 }
 
 /// A cube around the region with some room for what is beside it, as far as the volume reaches.
@@ -138,9 +143,9 @@ public:
             box.extend(Vector2d(m_view.project(point).head<2>()));
         const double height = m_annotator.lineHeight();
         const double top = std::max(box.min().y() - height / 2, m_panel.rect.y + 1.5 * height);
-        m_annotator.text(m_region.name, {box.center().x(), top},
-                         m_annotator.font(RegionColor, Style::Bold, Decoration::Shadow), AlignmentH::Center,
-                         AlignmentV::Top);
+        m_annotator.label(m_region.name, {box.center().x(), top},
+                          m_annotator.font(RegionColor, Style::Bold, Decoration::Shadow), AlignmentH::Center,
+                          AlignmentV::Top);
     }
 
     /// A line between the contour's farthest points with ticks at its ends and its length beside it.
@@ -155,7 +160,7 @@ public:
         m_annotator.lines({first, last, first - tick, first + tick, last - tick, last + tick},
                           1.5 * m_annotator.lineWidth(), DistanceColor);
         const Vector3d place = (first + last) / 2 + 2 * tick;
-        m_annotator.text(
+        m_annotator.label(
             m_lengths.millimetres(m_contour.length()), place.head<2>(),
             m_annotator.font(DistanceColor, Style::Regular, Decoration::Underline | Decoration::Shadow),
             up.x() < 0 ? AlignmentH::Right : AlignmentH::Left, AlignmentV::Bottom);
@@ -175,16 +180,23 @@ public:
         letter(m_panel.letters.bottom, middle - Vector2d(0, reach.y()));
         letter(m_panel.letters.top, middle + Vector2d(0, reach.y()));
 
-        const Vector2d caption(middle.x(), rect.y - margin - m_annotator.lineHeight() * 0.8);
-        const Vector2d space(m_annotator.lineHeight() / 5, 0);
-        const Vector4d& color = planeColor(m_panel.normal);
         constexpr std::array Names{"Sagittal", "Coronal", "Axial"};
-        m_annotator.text(Names[static_cast<std::size_t>(m_panel.normal)], caption - space,
-                         m_annotator.font(color, Style::BoldItalic), AlignmentH::Right, AlignmentV::Baseline);
-        m_annotator.text(std::string(1, "xyz"[m_panel.normal]) + " = " +
-                             m_lengths.millimetres(m_region.center[m_panel.normal]),
-                         caption + space, m_annotator.font(color, Style::Italic), AlignmentH::Left,
-                         AlignmentV::Baseline);
+        const Vector4d& color = planeColor(m_panel.normal);
+        const TextRenderer::Font nameFont = m_annotator.font(color, Style::BoldItalic);
+        const TextRenderer::Font placeFont = m_annotator.font(color, Style::Italic);
+        const std::string name = Names[static_cast<std::size_t>(m_panel.normal)];
+        const std::string place = std::string(1, "xyz"[m_panel.normal]) + " = " +
+                                  m_lengths.millimetres(m_region.center[m_panel.normal]);
+        const double height = m_annotator.lineHeight();
+        const TextRenderer& renderer = *TextRenderer::get();
+        const Vector2d left(renderer.textSize(name, nameFont).x() + height / 5, height / 4);
+        const Vector2d right(renderer.textSize(place, placeFont).x() + height / 5, height);
+        const Vector2d wanted(middle.x(), rect.y - margin - height * 0.8);
+        const Vector2d window(m_annotator.window().width, m_annotator.window().height);
+        const Vector2d caption = wanted + stepInside({wanted - left, wanted + right}, window);
+        const Vector2d space(height / 5, 0);
+        m_annotator.text(name, caption - space, nameFont, AlignmentH::Right, AlignmentV::Baseline);
+        m_annotator.text(place, caption + space, placeFont, AlignmentH::Left, AlignmentV::Baseline);
     }
 
 private:
@@ -242,9 +254,10 @@ void drawAlignments(const Annotator& annotator, const PixelRect& rect) {
         }
 }
 
-/// Three slices through a region that fill a part of the picture from its top.
-void drawAnnotatedSlices(const Scene& scene, const Annotator& annotator, const Region& region,
-                         SliceLayout layout, int below) {
+/// Three slices through a region that fill a part of the picture from its top. Gives the length that is
+/// measured; 0 where no slice has a contour.
+double drawAnnotatedSlices(const Scene& scene, const Annotator& annotator, const Region& region,
+                           SliceLayout layout, int below) {
     const PlanePainter planes;
     std::vector<AnnotatedSlice> slices;
     for (SlicePanel& panel : layout.panels) {
@@ -261,28 +274,39 @@ void drawAnnotatedSlices(const Scene& scene, const Annotator& annotator, const R
             slice.drawDistance();
         slice.drawMarks(scene, layout.margin);
     }
+    return longest.contourLength();
+}
+
+std::string describe(const Scene& scene, const Region& region, double length, bool hasSpecimens) {
+    std::string text = "Three slices through " + scene.name;
+    if (length > 0)
+        text += ", in which the contour of \"" + region.name +
+                "\" is dashed in green, named and measured: " + scene.volume.lengths().millimetres(length);
+    return text + (hasSpecimens ? "; below them specimens of styles and alignments of text." : ".");
 }
 
 } // namespace
 
-void drawAnnotation(const Scene& scene, const Canvas& canvas) {
+std::string drawAnnotation(const Scene& scene, const Canvas& canvas) {
     const Eigen::Vector2i& size = canvas.size();
-    const Annotator annotator({0, 0, size.x(), size.y()}, std::max(6, size.y() / 54));
+    const Annotator annotator({0, 0, size.x(), size.y()},
+                              std::clamp(std::min(size.y() / 54, size.x() / 120), 6, 1000));
     const int width = canvas.size().x();
     // A narrow picture has no room for specimens that could be read.
     const int below = width > 60 * annotator.lineHeight() ? canvas.size().y() * 3 / 10 : 0;
     const Region region = findRegion(scene);
     const SliceLayout layout =
         layoutSlices({width, canvas.size().y() - below}, surroundings(scene, region), region.center);
-    drawAnnotatedSlices(scene, annotator, region, layout, below);
+    const double length = drawAnnotatedSlices(scene, annotator, region, layout, below);
     if (below == 0)
-        return;
+        return describe(scene, region, length, false);
     const int margin = layout.margin;
     const PixelRect styles{margin, margin, width / 2 - 2 * margin, below - 2 * margin};
     // Shadows show on grey only.
-    LabelPainter().fill(styles, Eigen::Vector3f::Constant(0.3F));
+    LabelPainter::fill(styles, Eigen::Vector3f::Constant(0.3F));
     drawStyles(annotator, styles);
-    drawAlignments(annotator, {width / 2 + margin, margin / 4, width / 2 - 2 * margin, below - margin});
+    drawAlignments(annotator, {width / 2 + margin, margin, width / 2 - 2 * margin, below - 2 * margin});
+    return describe(scene, region, length, true);
 }
 
 } // namespace Veltrand::Apps

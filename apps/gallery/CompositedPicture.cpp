@@ -112,7 +112,7 @@ private:
 
 } // namespace
 
-void drawComposited(const Scene& scene, const Canvas& canvas) {
+std::string drawComposited(const Scene& scene, const Canvas& canvas) {
     PassPainter painter(scene);
     const int columns = canvas.size().x() > canvas.size().y() ? 4 : 2;
     const int rows = 4 / columns;
@@ -123,6 +123,10 @@ void drawComposited(const Scene& scene, const Canvas& canvas) {
         painter.draw({width * (index % columns), height * (rows - 1 - index / columns), width, height},
                      Variants[i], std::max(6, canvas.size().y() / 45));
     }
+    return (scene.labels != nullptr ? "The surfaces of the regions of " : "The surface of ") + scene.name +
+           " within the edges of a box, four times: unchanged, grey, in the colours of a flame, and with a "
+           "yellow "
+           "outline.";
 }
 
 } // namespace Veltrand::Apps

@@ -6,6 +6,7 @@
 #include "support/NumberText.h"
 
 #include <Veltrand/GL/ImageProgram.h>
+#include <Veltrand/GL/Program.h>
 #include <Veltrand/GL/Texture.h>
 
 #include <algorithm>
@@ -40,7 +41,7 @@ GL::Texture filter(const Scene& scene, const char* shader) {
 
 } // namespace
 
-void drawFiltered(const Scene& scene, const Canvas& canvas) {
+std::string drawFiltered(const Scene& scene, const Canvas& canvas) {
     const SliceLayout layout = layoutSlices(canvas.size(), scene.volume.bounds(), scene.point);
     const int scale = layout.letterScale;
     const int margin = layout.margin;
@@ -59,7 +60,7 @@ void drawFiltered(const Scene& scene, const Canvas& canvas) {
     const Eigen::Affine3d panelToTexture = patientToTexture(scene.volume) * panelToPatient;
 
     const PlanePainter planes;
-    const LabelPainter labels;
+    const LabelPainter labels(canvas);
     const Window grey = textureWindow(scene.volume, scene.window);
     // A step over all of the window within a thirtieth of the detail shows white.
     const Window slope{0, std::abs(grey.high - grey.low) / (detail / 30)};
@@ -72,8 +73,8 @@ void drawFiltered(const Scene& scene, const Canvas& canvas) {
     const auto drawPanel = [&](const GL::Texture& texture, const Window& window, const std::string& caption) {
         panel.rect = {left, bottom, edge, edge};
         planes.draw(texture, panel.rect, panelToTexture, window);
-        LabelPainter::drawLetters(scene, panel, layout);
-        LabelPainter::drawText(caption, left + edge / 2, bottom - 2 * margin, scale, TextColor);
+        labels.drawLetters(scene, panel, layout);
+        labels.drawText(caption, left + edge / 2, bottom - 2 * margin, scale, TextColor);
         left += edge + 2 * margin;
     };
     drawPanel(scene.texture, grey, "Raw");
@@ -84,9 +85,11 @@ void drawFiltered(const Scene& scene, const Canvas& canvas) {
     const double length = roundLength(detail / 5);
     const int bar = static_cast<int>(length * edge / detail);
     const PixelRect& last = panel.rect;
-    labels.fill({last.x + last.width - bar, bottom - margin, bar, scale}, TextColor);
-    LabelPainter::drawText(shortNumber(length) + " mm", last.x + last.width - bar / 2, bottom - 2 * margin,
-                           scale, TextColor);
+    LabelPainter::fill({last.x + last.width - bar, bottom - margin, bar, scale}, TextColor);
+    labels.drawText(shortNumber(length) + " mm", last.x + last.width - bar / 2, bottom - 2 * margin, scale,
+                    TextColor);
+    return "Three squares of " + scene.volume.lengths().millimetres(detail) + ", the same detail of " +
+           scene.name + " raw, softened, and as its gradient, bright where values change.";
 }
 
 } // namespace Veltrand::Apps

@@ -187,23 +187,28 @@ void showImage(const GL::Texture& image, int x, int y) {
 
 } // namespace
 
-void drawFixedFunction(const Scene& scene, const Canvas& canvas) {
+std::string drawFixedFunction(const Scene& scene, const Canvas& canvas) {
     constexpr int gap = 8;
     constexpr int captionHeight = 40;
     const Eigen::Vector2i size(canvas.size().x() / 2 - 2 * gap, canvas.size().y() - captionHeight - gap);
     const LegacyScene drawing(scene, size);
     const int rightHalf = canvas.size().x() / 2;
     const int captionScale = std::clamp(rightHalf / 400, 1, 4);
+    const LabelPainter labels(canvas);
     const auto show = [&](const GL::Texture& image, int left, const std::string& caption) {
         showImage(image, left + gap, captionHeight);
-        LabelPainter::drawText(caption, left + rightHalf / 2, captionHeight / 2, captionScale, TextColor);
+        labels.drawText(caption, left + rightHalf / 2, captionHeight / 2, captionScale, TextColor);
     };
     show(renderByPipeline(size, drawing), 0, "Core context");
-    if (const auto theirs = renderByDriver(size, drawing))
+    const auto theirs = renderByDriver(size, drawing);
+    if (theirs)
         show(*theirs, rightHalf, "Fixed function");
     else
-        LabelPainter::drawText("No fixed function", rightHalf * 3 / 2, canvas.size().y() / 2, captionScale,
-                               TextColor);
+        labels.drawText("No fixed function", rightHalf * 3 / 2, canvas.size().y() / 2, captionScale,
+                        TextColor);
+    return "Points, lines, dashes, a colour cube and a slice through " + scene.name + " in a box, " +
+           (theirs ? "twice: as the library draws them on the left, and as the driver does on the right."
+                   : "as the library draws them; the driver has no fixed function of its own.");
 }
 
 } // namespace Veltrand::Apps

@@ -9,6 +9,7 @@
 #include "scene/RegionNames.h"
 #include "scene/VolumeTexture.h"
 #include "support/Nifti.h"
+#include "support/Notices.h"
 #include "support/OutputFile.h"
 #include "support/Png.h"
 #include "support/Program.h"
@@ -84,6 +85,11 @@ std::filesystem::path labelsFile(const GalleryOptions& options) {
                                                      : std::filesystem::path();
 }
 
+std::string shownName(const GalleryOptions& options, const Volume& volume) {
+    const std::string file = options.volume.filename().string();
+    return volume.series == 1 ? file : file + " (the first of " + std::to_string(volume.series) + " volumes)";
+}
+
 using Clock = std::chrono::steady_clock;
 
 double secondsSince(Clock::time_point start) {
@@ -96,13 +102,13 @@ GalleryPage::Entry makePicture(const Picture& picture, const Scene& scene, const
     const std::filesystem::path file = options.directory / (std::string(picture.name) + ".png");
     Canvas canvas(options.size);
     canvas.begin();
-    picture.draw(scene, canvas);
+    const std::string alternative = picture.draw(scene, canvas);
     writePng(file, options.size.x(), options.size.y(), canvas.read());
     const double seconds = secondsSince(start);
     std::array<char, 64> line{};
     std::snprintf(line.data(), line.size(), "%-13s %6.2f s  ", std::string(picture.name).c_str(), seconds);
     std::cout << line.data() << file.string() << std::endl;
-    return {&picture, file, options.size, seconds};
+    return {&picture, file, options.size, seconds, alternative};
 }
 
 std::string localTime() {
@@ -122,6 +128,7 @@ std::string describeTime(double seconds, std::size_t pictures) {
 }
 
 std::vector<std::pair<std::string, std::string>> describeRun(const GalleryOptions& options,
+                                                             const std::string& volume,
                                                              const GL::PlatformInfo& driver, int errors) {
     const std::filesystem::path labels = labelsFile(options);
     return {{"Library", "Veltrand GL " + std::string(libraryVersion())},
@@ -129,8 +136,7 @@ std::vector<std::pair<std::string, std::string>> describeRun(const GalleryOption
             {"OpenGL", driver.versionString},
             {"OpenGL errors", std::to_string(errors)},
             {"Processors", std::to_string(std::thread::hardware_concurrency())},
-            {"Volume", options.volume.filename().string() +
-                           (labels.empty() ? "" : ", regions of " + labels.filename().string())},
+            {"Volume", volume + (labels.empty() ? "" : ", regions of " + labels.filename().string())},
             {"Made", localTime()}};
 }
 
@@ -156,15 +162,17 @@ int runGallery(const GalleryOptions& options) {
     const ShaderRepository shaders;
     const OpenGL openGl(OpenGL::On::HiddenContext, options.verbose);
     const GL::Texture texture = uploadVolume(volume);
-    const Scene scene{volume,
+    const Scene scene{shownName(options, volume),
+                      volume,
                       texture,
                       labels ? &*labels : nullptr,
                       point,
                       percentileWindow(volume, 1, 99.5),
                       readRegionNames(namesBeside(labelsPath)),
                       options.directory};
-    if (!volume.orientationKnown && Log::isAccepted(Log::Warning, "Gallery"))
-        Log::log(Log::Warning, "Gallery", options.volume.string() + " does not say which side is left.");
+    logNotices(noticesOf(volume, options.volume.string()), "Gallery");
+    if (labels)
+        logNotices(noticesOfLabels(*labels, labelsPath.string(), volume, options.volume.string()), "Gallery");
     int errors = takeOpenGlErrors();
     GalleryPage page;
     for (const Picture* picture : pictures) {
@@ -175,7 +183,7 @@ int runGallery(const GalleryOptions& options) {
     std::cout << "driver: " << driver.rendererString << ", OpenGL " << driver.versionString
               << "\nOpenGL errors: " << errors << std::endl;
 
-    page.facts = describeRun(options, driver, errors);
+    page.facts = describeRun(options, scene.name, driver, errors);
     page.facts.emplace_back("Time", describeTime(secondsSince(start), pictures.size()));
     const std::filesystem::path file = options.directory / "index.html";
     writeText(file, page.html());

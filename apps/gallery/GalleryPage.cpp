@@ -70,8 +70,8 @@ std::string figure(const GalleryPage::Entry& entry, const std::string& bytes) {
     const std::string width = std::to_string(entry.size.x());
     const std::string height = std::to_string(entry.size.y());
     std::string html = "<figure>\n<img width=\"" + width + "\" height=\"" + height + "\" alt=\"" +
-                       escapedHtml(entry.picture->alternative) + "\" src=\"data:image/png;base64," +
-                       base64(bytes) + "\">\n<figcaption><ul>\n";
+                       escapedHtml(entry.alternative) + "\" src=\"data:image/png;base64," + base64(bytes) +
+                       "\">\n<figcaption><ul>\n";
     html += element("li", linkTo(entry.file.filename().string())) + "\n";
     html += element("li", inSeconds(entry.seconds)) + "\n";
     html += element("li", width + " × " + height + " pixels") + "\n";

@@ -20,6 +20,8 @@ struct GalleryPage {
         std::filesystem::path file;
         Eigen::Vector2i size; ///< in pixels
         double seconds;
+        /// What is to be seen, for those who cannot see it.
+        std::string alternative;
     };
 
     /// What is to be known about the run: names and values.

@@ -1,6 +1,9 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include "gallery/LabelPainter.h"
 
+#include "scene/Annotator.h"
+#include "scene/BoxPainter.h"
+
 #include <Veltrand/GL/TextRenderer.h>
 #include <Veltrand/GL/Viewport.h>
 
@@ -28,12 +31,15 @@ void setViewport(const PixelRect& rect) {
 }
 
 void LabelPainter::drawText(const std::string& text, int centerX, int centerY, int scale,
-                            const Eigen::Vector3f& color) {
+                            const Eigen::Vector3f& color) const {
     GL::TextRenderer::Font font = labelFont(scale);
     font.color.head<3>() = color.cast<double>();
     GL::TextRenderer& renderer = *GL::TextRenderer::get();
     const Eigen::Vector2i room = renderer.textSize(text, font) + Eigen::Vector2i::Constant(2 * Border);
-    const GL::Viewport around{centerX - room.x() / 2, centerY - room.y() / 2, room.x(), room.y()};
+    Eigen::Vector2i corner = Eigen::Vector2i(centerX, centerY) - room / 2;
+    corner += stepInside({corner.cast<double>(), (corner + room).cast<double>()}, m_size.cast<double>())
+                  .cast<int>();
+    const GL::Viewport around{corner.x(), corner.y(), room.x(), room.y()};
     renderer.renderText(around, {room.x() / 2, room.y() / 2}, text, font,
                         GL::TextRenderer::AlignmentH::Center, GL::TextRenderer::AlignmentV::Center);
 }
@@ -42,7 +48,7 @@ int LabelPainter::textWidth(const std::string& text, int scale) {
     return GL::TextRenderer::get()->textSize(text, labelFont(scale)).x();
 }
 
-void LabelPainter::drawLetters(const Scene& scene, const SlicePanel& panel, const SliceLayout& layout) {
+void LabelPainter::drawLetters(const Scene& scene, const SlicePanel& panel, const SliceLayout& layout) const {
     const PixelRect& rect = panel.rect;
     const int middleX = rect.x + rect.width / 2;
     const int middleY = rect.y + rect.height / 2;
@@ -57,8 +63,8 @@ void LabelPainter::drawLetters(const Scene& scene, const SlicePanel& panel, cons
     draw(panel.letters.top, middleX, rect.y + rect.height + distance);
 }
 
-void LabelPainter::fill(const PixelRect& rect, const Eigen::Vector3f& color) const {
-    m_boxes.fill(rect, color.homogeneous());
+void LabelPainter::fill(const PixelRect& rect, const Eigen::Vector3f& color) {
+    BoxPainter::get()->fill(rect, color.homogeneous());
 }
 
 } // namespace Veltrand::Apps

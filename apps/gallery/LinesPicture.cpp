@@ -52,8 +52,9 @@ Vector4d hue(double part) {
 /// A card of 1600 by 720 units in the middle of a canvas, with lines whose widths grow with it.
 class TestCard {
 public:
-    explicit TestCard(const Eigen::Vector2i& size)
-        : m_scale(std::min(size.x() / 1600.0, size.y() / 720.0))
+    TestCard(const LabelPainter& labels, const Eigen::Vector2i& size)
+        : m_labels(labels)
+        , m_scale(std::min(size.x() / 1600.0, size.y() / 720.0))
         , m_origin((size.x() - 1600 * m_scale) / 2, (size.y() - 720 * m_scale) / 2)
         , m_view({0, 0, size.x(), size.y()}, GL::createOrtho2d(size.x(), size.y()), matrix()) {}
 
@@ -198,10 +199,11 @@ private:
     }
 
     void caption(const std::string& text, int centerX, int centerY) const {
-        LabelPainter::drawText(text, x(centerX), y(centerY), std::max(1, length(2)), {0.6F, 0.6F, 0.6F});
+        m_labels.drawText(text, x(centerX), y(centerY), std::max(1, length(2)), {0.6F, 0.6F, 0.6F});
         m_view.viewport().set();
     }
 
+    LabelPainter m_labels;
     double m_scale;
     Vector2d m_origin;
     GL::ViewState m_view;
@@ -209,15 +211,18 @@ private:
 
 } // namespace
 
-void drawLines(const Scene& /*scene*/, const Canvas& canvas) {
+std::string drawLines(const Scene& /*scene*/, const Canvas& canvas) {
     const GL::Blending blending(GL::Blending::Preset::Alpha);
-    const TestCard card(canvas.size());
+    const TestCard card(LabelPainter(canvas), canvas.size());
     card.drawWidths();
     card.drawJoins();
     card.drawLoops();
     card.drawStipples();
     card.drawColors();
     card.drawNearPlane();
+    return "Bars of growing width, corners from flat to acute, closed loops, dashed waves, a spiral in all "
+           "colours, "
+           "and a grid on the ground that runs up to the eye.";
 }
 
 } // namespace Veltrand::Apps

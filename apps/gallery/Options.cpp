@@ -59,9 +59,10 @@ Makes pictures of a volume with OpenGL and writes them as PNG files; all of them
 them goes a page, index.html, that holds each with its time and the lines of source that draw it.
 
   --volume FILE   a NIfTI-1 file, plain or gzip compressed; by default the brain template of Debian's
-                  package mricron-data, /usr/share/mricron/templates/ch2better.nii.gz
-  --labels FILE   a NIfTI-1 file in the same space with the numbers of regions, counted as in the AAL atlas; by
-                  default that atlas, aal.nii.gz beside the brain template, if the template is shown
+                  package mricron-data, /usr/share/mricron/templates/ch2better.nii.gz. Of several volumes in it
+                  the first is shown
+  --labels FILE   a NIfTI-1 file in the same space, of any voxels, with the numbers of regions, counted as in the
+                  AAL atlas; by default that atlas, aal.nii.gz beside the brain template, if the template is shown
   --out DIR       where the files go, made if it is not there; by default gallery
   --size WxH      pixels of a picture; by default 1600x720
   --point X,Y,Z   where slices meet, in millimetres to the patient's right, front and head; by default the

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include "gallery/Canvas.h"
 #include "gallery/LabelPainter.h"
+#include "scene/Annotator.h"
 #include "scene/RegionModel.h"
 #include "scene/RegionNames.h"
 #include "scene/VolumeTexture.h"
@@ -105,34 +106,37 @@ void addClicks(std::vector<Click>& clicks, const char* panel, const PixelRect& r
 class Marker {
 public:
     explicit Marker(const Eigen::Vector2i& size)
-        : m_window{0, 0, size.x(), size.y()} {}
+        : m_size(size) {}
 
     void text(const std::string& text, const Eigen::Vector2d& topCenter, int points) const {
-        GL::TextRenderer::Font font;
-        font.size = std::max(5, points);
-        font.decorations = GL::TextRenderer::Decoration::Shadow;
-        GL::TextRenderer::get()->renderText(m_window, topCenter, text, font,
-                                            GL::TextRenderer::AlignmentH::Center,
-                                            GL::TextRenderer::AlignmentV::Top);
+        label(text, topCenter, points, GL::TextRenderer::AlignmentV::Top);
     }
 
-    /// A dot where the click was, and below it the answer.
+    /// A dot where the click was, and below it the answer, or above it at the lower edge.
     void answer(const Scene& scene, const Click& click) const {
         const int x = click.point.x();
-        const int y = m_window.height - 1 - click.point.y();
+        const int y = m_size.y() - 1 - click.point.y();
         const int radius = click.region ? 2 : 1;
-        m_dots.fill({x - radius - 1, y - radius - 1, 2 * radius + 3, 2 * radius + 3}, {0, 0, 0});
-        m_dots.fill({x - radius, y - radius, 2 * radius + 1, 2 * radius + 1}, {1, 1, 1});
+        LabelPainter::fill({x - radius - 1, y - radius - 1, 2 * radius + 3, 2 * radius + 3}, {0, 0, 0});
+        LabelPainter::fill({x - radius, y - radius, 2 * radius + 1, 2 * radius + 1}, {1, 1, 1});
         if (!click.region)
             return;
-        std::string name = regionName(scene.regionNames, *click.region);
-        std::replace(name.begin(), name.end(), '_', ' ');
-        text(name, Eigen::Vector2d(x, y - radius - 3), m_window.height / 90);
+        const int points = std::min(m_size.y() / 90, m_size.x() / 200);
+        const bool fits = y > 2 * points + 4 * radius;
+        label(shownRegionName(scene.regionNames, *click.region),
+              Eigen::Vector2d(x, fits ? y - radius - 5 : y + radius + 5), points,
+              fits ? GL::TextRenderer::AlignmentV::Top : GL::TextRenderer::AlignmentV::Bottom);
     }
 
 private:
-    GL::Viewport m_window;
-    LabelPainter m_dots;
+    void label(const std::string& text, const Eigen::Vector2d& place, int points,
+               GL::TextRenderer::AlignmentV alignment) const {
+        const Annotator annotator({0, 0, m_size.x(), m_size.y()}, std::max(5, points));
+        annotator.label(text, place, annotator.font({1, 1, 1, 1}), GL::TextRenderer::AlignmentH::Center,
+                        alignment);
+    }
+
+    Eigen::Vector2i m_size;
 };
 
 void writeAnswers(const Scene& scene, const std::vector<Click>& clicks) {
@@ -155,7 +159,7 @@ void writeAnswers(const Scene& scene, const std::vector<Click>& clicks) {
 
 } // namespace
 
-void drawPicking(const Scene& scene, const Canvas& canvas) {
+std::string drawPicking(const Scene& scene, const Canvas& canvas) {
     const SliceLayout layout = layoutSlices(canvas.size(), scene.volume.bounds(), scene.point);
     const SlicePanel& axial = layout.panels.front();
     const int margin = layout.margin;
@@ -197,10 +201,16 @@ void drawPicking(const Scene& scene, const Canvas& canvas) {
         marker.answer(scene, clicks[i]);
     }
     // [/snippet]
-    const int captionSize = canvas.size().y() / 45;
+    const int captionSize = std::min(canvas.size().y() / 45, canvas.size().x() / 100);
     marker.text("Picked on a slice", Eigen::Vector2d(half / 2, 1.5 * margin), captionSize);
     marker.text("Picked on surfaces", Eigen::Vector2d(half + half / 2, 1.5 * margin), captionSize);
     writeAnswers(scene, clicks);
+    const auto named =
+        std::ranges::count_if(clicks, [](const Click& click) { return click.region.has_value(); });
+    return "A slice through " + scene.name + " and the surface" +
+           (scene.labels != nullptr ? "s of its regions, coloured by region" : " of it") + ", with " +
+           std::to_string(clicks.size()) + " dots in a grid, " + std::to_string(named) +
+           " of which have the region there beside them.";
 }
 
 } // namespace Veltrand::Apps

@@ -18,6 +18,8 @@ class Canvas;
 
 /// What pictures show.
 struct Scene {
+    /// The volume's, for people.
+    std::string name;
     const Volume& volume;
     /// The volume as a 3D texture.
     const GL::Texture& texture;
@@ -38,13 +40,12 @@ struct Picture {
     std::string_view name;
     /// One line for --list, and its heading on the page.
     std::string_view description;
-    /// What is to be seen, for those who cannot see it.
-    std::string_view alternative;
     /// The file below apps/ whose marked lines stand beside it on the page.
     std::string_view source;
     /// Draws onto the canvas, which is bound and cleared, with the main context current. May leave any state
-    /// behind. Throws `std::runtime_error` with one sentence.
-    void (*draw)(const Scene& scene, const Canvas& canvas);
+    /// behind. Gives what is to be seen, for those who cannot see it. Throws `std::runtime_error` with one
+    /// sentence.
+    std::string (*draw)(const Scene& scene, const Canvas& canvas);
     /// A file that it writes beside the picture; empty if there is none.
     std::string_view data{};
 };
@@ -52,15 +53,15 @@ struct Picture {
 /// All pictures, in the order in which they are made.
 [[nodiscard]] Utils::Span<const Picture> allPictures();
 
-void drawAnnotation(const Scene& scene, const Canvas& canvas);
-void drawComposited(const Scene& scene, const Canvas& canvas);
-void drawFiltered(const Scene& scene, const Canvas& canvas);
-void drawFixedFunction(const Scene& scene, const Canvas& canvas);
-void drawLines(const Scene& scene, const Canvas& canvas);
-void drawPicking(const Scene& scene, const Canvas& canvas);
-void drawProjection(const Scene& scene, const Canvas& canvas);
-void drawSlices(const Scene& scene, const Canvas& canvas);
-void drawText(const Scene& scene, const Canvas& canvas);
-void drawTransparency(const Scene& scene, const Canvas& canvas);
+[[nodiscard]] std::string drawAnnotation(const Scene& scene, const Canvas& canvas);
+[[nodiscard]] std::string drawComposited(const Scene& scene, const Canvas& canvas);
+[[nodiscard]] std::string drawFiltered(const Scene& scene, const Canvas& canvas);
+[[nodiscard]] std::string drawFixedFunction(const Scene& scene, const Canvas& canvas);
+[[nodiscard]] std::string drawLines(const Scene& scene, const Canvas& canvas);
+[[nodiscard]] std::string drawPicking(const Scene& scene, const Canvas& canvas);
+[[nodiscard]] std::string drawProjection(const Scene& scene, const Canvas& canvas);
+[[nodiscard]] std::string drawSlices(const Scene& scene, const Canvas& canvas);
+[[nodiscard]] std::string drawText(const Scene& scene, const Canvas& canvas);
+[[nodiscard]] std::string drawTransparency(const Scene& scene, const Canvas& canvas);
 
 } // namespace Veltrand::Apps

@@ -5,6 +5,7 @@
 
 #include <Veltrand/GL/Blending.h>
 #include <Veltrand/GL/ImageProgram.h>
+#include <Veltrand/GL/Program.h>
 #include <Veltrand/GL/Texture.h>
 #include <Veltrand/GL/VertexBuffer.h>
 
@@ -24,7 +25,7 @@ Eigen::Affine3d boxToPatient(const SlicePanel& panel, const Eigen::AlignedBox3d&
 
 } // namespace
 
-void drawProjection(const Scene& scene, const Canvas& canvas) {
+std::string drawProjection(const Scene& scene, const Canvas& canvas) {
     const Eigen::AlignedBox3d bounds = scene.volume.bounds();
     const SliceLayout layout = layoutSlices(canvas.size(), bounds, scene.point);
     // The brightest voxels of each ray are bright ones: the usual window would show them white.
@@ -38,6 +39,7 @@ void drawProjection(const Scene& scene, const Canvas& canvas) {
     // [/snippet]
     const auto show = GL::Program::createVertexFragment(
         "VeltrandScene/Panel.vert", "VeltrandScene/Image.frag", "", GL::Program::Compilation::ImmediateThrow);
+    const LabelPainter labels(canvas);
     const auto square = GL::VertexBuffer::createFullscreenSquare();
     for (const SlicePanel& panel : layout.panels) {
         const Eigen::Affine3d boxToTexture = patientToTexture(scene.volume) * boxToPatient(panel, bounds);
@@ -65,8 +67,9 @@ void drawProjection(const Scene& scene, const Canvas& canvas) {
         square->draw(GL::Primitive::TriangleFan);
         show->disable();
         show->unbindSamplers("image");
-        LabelPainter::drawLetters(scene, panel, layout);
+        labels.drawLetters(scene, panel, layout);
     }
+    return scene.name + ", seen through along its three axes, in grey: the brightest voxel of each ray.";
 }
 
 } // namespace Veltrand::Apps

@@ -31,22 +31,24 @@ void setLines(GL::Program& slice, const Scene& scene, const SlicePanel& panel, i
 }
 
 /// The letters of the patient's sides, and which slice it is.
-void drawMarks(const Scene& scene, const SlicePanel& panel, const SliceLayout& layout) {
+void drawMarks(const Scene& scene, const LabelPainter& labels, const SlicePanel& panel,
+               const SliceLayout& layout) {
     const PixelRect& rect = panel.rect;
     const int middleX = rect.x + rect.width / 2;
-    LabelPainter::drawLetters(scene, panel, layout);
+    labels.drawLetters(scene, panel, layout);
 
     const std::string position = std::string(1, "xyz"[panel.normal]) + " = " +
                                  scene.volume.lengths().millimetres(scene.point[panel.normal]);
-    LabelPainter::drawText(position, middleX, rect.y - 2 * layout.margin + layout.margin / 2,
-                           std::max(1, layout.letterScale * 2 / 3), planeColor(panel.normal));
+    labels.drawText(position, middleX, rect.y - 2 * layout.margin + layout.margin / 2,
+                    std::max(1, layout.letterScale * 2 / 3), planeColor(panel.normal));
 }
 
 } // namespace
 
-void drawSlices(const Scene& scene, const Canvas& canvas) {
+std::string drawSlices(const Scene& scene, const Canvas& canvas) {
     const SliceLayout layout = layoutSlices(canvas.size(), scene.volume.bounds(), scene.point);
     const Window window = textureWindow(scene.volume, scene.window);
+    const LabelPainter labels(canvas);
     // [snippet]
     const auto slice =
         GL::Program::createVertexFragment("VeltrandScene/Panel.vert", "VeltrandGallery/Slice.frag", "",
@@ -62,9 +64,15 @@ void drawSlices(const Scene& scene, const Canvas& canvas) {
         setLines(*slice, scene, panel, layout.letterScale);
         square->draw(GL::Primitive::TriangleFan);
         slice->disable();
-        drawMarks(scene, panel, layout);
+        drawMarks(scene, labels, panel, layout);
     }
     // [/snippet]
+    const LengthFormat lengths = scene.volume.lengths();
+    return "Axial, coronal and sagittal slices through " + scene.name +
+           " in grey, at x = " + lengths.number(scene.point.x()) +
+           ", y = " + lengths.number(scene.point.y()) + " and z = " + lengths.millimetres(scene.point.z()) +
+           ", with " + (scene.volume.orientationKnown ? "letters for" : "question marks in place of") +
+           " the sides of the patient around each and coloured lines where the other two slices cross it.";
 }
 
 } // namespace Veltrand::Apps

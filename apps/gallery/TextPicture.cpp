@@ -4,6 +4,7 @@
 #include "gallery/Pictures.h"
 
 #include <Veltrand/GL/Blending.h>
+#include <Veltrand/GL/OffscreenRenderHelper.h>
 #include <Veltrand/GL/Program.h>
 #include <Veltrand/GL/TextRenderer.h>
 #include <Veltrand/GL/Texture.h>
@@ -12,6 +13,7 @@
 
 #include <array>
 #include <random>
+#include <stdexcept>
 #include <string>
 #include <utility>
 #include <vector>
@@ -42,10 +44,13 @@ Font makeFont(int points, Style style = Style::Regular, const Eigen::Vector4d& c
 /// Draws blocks of text at positions from the upper left corner of a sheet in the middle of the canvas.
 class Sheet {
 public:
-    explicit Sheet(const Canvas& canvas)
-        : m_viewport{0, 0, canvas.size().x(), canvas.size().y()}
-        , m_left((canvas.size().x() - width) / 2)
-        , m_top((canvas.size().y() + height) / 2) {}
+    static constexpr int width = 1600;
+    static constexpr int height = 720;
+
+    explicit Sheet(const Eigen::Vector2i& size)
+        : m_viewport{0, 0, size.x(), size.y()}
+        , m_left((size.x() - width) / 2)
+        , m_top((size.y() + height) / 2) {}
 
     // [snippet]
     void text(int x, int y, const std::string& text, const Font& font, AlignmentH alignH = AlignmentH::Left,
@@ -60,9 +65,6 @@ public:
     }
 
 private:
-    static constexpr int width = 1600;
-    static constexpr int height = 720;
-
     GL::Viewport m_viewport;
     int m_left;
     int m_top;
@@ -116,7 +118,7 @@ void drawScripts(const Sheet& sheet, int x, int y) {
         sheet.text(x, y += 28, line, makeFont(15));
 }
 
-void drawAlignments(const Sheet& sheet, const LabelPainter& painter, int x, int y) {
+void drawAlignments(const Sheet& sheet, int x, int y) {
     const std::array<std::pair<AlignmentH, const char*>, 3> columns{
         {{AlignmentH::Left, "left"}, {AlignmentH::Center, "centre"}, {AlignmentH::Right, "right"}}};
     const std::array<std::pair<AlignmentV, const char*>, 4> rows{{{AlignmentV::Top, "Top"},
@@ -127,8 +129,8 @@ void drawAlignments(const Sheet& sheet, const LabelPainter& painter, int x, int 
         int anchor = x;
         for (const auto& [alignH, columnName] : columns) {
             const Eigen::Vector3f color = Orange.head<3>().cast<float>();
-            painter.fill(sheet.rect(anchor - 90, y, 180, 1), color * 0.6F);
-            painter.fill(sheet.rect(anchor, y - 30, 1, 60), color * 0.6F);
+            LabelPainter::fill(sheet.rect(anchor - 90, y, 180, 1), color * 0.6F);
+            LabelPainter::fill(sheet.rect(anchor, y - 30, 1, 60), color * 0.6F);
             sheet.text(anchor, y, std::string(rowName) + "\nj " + columnName, makeFont(12), alignH, alignV);
             anchor += 260;
         }
@@ -155,9 +157,9 @@ void drawNoise(const PixelRect& rect) {
     show->unbindSamplers("image");
 }
 
-void drawShadows(const Sheet& sheet, const LabelPainter& painter, int x, int y) {
-    painter.fill(sheet.rect(x, y, 250, 215), White.head<3>().cast<float>());
-    painter.fill(sheet.rect(x + 260, y, 250, 215), Black.head<3>().cast<float>());
+void drawShadows(const Sheet& sheet, int x, int y) {
+    LabelPainter::fill(sheet.rect(x, y, 250, 215), White.head<3>().cast<float>());
+    LabelPainter::fill(sheet.rect(x + 260, y, 250, 215), Black.head<3>().cast<float>());
     drawNoise(sheet.rect(x + 520, y, 250, 215));
     for (int panel = 0; panel < 3; ++panel) {
         int line = y + 10;
@@ -175,16 +177,39 @@ void drawShadows(const Sheet& sheet, const LabelPainter& painter, int x, int y) 
     }
 }
 
-} // namespace
-
-void drawText(const Scene&, const Canvas& canvas) {
-    const Sheet sheet(canvas);
-    const LabelPainter painter;
+void drawSheet(const Eigen::Vector2i& size) {
+    const Sheet sheet(size);
     drawSizes(sheet, 20, 10);
     drawStyles(sheet, 20, 500);
     drawScripts(sheet, 820, 5);
-    drawAlignments(sheet, painter, 920, 180);
-    drawShadows(sheet, painter, 820, 490);
+    drawAlignments(sheet, 920, 180);
+    drawShadows(sheet, 820, 490);
+}
+
+} // namespace
+
+std::string drawText(const Scene&, const Canvas& canvas) {
+    const Eigen::Vector2i whole(Sheet::width, Sheet::height);
+    const double scale =
+        canvas.size().cast<double>().cwiseQuotient(whole.cast<double>()).cwiseMin(1).minCoeff();
+    if (scale < 1) {
+        // What has no room in its own size is drawn apart and made smaller.
+        const Eigen::Vector2i size = (scale * whole.cast<double>()).cast<int>();
+        const Eigen::Vector2i corner = (canvas.size() - size) / 2;
+        setViewport({corner.x(), corner.y(), size.x(), size.y()});
+        GL::OffscreenRenderHelper helper;
+        auto buffer = helper.create(whole, GL::InternalFormat::RGBA8, GL::InternalFormat::DepthComponent24);
+        if (buffer.isEmpty())
+            throw std::runtime_error("the driver cannot draw text apart.");
+        drawSheet(whole);
+        setViewport({corner.x(), corner.y(), size.x(), size.y()});
+        buffer.blendToParent();
+    } else {
+        drawSheet(canvas.size());
+    }
+    return "Sentences in sizes from 8 to 96 pixels, in four styles, in Latin, Greek and Cyrillic letters, "
+           "placed "
+           "around cross-hairs, and with outlines on white, black and noise.";
 }
 
 } // namespace Veltrand::Apps

@@ -10,6 +10,7 @@
 #include <Veltrand/GL/Functions.h>
 #include <Veltrand/GL/IndexBuffer.h>
 #include <Veltrand/GL/OrderIndependentTransparency.h>
+#include <Veltrand/GL/Program.h>
 #include <Veltrand/GL/StateGuard.h>
 #include <Veltrand/GL/Texture.h>
 #include <Veltrand/GL/VertexBuffer.h>
@@ -53,6 +54,8 @@ struct Model {
     std::vector<Eigen::Vector3f> normals;
     std::vector<Eigen::Vector4f> colors;
     std::vector<Eigen::Vector3i> triangles;
+    /// Those of which there is a surface.
+    std::vector<const Structure*> structures;
 
     void add(const Surface& surface, const Eigen::Vector4f& color) {
         const auto first = static_cast<int>(positions.size());
@@ -79,7 +82,11 @@ Model makeModel(const Scene& scene) {
     for (std::size_t i = 0; i < fields.size(); ++i) {
         Eigen::Vector4f color;
         color << Structures[i / 2].color, RegionOpacity;
-        model.add(extractSurface(fields[i], 0.5F), color);
+        const Surface surface = extractSurface(fields[i], 0.5F);
+        const Structure* const structure = &Structures[i / 2];
+        if (!surface.triangles.empty() && (model.structures.empty() || model.structures.back() != structure))
+            model.structures.push_back(structure);
+        model.add(surface, color);
     }
     return model;
 }
@@ -247,7 +254,8 @@ private:
 };
 
 /// Beside the model, in the direction of each side of the patient, its letter.
-void drawSides(const Scene& scene, const Model& model, const GL::ViewState& view, const SliceLayout& layout) {
+void drawSides(const Scene& scene, const LabelPainter& labels, const Model& model, const GL::ViewState& view,
+               const SliceLayout& layout) {
     std::vector<Eigen::Vector2d> outline;
     for (const Eigen::Vector3f& position : model.positions)
         outline.emplace_back(view.project(position.cast<double>()).head<2>());
@@ -263,30 +271,43 @@ void drawSides(const Scene& scene, const Model& model, const GL::ViewState& view
             reach = std::max(reach, direction.dot(point - center));
         const Eigen::Vector2d place = center + (reach + layout.margin * 0.5) * direction;
         const char letter = scene.volume.orientationKnown ? "RLAPSI"[side] : '?';
-        LabelPainter::drawText(std::string(1, letter), static_cast<int>(place.x()),
-                               static_cast<int>(place.y()), layout.letterScale, TextColor);
+        labels.drawText(std::string(1, letter), static_cast<int>(place.x()), static_cast<int>(place.y()),
+                        layout.letterScale, TextColor);
     }
 }
 
 /// The names of the structures in their colours, in a row.
-void drawLegend(int width, int centerY, int scale) {
+void drawLegend(const LabelPainter& labels, const std::vector<const Structure*>& structures, int width,
+                int centerY, int scale) {
     const int gap = LabelPainter::textWidth("mmm", scale);
     int length = -gap;
-    for (const Structure& structure : Structures)
-        length += gap + LabelPainter::textWidth(structure.name, scale);
+    for (const Structure* structure : structures)
+        length += gap + LabelPainter::textWidth(structure->name, scale);
     int left = (width - length) / 2;
     if (left < 0)
         return;
-    for (const Structure& structure : Structures) {
-        const int nameLength = LabelPainter::textWidth(structure.name, scale);
-        LabelPainter::drawText(structure.name, left + nameLength / 2, centerY, scale, structure.color);
+    for (const Structure* structure : structures) {
+        const int nameLength = LabelPainter::textWidth(structure->name, scale);
+        labels.drawText(structure->name, left + nameLength / 2, centerY, scale, structure->color);
         left += nameLength + gap;
     }
 }
 
+std::string describe(const Scene& scene, const Model& model) {
+    std::string text = "The surface of " + scene.name + " like glass";
+    for (const Structure* structure : model.structures)
+        text += (structure == model.structures.front() ? ", with coloured structures in its midst: " : ", ") +
+                std::string(structure->name);
+    return text +
+           (GL::OrderIndependentTransparency::isSupported()
+                ? "; twice and alike, unsorted and order-independent on the left, sorted and blended on the "
+                  "right."
+                : "; sorted and blended on the right, while the left half needs a newer OpenGL.");
+}
+
 } // namespace
 
-void drawTransparency(const Scene& scene, const Canvas& canvas) {
+std::string drawTransparency(const Scene& scene, const Canvas& canvas) {
     const Model model = makeModel(scene);
     const SliceLayout layout = layoutSlices(canvas.size(), scene.volume.bounds(), scene.point);
     const int margin = layout.margin;
@@ -295,11 +316,12 @@ void drawTransparency(const Scene& scene, const Canvas& canvas) {
                     std::max(1, canvas.size().y() - 4 * margin)};
     const Camera camera(model, panel);
     const TilePainter tiles;
+    const LabelPainter labels(canvas);
     const auto label = [&](const std::string& caption) {
-        drawSides(scene, model, camera.view(panel), layout);
+        drawSides(scene, labels, model, camera.view(panel), layout);
         if (LabelPainter::textWidth(caption, layout.letterScale) <= half)
-            LabelPainter::drawText(caption, panel.x + panel.width / 2, margin * 3 / 2, layout.letterScale,
-                                   TextColor);
+            labels.drawText(caption, panel.x + panel.width / 2, margin * 3 / 2, layout.letterScale,
+                            TextColor);
     };
 
     if (GL::OrderIndependentTransparency::isSupported()) {
@@ -311,8 +333,10 @@ void drawTransparency(const Scene& scene, const Canvas& canvas) {
     panel.x += half;
     tiles.draw(panel, camera, SortedPainter(model, camera));
     label("Sorted triangles, blended");
-    if (scene.labels != nullptr)
-        drawLegend(canvas.size().x(), margin / 2, std::max(1, layout.letterScale * 2 / 3));
+    if (!model.structures.empty())
+        drawLegend(labels, model.structures, canvas.size().x(), margin / 2,
+                   std::max(1, layout.letterScale * 2 / 3));
+    return describe(scene, model);
 }
 
 } // namespace Veltrand::Apps

@@ -6,10 +6,15 @@
 #include <Veltrand/GL/ViewState.h>
 
 #include <Eigen/Core>
+#include <Eigen/Geometry>
 #include <string>
 #include <vector>
 
 namespace Veltrand::Apps {
+
+/// The step that brings a box inside a window from (0, 0) to @p size; where it does not fit, its upper left
+/// corner.
+[[nodiscard]] Eigen::Vector2d stepInside(const Eigen::AlignedBox2d& box, const Eigen::Vector2d& size);
 
 /// Draws lines and text into a part of the framebuffer that is bound, at pixels from its lower left corner.
 class Annotator {
@@ -20,6 +25,7 @@ public:
     [[nodiscard]] GL::TextRenderer::Font
     font(const Eigen::Vector4d& color, GL::TextRenderer::Style style = GL::TextRenderer::Style::Regular,
          Flags<GL::TextRenderer::Decoration> decorations = {}) const;
+    [[nodiscard]] const GL::Viewport& window() const { return m_window; }
     /// Pixels from one line of text to the next.
     [[nodiscard]] double lineHeight() const;
     /// Pixels that a line of text takes.
@@ -29,6 +35,10 @@ public:
 
     void text(const std::string& text, const Eigen::Vector2d& place, const GL::TextRenderer::Font& font,
               GL::TextRenderer::AlignmentH alignH, GL::TextRenderer::AlignmentV alignV) const;
+    /// Text over a picture: on a dark plate, so that it can be read whatever is shown there, and moved inside
+    /// the window where it would leave it.
+    void label(const std::string& text, const Eigen::Vector2d& place, const GL::TextRenderer::Font& font,
+               GL::TextRenderer::AlignmentH alignH, GL::TextRenderer::AlignmentV alignV) const;
 
     /// @param points pairs, each joined by a line
     void lines(const std::vector<Eigen::Vector3d>& points, double width, const Eigen::Vector4d& color) const;

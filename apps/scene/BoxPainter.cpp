@@ -10,6 +10,8 @@ BoxPainter::BoxPainter()
     : m_program(GL::Program::createVertexFragment("VeltrandScene/Panel.vert", "VeltrandScene/Box.frag", "",
                                                   GL::Program::Compilation::ImmediateThrow)) {}
 
+BoxPainter::~BoxPainter() = default;
+
 void BoxPainter::fill(const PixelRect& rect, const Eigen::Vector4f& color) const {
     GL::Viewport{rect.x, rect.y, rect.width, rect.height}.set();
     m_program->enable();

@@ -3,6 +3,7 @@
 
 #include "scene/SlicePanel.h"
 
+#include <Veltrand/GL/InstanceManager.h>
 #include <Veltrand/GL/Program.h>
 
 #include <Eigen/Core>
@@ -10,11 +11,12 @@
 
 namespace Veltrand::Apps {
 
-/// Fills rectangles of the framebuffer that is bound.
-class BoxPainter {
+/// Fills rectangles of the framebuffer that is bound. Per context; needs the shaders of "VeltrandScene".
+class BoxPainter : public GL::InstanceManager<BoxPainter> {
 public:
     /// Throws what `GL::Program` throws.
     BoxPainter();
+    ~BoxPainter() override;
 
     /// Leaves the viewport at @p rect.
     /// @param color red, green, blue and opacity, which counts where blending is on

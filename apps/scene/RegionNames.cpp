@@ -36,4 +36,10 @@ std::string regionName(const std::vector<std::string>& names, unsigned region) {
     return isNamed ? names[region] : std::to_string(region);
 }
 
+std::string shownRegionName(const std::vector<std::string>& names, unsigned region) {
+    std::string name = regionName(names, region);
+    std::replace(name.begin(), name.end(), '_', ' ');
+    return name;
+}
+
 } // namespace Veltrand::Apps

@@ -20,5 +20,7 @@ inline constexpr const char* DefaultVolume = "/usr/share/mricron/templates/ch2be
 
 /// The name of a region, or its number if it has none.
 [[nodiscard]] std::string regionName(const std::vector<std::string>& names, unsigned region);
+/// The same for people, with blanks in place of underscores.
+[[nodiscard]] std::string shownRegionName(const std::vector<std::string>& names, unsigned region);
 
 } // namespace Veltrand::Apps

@@ -181,20 +181,22 @@ void checkMagic(const Fields& fields) {
         throw Refused("it is not a NIfTI-1 file");
 }
 
-Eigen::Vector3i readSize(const Fields& fields) {
+/// The lengths of the three dimensions of space, and how many volumes all others count.
+void readSize(const Fields& fields, Volume& volume) {
     const int dimensions = fields.at<std::int16_t>(40);
     if (dimensions < 1 || dimensions > 7)
         throw Refused("its header asks for " + std::to_string(dimensions) + " dimensions");
-    Eigen::Vector3i size = Eigen::Vector3i::Ones();
+    volume.size = Eigen::Vector3i::Ones();
     for (int i = 0; i < dimensions; ++i) {
         const int length = fields.at<std::int16_t>(42 + 2 * static_cast<std::size_t>(i));
         if (length < 1)
             throw Refused("its header gives dimension " + std::to_string(i + 1) + " a length of " +
                           std::to_string(length));
         if (i < 3)
-            size[i] = length;
+            volume.size[i] = length;
+        else
+            volume.series *= length;
     }
-    return size;
 }
 
 DataType readType(const Fields& fields) {
@@ -399,7 +401,7 @@ Volume read(const std::filesystem::path& file) {
     checkMagic(fields);
 
     Volume volume;
-    volume.size = readSize(fields);
+    readSize(fields, volume);
     const DataType type = readType(fields);
     const std::int64_t offset = readOffset(fields);
     readPlace(fields, volume);

@@ -7,6 +7,7 @@
 
 #include <Eigen/Geometry>
 #include <cstddef>
+#include <cstdint>
 
 namespace Veltrand::Apps {
 
@@ -27,6 +28,8 @@ struct Volume {
     /// A voxel's value is its stored number times `slope` plus `intercept`.
     double slope = 1;
     double intercept = 0;
+    /// How many volumes the file holds, of which this is the first.
+    std::int64_t series = 1;
 
     [[nodiscard]] std::size_t voxelCount() const;
     /// The value of a voxel by its position in `voxels`; always finite.

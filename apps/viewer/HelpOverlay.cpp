@@ -2,6 +2,7 @@
 #include "viewer/HelpOverlay.h"
 
 #include "scene/Annotator.h"
+#include "scene/BoxPainter.h"
 #include "viewer/PaneOverlay.h"
 
 #include <Veltrand/GL/Blending.h>
@@ -51,7 +52,7 @@ q, Escape           quit
 )";
 }
 
-void drawHelp(const Eigen::Vector2i& windowSize, const BoxPainter& boxes) {
+void drawHelp(const Eigen::Vector2i& windowSize) {
     const GL::Viewport window{0, 0, windowSize.x(), windowSize.y()};
     const auto lines = helpLines();
     // In lines of text.
@@ -67,7 +68,7 @@ void drawHelp(const Eigen::Vector2i& windowSize, const BoxPainter& boxes) {
         const GL::Blending blending(GL::Blending::Preset::Alpha);
         const Eigen::Vector2i corner = lowerLeft.cast<int>();
         const Eigen::Vector2i pixels = size.cast<int>();
-        boxes.fill({corner.x(), corner.y(), pixels.x(), pixels.y()}, {0.08F, 0.1F, 0.14F, 0.9F});
+        BoxPainter::get()->fill({corner.x(), corner.y(), pixels.x(), pixels.y()}, {0.08F, 0.1F, 0.14F, 0.9F});
     }
     const auto input = annotator.font({1, 0.85, 0.25, 1});
     const auto meaning = annotator.font({0.92, 0.92, 0.92, 1});

@@ -12,6 +12,6 @@ namespace Veltrand::Apps {
 [[nodiscard]] std::string_view inputHelp();
 
 /// Draws `inputHelp()` into the middle of a window.
-void drawHelp(const Eigen::Vector2i& windowSize, const BoxPainter& boxes);
+void drawHelp(const Eigen::Vector2i& windowSize);
 
 } // namespace Veltrand::Apps

@@ -64,9 +64,9 @@ std::string viewerHelp() {
 Shows a volume in a window: three slices and surfaces that can be turned.
 
   FILE            a NIfTI-1 file, plain or gzip compressed; by default the brain template of Debian's package
-                  mricron-data with its atlas
-  --labels FILE   a NIfTI-1 file in the same space with the numbers of regions, whose surfaces are shown; without
-                  it the surface of the volume is
+                  mricron-data with its atlas. Of several volumes in it the first is shown
+  --labels FILE   a NIfTI-1 file in the same space, of any voxels, with the numbers of regions, whose surfaces are
+                  shown; without it the surface of the volume is
   --names FILE    the regions' names, lines of a number and a name; by default the text file beside the labels,
                   atlas.nii.txt for atlas.nii.gz
   --level VALUE   the value at which the volume's surface runs; by default the one that parts background from

@@ -38,9 +38,9 @@ void drawLabel(const Annotator& annotator, double paneWidth, const Vector2d& pla
                const Vector4d& color) {
     const bool isLeft = place.x() < paneWidth / 2;
     const double distance = 0.6 * annotator.lineHeight();
-    annotator.text(text, place + Vector2d(isLeft ? distance : -distance, distance),
-                   annotator.font(color, Style::Bold, Decoration::Shadow),
-                   isLeft ? AlignmentH::Left : AlignmentH::Right, AlignmentV::Bottom);
+    annotator.label(text, place + Vector2d(isLeft ? distance : -distance, distance),
+                    annotator.font(color, Style::Bold, Decoration::Shadow),
+                    isLeft ? AlignmentH::Left : AlignmentH::Right, AlignmentV::Bottom);
 }
 
 /// One slice, at pixels from its lower left corner.
@@ -77,9 +77,9 @@ public:
         const Vector2d middle = m_size / 2;
         const auto letter = [&](char side, double x, double y) {
             const char shown = m_state.study.volume.orientationKnown ? side : '?';
-            m_annotator.text(std::string(1, shown), {x, y},
-                             m_annotator.font(White, Style::Bold, Decoration::Shadow), AlignmentH::Center,
-                             AlignmentV::Center);
+            m_annotator.label(std::string(1, shown), {x, y},
+                              m_annotator.font(White, Style::Bold, Decoration::Shadow), AlignmentH::Center,
+                              AlignmentV::Center);
         };
         letter(m_panel.letters.left, margin, middle.y());
         letter(m_panel.letters.right, m_size.x() - margin, middle.y());
@@ -88,11 +88,11 @@ public:
 
         constexpr std::array Names{"Sagittal", "Coronal", "Axial"};
         const auto normal = static_cast<std::size_t>(m_panel.normal);
-        m_annotator.text(std::string(Names[normal]) + "  " + "xyz"[normal] + " = " +
-                             m_state.study.volume.lengths().millimetres(m_state.point[m_panel.normal]),
-                         {margin / 2, m_size.y() - margin / 2},
-                         m_annotator.font(PlaneColors[normal], Style::Regular, Decoration::Shadow),
-                         AlignmentH::Left, AlignmentV::Top);
+        m_annotator.label(std::string(Names[normal]) + "  " + "xyz"[normal] + " = " +
+                              m_state.study.volume.lengths().millimetres(m_state.point[m_panel.normal]),
+                          {margin / 2, m_size.y() - margin / 2},
+                          m_annotator.font(PlaneColors[normal], Style::Regular, Decoration::Shadow),
+                          AlignmentH::Left, AlignmentV::Top);
     }
 
     void drawMeasurements() const {
@@ -120,9 +120,9 @@ private:
         m_annotator.lines({from, to, from - tick, from + tick, to - tick, to + tick},
                           1.5 * m_annotator.lineWidth(), DistanceColor);
         const Vector3d place = (from + to) / 2 + 2 * tick;
-        m_annotator.text(m_state.study.volume.lengths().millimetres(measurement.length()), place.head<2>(),
-                         m_annotator.font(DistanceColor, Style::Bold, Decoration::Shadow),
-                         up.x() < 0 ? AlignmentH::Right : AlignmentH::Left, AlignmentV::Bottom);
+        m_annotator.label(m_state.study.volume.lengths().millimetres(measurement.length()), place.head<2>(),
+                          m_annotator.font(DistanceColor, Style::Bold, Decoration::Shadow),
+                          up.x() < 0 ? AlignmentH::Right : AlignmentH::Left, AlignmentV::Bottom);
     }
 
     const ViewerState& m_state;
@@ -142,10 +142,13 @@ void drawSides(const ViewerState& state, const Annotator& annotator, const GL::V
         Vector3d place = bounds.center();
         place[axis] += sign * 0.52 * bounds.sizes()[axis];
         const char letter = state.study.volume.orientationKnown ? "RLAPSI"[side] : '?';
-        annotator.text(std::string(1, letter), view.project(place).head<2>(),
-                       annotator.font(isBehind ? Faint : White, Style::Bold,
-                                      isBehind ? Flags<Decoration>() : Decoration::Shadow),
-                       AlignmentH::Center, AlignmentV::Center);
+        const Vector2d pixel = view.project(place).head<2>();
+        if (isBehind)
+            annotator.text(std::string(1, letter), pixel, annotator.font(Faint, Style::Bold),
+                           AlignmentH::Center, AlignmentV::Center);
+        else
+            annotator.label(std::string(1, letter), pixel, annotator.font(White, Style::Bold),
+                            AlignmentH::Center, AlignmentV::Center);
     }
 }
 
@@ -171,7 +174,8 @@ std::string textOf(const SurfaceWorker::Progress& progress) {
 
 void drawProgress(const Annotator& annotator, const Vector2d& size, const SurfaceWorker::Progress& progress) {
     const Vector4d& color = progress.failure.empty() ? White : WarningColor;
-    annotator.text(textOf(progress), size / 2, annotator.font(color), AlignmentH::Center, AlignmentV::Bottom);
+    annotator.label(textOf(progress), size / 2, annotator.font(color), AlignmentH::Center,
+                    AlignmentV::Bottom);
     if (progress.total == 0)
         return;
     const Vector2d start(size.x() / 4, size.y() / 2 - annotator.lineHeight() / 2);
@@ -200,9 +204,9 @@ void drawModelOverlay(const ViewerState& state, const GL::ViewState& view, const
     local.setViewport({0, 0, viewport.width, viewport.height});
     const Vector2d size(viewport.width, viewport.height);
     const double margin = 0.4 * annotator.lineHeight();
-    annotator.text(state.isTransparent ? "Surfaces, translucent" : "Surfaces", {margin, size.y() - margin},
-                   annotator.font(Grey, Style::Regular, Decoration::Shadow), AlignmentH::Left,
-                   AlignmentV::Top);
+    annotator.label(state.isTransparent ? "Surfaces, translucent" : "Surfaces", {margin, size.y() - margin},
+                    annotator.font(Grey, Style::Regular, Decoration::Shadow), AlignmentH::Left,
+                    AlignmentV::Top);
     if (progress.isRunning || !progress.failure.empty()) {
         drawProgress(annotator, size, progress);
         return;
@@ -224,9 +228,11 @@ void drawStatus(const ViewerState& state, const PixelRect& rect) {
         left += "   value " + shortNumber(*value);
     if (const std::string name = state.study.nameOf(state.study.regionAt(state.point)); !name.empty())
         left += "   " + name;
+    const std::int64_t series = state.study.volume.series;
     const std::string right =
-        std::string(state.isMeasuring ? "MEASURING   " : "") + "window " + shortNumber(state.window.low) +
-        " to " + shortNumber(state.window.high) +
+        std::string(state.isMeasuring ? "MEASURING   " : "") +
+        (series > 1 ? "volume 1 of " + std::to_string(series) + "   " : "") + "window " +
+        shortNumber(state.window.low) + " to " + shortNumber(state.window.high) +
         (state.study.volume.orientationKnown ? "   radiological: R is left" : "   sides unknown") +
         "   h: help";
     const double middle = rect.height / 2.0;

@@ -4,7 +4,6 @@
 #include "scene/RegionNames.h"
 #include "support/NumberText.h"
 
-#include <algorithm>
 #include <cmath>
 
 namespace Veltrand::Apps {
@@ -33,11 +32,7 @@ unsigned Study::regionAt(const Eigen::Vector3d& point) const {
 }
 
 std::string Study::nameOf(unsigned region) const {
-    if (region == 0)
-        return {};
-    std::string name = regionName(regionNames, region);
-    std::replace(name.begin(), name.end(), '_', ' ');
-    return name;
+    return region == 0 ? std::string() : shownRegionName(regionNames, region);
 }
 
 std::string Study::describe(const Eigen::Vector3d& point, unsigned region) const {

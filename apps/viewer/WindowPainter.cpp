@@ -49,7 +49,7 @@ void WindowPainter::draw(const ViewerState& state, const WindowGeometry& geometr
     drawModelOverlay(state, modelView(state, rect), modelBounds(state), progress);
     drawStatus(state, geometry.layout.status);
     if (state.showsHelp)
-        drawHelp(geometry.size, m_boxes);
+        drawHelp(geometry.size);
 }
 
 void WindowPainter::updateSlice(Pane pane, const SlicePanel& panel, const ViewerState& state) {

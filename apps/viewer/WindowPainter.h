@@ -62,7 +62,6 @@ private:
     SliceRenderer m_slices;
     std::optional<ModelRenderer> m_model; ///< empty until the surfaces are there
     std::unique_ptr<GL::Program> m_show;
-    BoxPainter m_boxes;
     std::array<PaneImage, 4> m_images; ///< by pane
     std::array<std::optional<SliceView>, 3> m_sliceViews;
     std::optional<ModelView> m_modelView;

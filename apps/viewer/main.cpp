@@ -2,6 +2,7 @@
 #include "scene/EmbeddedRepository.h"
 #include "scene/OpenGL.h"
 #include "support/Nifti.h"
+#include "support/Notices.h"
 #include "support/Program.h"
 #include "viewer/Options.h"
 #include "viewer/ScriptPlayer.h"
@@ -28,13 +29,16 @@ std::vector<std::string> loadNames(const ViewerOptions& options, const std::file
 }
 
 Study loadStudy(const ViewerOptions& options) {
-    Study study{readNifti(options.volume.value_or(DefaultVolume))};
+    const std::filesystem::path file = options.volume.value_or(DefaultVolume);
+    Study study{readNifti(file)};
+    logNotices(noticesOf(study.volume, file.string()), "Viewer");
     std::optional<std::filesystem::path> labels = options.labels;
     if (!labels && !options.volume)
         labels = DefaultLabels;
     if (labels) {
         study.labels = readNifti(*labels);
         study.regionNames = loadNames(options, *labels);
+        logNotices(noticesOfLabels(*study.labels, labels->string(), study.volume, file.string()), "Viewer");
     }
     return study;
 }

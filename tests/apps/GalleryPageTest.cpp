@@ -21,12 +21,16 @@ TEST(GalleryPage, HoldsEachPictureBesideItsLines) {
     GalleryPage page;
     page.facts = {{"Volume", "a<b> & \"c\""}};
     for (const Picture& picture : allPictures())
-        page.entries.push_back(
-            {&picture, directory.write(std::string(picture.name) + ".png", "abcd"), {160, 90}, 1.234});
+        page.entries.push_back({&picture,
+                                directory.write(std::string(picture.name) + ".png", "abcd"),
+                                {160, 90},
+                                1.234,
+                                "What is <seen>"});
     const std::string html = page.html();
 
     EXPECT_EQ(count(html, "<dd>a&lt;b&gt; &amp; &quot;c&quot;</dd>"), 1U);
-    for (const char* part : {"<figure>", "src=\"data:image/png;base64,YWJjZA==\"", "1.23 s</li>", "<pre "})
+    for (const char* part : {"<figure>", "src=\"data:image/png;base64,YWJjZA==\"", "1.23 s</li>", "<pre ",
+                             "alt=\"What is &lt;seen&gt;\""})
         EXPECT_EQ(count(html, part), allPictures().size()) << part;
     for (const char* elsewhere : {"src=\"h", "://", "<script", "<link", "url(", "@import"})
         EXPECT_EQ(count(html, elsewhere), 0U) << elsewhere;
@@ -34,7 +38,6 @@ TEST(GalleryPage, HoldsEachPictureBesideItsLines) {
         const std::size_t begin = html.find("<section id=\"" + std::string(picture.name) + "\"");
         ASSERT_NE(begin, std::string::npos) << picture.name;
         const std::string section = html.substr(begin, html.find("</section>", begin) - begin);
-        EXPECT_EQ(count(section, escapedHtml(picture.alternative)), 1U);
         EXPECT_EQ(count(section, picture.data.empty() ? "</pre>" : "<a href=\"picking.json\">"), 1U);
         EXPECT_GT(count(section, "<li><code>GL::"), 0U) << picture.name << " shows nothing of the library";
         const std::size_t code = section.find("<pre ");

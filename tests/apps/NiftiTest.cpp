@@ -3,6 +3,7 @@
 #include "support/Thrown.h"
 
 #include "support/Nifti.h"
+#include "support/Notices.h"
 
 #include <cmath>
 #include <gtest/gtest.h>
@@ -89,12 +90,13 @@ TEST(Nifti, VoxelsThatAreNotFiniteTakeTheLowestValue) {
 
 TEST(Nifti, ReadsTheFirstVolumeOfASeriesAndSkipsExtensions) {
     NiftiFile file;
-    file.dimensions = {4, 2, 3, 4, 2, 1, 1, 1};
+    file.dimensions = {5, 2, 3, 4, 2, 3, 1, 1};
     file.voxelOffset = 368;
     file.voxels = std::string(16, 'e') + std::string(24, 1) + std::string(24, 2);
     for (const std::string& bytes : {file.plain(), file.gzip()}) {
         const Volume volume = readBytes(bytes);
         EXPECT_EQ(volume.size, Eigen::Vector3i(2, 3, 4));
+        EXPECT_EQ(volume.series, 6);
         EXPECT_EQ(valuesOf(volume), std::vector<double>(24, 1));
     }
 }
@@ -187,6 +189,53 @@ TEST(Nifti, RefusesWhatItCannotReadWithOneSentence) {
     }
     EXPECT_EQ(Testing::thrown([&] { (void)readNifti(directory.path()); }),
               "cannot read " + directory.path().string() + ": it is not a regular file.");
+}
+
+TEST(Notices, TellWhereRegionsMayBeInAnotherSpace) {
+    NiftiFile volume;
+    volume.dimensions = {3, 10, 10, 10, 1, 1, 1, 1};
+    volume.voxels = std::string(1000, '\1');
+    volume.sformCode = 1;
+    volume.sform = {1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0};
+    const struct {
+        void (*change)(NiftiFile&);
+        std::string notice; ///< what it begins with
+    } cases[]{
+        {[](NiftiFile&) {}, ""},
+        {[](NiftiFile& f) { f.voxels.assign(1000, '\0'); }, ""},
+        {[](NiftiFile& f) { // half the voxels, twice as large
+             f.dimensions = {3, 5, 10, 10, 1, 1, 1, 1};
+             f.sform[0] = 2;
+             f.sform[3] = 0.5F;
+         },
+         ""},
+        {[](NiftiFile& f) { f.dimensions = {4, 10, 10, 5, 2, 1, 1, 1}; },
+         "labels holds 2 volumes, of which the first is shown."},
+        {[](NiftiFile& f) { f.sform[7] = -4; },
+         "The regions may be in another space: 40 % of the regions lie outside of volume. labels has 10 x 10 "
+         "x 10 "
+         "voxels of 1 x 1 x 1 mm from (-0.5, -4.5, -0.5) to (9.5, 5.5, 9.5) mm; volume has 10 x 10 x 10 "
+         "voxels of "
+         "1 x 1 x 1 mm from (-0.5, -0.5, -0.5) to (9.5, 9.5, 9.5) mm."},
+        {[](NiftiFile& f) { // mirrored
+             f.sform[0] = -1;
+             f.sform[3] = 9;
+         },
+         "The regions may be in another space: labels has as many voxels as volume in other places. "},
+        {[](NiftiFile& f) { f.units = 3; },
+         "The regions may be in another space: labels has as many voxels as volume in other places. "},
+        {[](NiftiFile& f) { f.sformCode = 0; },
+         "The regions may be in another space: only volume says which side is left. "},
+    };
+    for (const auto& expected : cases) {
+        NiftiFile labels = volume;
+        expected.change(labels);
+        const auto notices =
+            Apps::noticesOfLabels(readBytes(labels.plain()), "labels", readBytes(volume.plain()), "volume");
+        EXPECT_EQ(notices.size(), expected.notice.empty() ? 0U : 1U) << expected.notice;
+        for (const std::string& notice : notices)
+            EXPECT_TRUE(notice.starts_with(expected.notice)) << notice;
+    }
 }
 
 TEST(Nifti, WindowLiesBetweenPercentilesOfTheForeground) {

@@ -91,8 +91,8 @@ bool hasLetter(const PngPicture& picture, char letter, int centerX, int centerY,
     constexpr int Side = 2 * Reach;
     Apps::Canvas canvas({Side, Side});
     canvas.begin();
-    Apps::LabelPainter::drawText(std::string(1, letter), Reach, Reach, scale,
-                                 Eigen::Vector3f::Constant(0.92F));
+    Apps::LabelPainter(canvas).drawText(std::string(1, letter), Reach, Reach, scale,
+                                        Eigen::Vector3f::Constant(0.92F));
     const std::vector<std::uint8_t> pixels = canvas.read();
     int drawn = 0;
     for (int y = 0; y < Side; ++y)
@@ -346,6 +346,8 @@ TEST_F(PicturesGL, StandOnAPageWithTheirBytes) {
     for (const std::string picture : {"slices", "projection"})
         EXPECT_NE(html.find("<li><a href=\"" + picture + ".png\">"), std::string::npos);
     EXPECT_EQ(html.find("lines.png"), std::string::npos);
+    EXPECT_NE(html.find("alt=\"Axial, coronal and sagittal slices through volume.nii in grey, at x = 0.0, "),
+              std::string::npos);
 
     std::filesystem::remove(page);
     std::filesystem::create_directories(page / "inside");

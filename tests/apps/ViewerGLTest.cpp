@@ -248,6 +248,25 @@ TEST_F(ViewerGL, MeasuresDistances) {
     EXPECT_FALSE(isColor(picture("deleted.png"), middle, {255, 217, 64}));
 }
 
+TEST_F(ViewerGL, TitlesReadTheSameOverBlackAndWhite) {
+    play("key o\nsave %D/black.png\nmove 200 150\nwheel 14 ctrl\nsave %D/white.png");
+    const PngPicture black = picture("black.png");
+    const PngPicture white = picture("white.png");
+    int text = 0;
+    for (const int left : {0, 402})
+        for (const int top : {0, 289})
+            for (int y = 8; y < 18; ++y)
+                for (int x = 8; x < (left + top == 402 ? 0 : 100); ++x) { // not that of the surfaces
+                    const auto at = [&](const PngPicture& shown) {
+                        return shown.at(left + x, 599 - top - y);
+                    };
+                    text += at(black) > 90 ? 1 : 0;
+                    EXPECT_NEAR(at(white), at(black), 60) << left + x << ", " << top + y;
+                }
+    EXPECT_GT(text, 300);
+    EXPECT_EQ(white.at(60, 599 - 40), 255);
+}
+
 TEST_F(ViewerGL, NamesAndClearsSurfaces) {
     // With and without lists per pixel.
     for (const char* version : {"4.5", "3.3"}) {

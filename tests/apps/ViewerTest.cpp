@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: BSD-3-Clause
+#include "scene/Annotator.h"
 #include "viewer/CoarseMesh.h"
 #include "viewer/Interaction.h"
 #include "viewer/Options.h"
@@ -64,6 +65,17 @@ TEST(ViewerScript, NamesTheLineOfAMistake) {
             EXPECT_STREQ(error.what(), message);
         }
     }
+}
+
+TEST(Annotator, BringsLabelsInside) {
+    const std::pair<Eigen::AlignedBox2d, Vector2d> cases[]{
+        {{Vector2d(1, 1), Vector2d(9, 5)}, {0, 0}},
+        {{Vector2d(-3, 2), Vector2d(4, 7)}, {3, -1}},
+        {{Vector2d(4, -2), Vector2d(12, 1)}, {-2, 2}},
+        {{Vector2d(2, -1), Vector2d(16, 9)}, {-2, -3}},
+    };
+    for (const auto& [box, step] : cases)
+        EXPECT_EQ(stepInside(box, {10, 6}), step) << box.min().transpose();
 }
 
 TEST(PaneLayout, FillsTheWindowWithoutOverlap) {

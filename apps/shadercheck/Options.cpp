@@ -112,17 +112,22 @@ prints what is wrong with them, one line each, in the form that editors and make
 SHADER is a resource name, a repository and a path: VeltrandGL/LineRenderer.vert, or My/shade.frag with --dir My=DIR.
 Its extension tells the stage: .vert, .frag, .geom, .tesc, .tese or .comp.
 
+Stages that make a program are linked too. A vertex shader makes one with the others if no stage is named twice, and
+otherwise with those named as it is but for the extension: My/shade.vert with My/shade.frag. A compute shader is a
+program by itself. With --stage, nothing is linked.
+
   --dir NAME=PATH        serve the files in the directory PATH as the repository NAME; with the name VeltrandGL,
                          they stand in for the library's own. May be repeated, the last one counts first
   --define NAME[=VALUE]  define a macro, as a program's defines do; may be repeated
-  --include NAME=FILE    fill the abstract include NAME with the resource FILE; may be repeated
+  --include NAME=FILE    fill the abstract include NAME with the resource FILE; may be repeated. The NAME of one inside
+                         the file for another is both names joined: AB=FILE for B in the file for A
   --stage STAGE          the stage of all shaders named: vert, frag, geom, tesc, tese or comp
   --print                print the text that the compiler gets, too
   --version              name and version
   --help                 this text
 
-Exit status: 0 when all shaders compile, 1 when one does not, 2 for a wrong command line, without OpenGL, or when
-the messages cannot be written.
+Exit status: 0 when all shaders compile and link, 1 when one does not, 2 for a wrong command line, without OpenGL,
+or when the messages cannot be written.
 )";
 }
 

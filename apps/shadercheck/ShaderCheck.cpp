@@ -1,13 +1,10 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include "shadercheck/ShaderCheck.h"
 
-#include "shadercheck/StageCompiler.h"
-
-#include <Veltrand/Core/Log.h>
-#include <Veltrand/Core/Resource.h>
-#include <Veltrand/Core/String.h>
+#include "shadercheck/LinkLog.h"
 
 #include <algorithm>
+#include <array>
 #include <ostream>
 #include <stdexcept>
 #include <utility>
@@ -17,67 +14,6 @@ namespace Veltrand::Apps {
 namespace {
 
 using Severity = GL::ShaderMessage::Severity;
-
-/// Collects what the preprocessor has to say about a shader.
-class PreprocessorLog : private Utils::NotCopyable {
-public:
-    PreprocessorLog()
-        : m_sink(Log::addSink([this](const Log::Message& message) {
-            if (message.level >= Log::Warning && message.category == "GL.Program")
-                m_lines.emplace_back(message.level, message.text);
-        })) {}
-    ~PreprocessorLog() { Log::removeSink(m_sink); }
-
-    [[nodiscard]] const std::vector<std::pair<int, std::string>>& lines() const { return m_lines; }
-
-private:
-    std::vector<std::pair<int, std::string>> m_lines;
-    Log::SinkId m_sink;
-};
-
-std::optional<ByteBuffer> readShader(const std::string& name) {
-    const auto slash = name.find('/');
-    if (slash != std::string::npos)
-        if (auto bytes = Resource::query(name.substr(0, slash), name.substr(slash + 1)))
-            return bytes;
-    return Resource::query({}, name);
-}
-
-/// Where the include @p wanted is named, in @p file or in what that includes.
-std::optional<GL::ShaderLocation> findInclude(const std::string& file, const std::string& wanted,
-                                              std::vector<std::string>& visited) {
-    const auto bytes = readShader(file);
-    if (!bytes || std::find(visited.begin(), visited.end(), file) != visited.end())
-        return std::nullopt;
-    visited.push_back(file);
-    int number = 0;
-    for (const std::string& line : String::split(bytes->view().toStringView(), "\n")) {
-        ++number;
-        const auto open = line.find('"');
-        const auto close = line.rfind('"');
-        if (line.find("#pragma ") == std::string::npos || open == close)
-            continue;
-        const std::string included = line.substr(open + 1, close - open - 1);
-        if (included == wanted)
-            return GL::ShaderLocation{file, number};
-        if (auto found = findInclude(included, wanted, visited))
-            return found;
-    }
-    return std::nullopt;
-}
-
-/// What a line of the preprocessor's log says, placed where an include is missing.
-GL::ShaderMessage messageOf(const std::string& shader, int level, const std::string& text) {
-    GL::ShaderMessage message{level >= Log::Error ? Severity::Error : Severity::Warning, {}, text};
-    const std::string prefix = "OpenGL shader " + shader + ": include ";
-    const std::string suffix = " not found!";
-    if (text.starts_with(prefix) && text.ends_with(suffix)) {
-        const auto name = text.substr(prefix.size(), text.size() - prefix.size() - suffix.size());
-        std::vector<std::string> visited;
-        message.location = findInclude(shader, name, visited);
-    }
-    return message;
-}
 
 const char* severityName(Severity severity) {
     switch (severity) {
@@ -91,11 +27,33 @@ const char* severityName(Severity severity) {
     return "note";
 }
 
+int pipelinePosition(GL::Program::Stage stage) {
+    using Stage = GL::Program::Stage;
+    constexpr std::array<Stage, 6> pipeline{Stage::Vertex,
+                                            Stage::TessellationControl,
+                                            Stage::TessellationEvaluation,
+                                            Stage::Geometry,
+                                            Stage::Fragment,
+                                            Stage::Compute};
+    return static_cast<int>(std::find(pipeline.begin(), pipeline.end(), stage) - pipeline.begin());
+}
+
+/// Shaders of one program have the same name without the extension.
+std::string_view stem(std::string_view shader) {
+    return shader.substr(0, shader.rfind('.'));
+}
+
 } // namespace
 
 ShaderCheck::ShaderCheck(CheckOptions options, std::ostream& out)
     : m_options(std::move(options))
     , m_out(out) {
+    // One that is named twice, as patterns of a shell may do, is one stage of its program.
+    std::vector<std::string> shaders;
+    for (std::string& shader : std::exchange(m_options.shaders, {}))
+        if (std::find(shaders.begin(), shaders.end(), shader) == shaders.end())
+            shaders.push_back(std::move(shader));
+    m_options.shaders = std::move(shaders);
     for (const NamedDirectory& given : m_options.directories)
         m_directories.push_back(
             {given, std::make_unique<Resource::DirectoryRepository>(given.name, given.path)});
@@ -111,52 +69,103 @@ GL::Program::Stage ShaderCheck::stageOf(const std::string& shader) const {
     throw std::runtime_error("the stage of " + shader + " is not known");
 }
 
-/// Empty when a file is missing, which is printed.
-std::string ShaderCheck::assemble(const std::string& shader) const {
-    const PreprocessorLog log;
-    std::string source;
-    std::string failure;
+ShaderCheck::Shader ShaderCheck::compile(const std::string& name) const {
+    Shader shader{name, stageOf(name), {}, {}};
+    GL::Program::ShaderInfo info;
+    info.stage = shader.stage;
+    info.name = name;
     try {
-        GL::Program::ShaderInfo info;
-        info.stage = stageOf(shader);
-        info.name = shader;
-        source = GL::Program::loadShaderSource(info, false, m_options.includes, m_options.defines, {});
-    } catch (const std::exception& error) {
-        failure = error.what();
+        shader.source = GL::Program::assembleShader(info, false, m_options.includes, m_options.defines, {});
+    } catch (const GL::ShaderSourceError& error) {
+        print(name, error.message());
+        return shader;
     }
-    bool explained = false;
-    for (const auto& [level, text] : log.lines()) {
-        print(shader, messageOf(shader, level, text));
-        explained |= level >= Log::Error;
-    }
-    if (!failure.empty() && !explained)
-        print(shader, {Severity::Error, {}, failure});
-    return source;
-}
-
-bool ShaderCheck::check(const std::string& shader) {
-    const std::string source = assemble(shader);
-    if (source.empty())
-        return false;
+    for (const GL::ShaderMessage& warning : shader.source.warnings)
+        print(name, warning);
+    const std::string text = shader.source.driverText();
     if (m_options.print)
-        m_out << source;
-    const StageResult result = compileStage(stageOf(shader), source);
+        m_out << text;
+    shader.compiled.emplace(shader.stage, text);
     bool explained = false;
-    for (const GL::ShaderMessage& message : GL::parseShaderLog(result.log, source)) {
-        print(shader, message);
+    for (const GL::ShaderMessage& message : GL::parseShaderLog(shader.compiled->log(), shader.source.lines)) {
+        print(name, message);
         explained |= message.severity == Severity::Error;
     }
-    if (!result.compiled && !explained)
-        print(shader, {Severity::Error, {}, "the shader does not compile, and the driver does not say why"});
-    return result.compiled;
+    if (!shader.isGood() && !explained)
+        print(name, {Severity::Error, {}, "the shader does not compile, and the driver does not say why"});
+    return shader;
+}
+
+/// The programs that shaders make, each in the order of the pipeline. Parts of a program are left out.
+std::vector<ShaderCheck::Shaders> ShaderCheck::programsOf(const std::vector<Shader>& shaders) {
+    using Stage = GL::Program::Stage;
+    Shaders sorted;
+    for (const Shader& shader : shaders)
+        sorted.push_back(&shader);
+    std::stable_sort(sorted.begin(), sorted.end(), [](const Shader* a, const Shader* b) {
+        return pipelinePosition(a->stage) < pipelinePosition(b->stage);
+    });
+    const bool isOne = std::adjacent_find(sorted.begin(), sorted.end(), [](const Shader* a, const Shader* b) {
+                           return a->stage == b->stage && a->stage != Stage::Compute;
+                       }) == sorted.end();
+    std::vector<Shaders> programs;
+    for (const Shader* const shader : sorted) {
+        const auto takesShader = [&](const Shaders& program) {
+            return shader->stage != Stage::Compute &&
+                   (isOne || stem(program.front()->name) == stem(shader->name));
+        };
+        const auto program = std::find_if(programs.begin(), programs.end(), takesShader);
+        (program == programs.end() ? programs.emplace_back() : *program).push_back(shader);
+    }
+    std::erase_if(programs, [](const Shaders& program) {
+        const Stage first = program.front()->stage;
+        return first != Stage::Compute && (first != Stage::Vertex || program.size() == 1);
+    });
+    return programs;
+}
+
+/// A message is told of the line that declares what it speaks of, or else of the last stage.
+bool ShaderCheck::link(const Shaders& program) const {
+    std::vector<const CompiledStage*> stages;
+    std::string names;
+    for (const Shader* const shader : program) {
+        if (!shader->isGood())
+            return false;
+        stages.push_back(&*shader->compiled);
+        names.append(names.empty() ? "" : " + ").append(shader->name);
+    }
+    const LinkResult result = linkStages(stages);
+    bool hasError = false;
+    for (const LinkMessage& message : parseLinkLog(result.log)) {
+        std::optional<GL::ShaderLocation> location;
+        for (const std::string& name : message.names)
+            for (auto shader = program.rbegin(); shader != program.rend() && !location; ++shader)
+                location = findDeclaration((*shader)->source, name);
+        print(program.back()->name, {message.severity, location, names + ": " + message.text});
+        hasError |= message.severity == Severity::Error;
+    }
+    if (!result.linked && !hasError)
+        print(program.back()->name, {Severity::Error, {}, names + ": the stages do not link"});
+    return result.linked && !hasError;
+}
+
+bool ShaderCheck::run() {
+    bool good = true;
+    std::vector<Shader> shaders;
+    for (const std::string& name : m_options.shaders) {
+        shaders.push_back(compile(name));
+        good = shaders.back().isGood() && good;
+    }
+    // Files whose names do not tell a stage are often parts of shaders.
+    if (!m_options.stage)
+        for (const Shaders& program : programsOf(shaders))
+            good = link(program) && good;
+    return good;
 }
 
 void ShaderCheck::print(const std::string& shader, const GL::ShaderMessage& message) const {
     // What belongs to no file (the version line, the defines) is told of the first line of the shader.
-    GL::ShaderLocation location = message.location.value_or(GL::ShaderLocation{shader, 1});
-    // In an abstract include, the file is named by its directive.
-    if (const auto found = m_options.includes.find(location.file); found != m_options.includes.end())
-        location.file = found->second.includePath;
+    const GL::ShaderLocation location = message.location.value_or(GL::ShaderLocation{shader, 1});
     m_out << fileOf(location.file) << ':' << location.line << ": " << severityName(message.severity) << ": "
           << message.text << '\n';
 }

@@ -6,6 +6,7 @@
 #include <Veltrand/Core/Log.h>
 #include <Veltrand/GL/ContextManager.h>
 
+#include <cstdlib>
 #include <iostream>
 #include <stdexcept>
 
@@ -18,13 +19,12 @@ int run(const CheckOptions& options) {
     if (GL::ContextManager::openGlDisabled())
         throw std::runtime_error("OpenGL is switched off by VELTRAND_DISABLE_OPENGL.");
     ShaderCheck check(options, std::cout);
+    // Mesa keeps what it has compiled, and does not repeat what it has said of it.
+    setenv("MESA_SHADER_CACHE_DISABLE", "true", 0);
     GL::init();
     // From here on, what matters is printed in another form.
     Log::setDefaultSinkEnabled(false);
-    Log::setGlobalLevel(Log::Warning);
-    bool good = true;
-    for (const std::string& shader : options.shaders)
-        good = check.check(shader) && good;
+    const bool good = check.run();
     GL::deinit();
     return good ? 0 : 1;
 }

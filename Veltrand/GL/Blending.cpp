@@ -2,10 +2,12 @@
 #include <Veltrand/GL/Blending.h>
 
 #include <Veltrand/GL/Functions.h>
+#include <Veltrand/GL/detail/IndexedState.h>
 #include <Veltrand/GL/detail/MoveOnly.h>
 
 #include <Eigen/Core>
 #include <glad/gl.h>
+#include <utility>
 
 namespace Veltrand::GL {
 
@@ -41,6 +43,18 @@ GLenum getEnum(GLenum name) {
 
 } // namespace
 
+struct Blending::Indexed {
+    IndexedValues<bool> enabled;
+    IndexedValues<BlendFactors> factors;
+    IndexedValues<BlendEquations> equations; ///< saved with those of all
+};
+
+Blending::Indexed& Blending::indexed() {
+    if (!m_indexed)
+        m_indexed = std::make_unique<Indexed>();
+    return *m_indexed;
+}
+
 Blending::Blending(Preset preset) {
     getState();
     setPreset(preset);
@@ -64,6 +78,11 @@ Blending::~Blending() {
         glBlendEquationSeparate(m_equations->rgb, m_equations->alpha);
     if (m_color)
         glBlendColor((*m_color)[0], (*m_color)[1], (*m_color)[2], (*m_color)[3]);
+    if (m_indexed) {
+        setEnabled(GL_BLEND, m_indexed->enabled);
+        setBlendFactors(m_indexed->factors);
+        setBlendEquations(m_indexed->equations);
+    }
 }
 
 Blending::Blending(Blending&& other) noexcept
@@ -74,7 +93,8 @@ Blending::Blending(Blending&& other) noexcept
     , m_dstRGB(other.m_dstRGB)
     , m_dstAlpha(other.m_dstAlpha)
     , m_equations(other.m_equations)
-    , m_color(other.m_color) {
+    , m_color(other.m_color)
+    , m_indexed(std::move(other.m_indexed)) {
     other.m_released = true;
 }
 
@@ -87,6 +107,9 @@ Blending& Blending::operator=(Blending&& other) noexcept {
     m_srcAlpha = other.m_srcAlpha;
     m_dstRGB = other.m_dstRGB;
     m_dstAlpha = other.m_dstAlpha;
+    if (m_indexed && !other.m_equations)
+        std::swap(indexed().equations, other.indexed().equations);
+    m_indexed = std::move(other.m_indexed);
     if (other.m_equations)
         m_equations = other.m_equations;
     if (other.m_color)
@@ -101,6 +124,12 @@ void Blending::getState() {
     m_srcAlpha = getEnum(GL_BLEND_SRC_ALPHA);
     m_dstRGB = getEnum(GL_BLEND_DST_RGB);
     m_dstAlpha = getEnum(GL_BLEND_DST_ALPHA);
+    auto enabled = blendingOtherThan(m_enabled);
+    auto factors = blendFactorsOtherThan({m_srcRGB, m_dstRGB, m_srcAlpha, m_dstAlpha});
+    if (!m_indexed && enabled.empty() && factors.empty())
+        return;
+    indexed().enabled = std::move(enabled);
+    indexed().factors = std::move(factors);
 }
 
 void Blending::setBlendingEnabled(bool enabled) {
@@ -126,8 +155,12 @@ void Blending::setFunction(Function src, Function dst) {
 void Blending::setEquation(Equation rgb, Equation alpha) {
     if (m_released)
         return;
-    if (!m_equations)
+    if (!m_equations) {
         m_equations = Equations{getEnum(GL_BLEND_EQUATION_RGB), getEnum(GL_BLEND_EQUATION_ALPHA)};
+        auto equations = blendEquationsOtherThan({m_equations->rgb, m_equations->alpha});
+        if (!equations.empty())
+            indexed().equations = std::move(equations);
+    }
     glBlendEquationSeparate(static_cast<GLenum>(rgb), static_cast<GLenum>(alpha));
 }
 

@@ -7,12 +7,14 @@
 #include <Veltrand/GL/GL.h>
 
 #include <array>
+#include <memory>
 #include <optional>
 
 namespace Veltrand::GL {
 
 /// Changes how colours are blended until the end of its scope, then puts back what was there before: on or
-/// off and factors always, equation and constant colour if they were changed through this object.
+/// off and factors always, equation and constant colour if they were changed through this object. What draw
+/// buffers have each for themselves comes back too.
 ///
 ///     const Blending blending(Blending::Preset::Alpha);
 ///
@@ -94,6 +96,9 @@ private:
         GLenum rgb;
         GLenum alpha;
     };
+    struct Indexed;
+
+    Indexed& indexed();
 
     bool m_released = false;
     bool m_enabled = false;
@@ -103,6 +108,7 @@ private:
     GLenum m_dstAlpha = 0;
     std::optional<Equations> m_equations;
     std::optional<std::array<float, 4>> m_color;
+    std::unique_ptr<Indexed> m_indexed; ///< null where all draw buffers have the same
 };
 
 } // namespace Veltrand::GL

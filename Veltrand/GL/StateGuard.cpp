@@ -2,6 +2,7 @@
 #include <Veltrand/GL/StateGuard.h>
 
 #include <Veltrand/GL/Functions.h>
+#include <Veltrand/GL/detail/IndexedState.h>
 
 #include <glad/gl.h>
 #include <type_traits>
@@ -33,6 +34,13 @@ void setEnabled(GLenum capability, bool enabled) {
 
 } // namespace
 
+struct StateGuard::Indexed {
+    IndexedValues<ViewportRectangle> viewports;
+    IndexedValues<bool> blending;
+    IndexedValues<BlendFactors> blendFactors;
+    IndexedValues<bool> scissorTests;
+};
+
 StateGuard::StateGuard(Flags<SaveFlags> flags)
     : m_flags(flags) {
     if (flags.test(SaveFlags::Viewport))
@@ -62,6 +70,25 @@ StateGuard::StateGuard(Flags<SaveFlags> flags)
         m_lineSmooth = getBool(GL_LINE_SMOOTH);
         m_polygonSmooth = getBool(GL_POLYGON_SMOOTH);
     }
+    saveIndexed();
+}
+
+void StateGuard::saveIndexed() {
+    Indexed indexed;
+    if (m_flags.test(SaveFlags::Viewport))
+        indexed.viewports =
+            viewportsOtherThan({static_cast<float>(m_viewport.x), static_cast<float>(m_viewport.y),
+                                static_cast<float>(m_viewport.width), static_cast<float>(m_viewport.height)});
+    if (m_flags.test(SaveFlags::Blending)) {
+        indexed.blending = blendingOtherThan(m_blend);
+        indexed.blendFactors =
+            blendFactorsOtherThan({m_blendSrcRGB, m_blendDstRGB, m_blendSrcAlpha, m_blendDstAlpha});
+    }
+    if (m_flags.test(SaveFlags::Scissor))
+        indexed.scissorTests = scissorTestsOtherThan(m_scissorTest);
+    if (!indexed.viewports.empty() || !indexed.blending.empty() || !indexed.blendFactors.empty() ||
+        !indexed.scissorTests.empty())
+        m_indexed = std::make_unique<Indexed>(std::move(indexed));
 }
 
 StateGuard::~StateGuard() {
@@ -85,7 +112,8 @@ StateGuard::StateGuard(StateGuard&& other) noexcept
     , m_lineSmooth(std::exchange(other.m_lineSmooth, false))
     , m_polygonSmooth(std::exchange(other.m_polygonSmooth, false))
     , m_stencilTest(std::exchange(other.m_stencilTest, false))
-    , m_stencilMask(std::exchange(other.m_stencilMask, 0xFFFFFFFF)) {}
+    , m_stencilMask(std::exchange(other.m_stencilMask, 0xFFFFFFFF))
+    , m_indexed(std::move(other.m_indexed)) {}
 
 void StateGuard::restoreState(Flags<SaveFlags> flags) {
     const Flags<SaveFlags> active = flags & m_flags;
@@ -114,6 +142,20 @@ void StateGuard::restoreState(Flags<SaveFlags> flags) {
         setEnabled(GL_STENCIL_TEST, m_stencilTest);
         glStencilMask(m_stencilMask);
     }
+    if (m_indexed)
+        restoreIndexed(active);
+}
+
+// After the functions that set all of them alike.
+void StateGuard::restoreIndexed(Flags<SaveFlags> active) {
+    if (active.test(SaveFlags::Viewport))
+        setViewports(m_indexed->viewports);
+    if (active.test(SaveFlags::Blending)) {
+        setEnabled(GL_BLEND, m_indexed->blending);
+        setBlendFactors(m_indexed->blendFactors);
+    }
+    if (active.test(SaveFlags::Scissor))
+        setEnabled(GL_SCISSOR_TEST, m_indexed->scissorTests);
 }
 
 void StateGuard::release(Flags<SaveFlags> flags) {

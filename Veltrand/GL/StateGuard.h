@@ -7,11 +7,14 @@
 #include <Veltrand/GL/GL.h>
 #include <Veltrand/GL/Viewport.h>
 
+#include <memory>
+
 namespace Veltrand::GL {
 
 /// Saves chosen pieces of global state and puts them back at the end of its scope.
 ///
 ///     const StateGuard guard(StateGuard::SaveFlags::Framebuffer | StateGuard::SaveFlags::Viewport);
+/// What viewports and draw buffers have each for themselves, from OpenGL 4.0 and 4.1 on, comes back too.
 ///
 /// Belongs to the context that is current where it is made: destroy it there, on the same thread.
 class VELTRAND_GL_API StateGuard : private Utils::NotCopyable {
@@ -45,6 +48,11 @@ public:
     void release(Flags<SaveFlags> flags);
 
 private:
+    struct Indexed;
+
+    void saveIndexed();
+    void restoreIndexed(Flags<SaveFlags> active);
+
     GLuint m_framebuffer = 0;
     GLuint m_program = 0;
     Viewport m_viewport;
@@ -62,6 +70,7 @@ private:
     bool m_polygonSmooth = false;
     bool m_stencilTest = false;
     GLuint m_stencilMask = 0xFFFFFFFF;
+    std::unique_ptr<Indexed> m_indexed; ///< null where all viewports and draw buffers have the same
 };
 
 VELTRAND_FLAG_OPERATORS(StateGuard::SaveFlags)

@@ -45,6 +45,45 @@ TEST_F(StateGuardGL, EveryPieceComesBackAfterTwoChanges) {
     }
 }
 
+TEST_F(StateGuardGL, ViewportsAndDrawBuffersComeBackEachForItself) {
+    if (!hasVersion(4, 1))
+        GTEST_SKIP() << "several viewports need OpenGL 4.1";
+    const auto read = [](GLuint i) {
+        std::array<float, 4> viewport{};
+        glGetFloati_v(GL_VIEWPORT, i, viewport.data());
+        return std::tuple(viewport, glIsEnabledi(GL_SCISSOR_TEST, i), glIsEnabledi(GL_BLEND, i),
+                          getIntIndexed(GL_BLEND_SRC_RGB, i), getIntIndexed(GL_BLEND_DST_ALPHA, i),
+                          getIntIndexed(GL_BLEND_EQUATION_RGB, i));
+    };
+    const auto readAll = [&read] {
+        std::vector<decltype(read(0))> all;
+        for (GLuint i = 0; i < 8; ++i)
+            all.push_back(read(i));
+        return all;
+    };
+    const StateGuard outer(Flag::All);
+    for (const GLuint own : {0U, 1U, 7U}) {
+        glViewportIndexedf(own, 0.5F, 1, 2, 3.25F);
+        glEnablei(GL_SCISSOR_TEST, own);
+        glEnablei(GL_BLEND, own);
+        glBlendFuncSeparatei(own, GL_ZERO, GL_ONE, GL_ONE, GL_DST_ALPHA);
+        glBlendEquationi(own, GL_MAX);
+        const auto before = readAll();
+        {
+            StateGuard guard(Flag::All);
+            const StateGuard moved(std::move(guard));
+            Viewport{0, 0, 1, 1}.set();
+            Blending blending(Blending::Preset::Alpha);
+            blending.setEquation(Blending::Equation::Min);
+            Blending other(Blending::Preset::Off); // with factors that are the same for all
+            other = std::move(blending);
+            glDisable(GL_SCISSOR_TEST);
+        }
+        EXPECT_EQ(readAll(), before) << own;
+    }
+    glBlendEquation(GL_FUNC_ADD);
+}
+
 TEST_F(StateGuardGL, StencilIsSavedByTheScissorBitAndRestoredByItsOwn) {
     using State = std::array<unsigned, 2>;
     for (const auto& [flags, restored] : {std::pair(Flags<Flag>(Flag::Scissor), State{1, 3}),

@@ -40,15 +40,9 @@ TEST_F(BufferGL, NamesAreDeletedOnce) {
     Testing::CallCounter<glad_glDeleteBuffers> deleted;
     {
         VertexBuffer first(Usage::StaticDraw);
-        first.setData(rowOfPoints(3));
-        const GLuint id = first.id();
-        VertexBuffer second(std::move(first));
-        EXPECT_EQ(second.size(), 24);
-        EXPECT_EQ(second.numVertices(), 3U);
-        VertexBuffer third(Usage::StaticDraw);
-        third = std::move(second);
+        VertexBuffer second(Usage::StaticDraw);
+        second = std::move(first);
         EXPECT_EQ(deleted.take(), 1);
-        EXPECT_EQ(third.id(), id);
     }
     EXPECT_EQ(deleted.take(), 1);
     const ScopedEntryPoint none(glad_glGenBuffers, [](GLsizei, GLuint* ids) { *ids = 0; });

@@ -6,7 +6,7 @@
 using namespace Veltrand::Apps;
 
 int main(int argc, char** argv) {
-    const Program program{"veltrandgl-gallery", usage(), std::string(help())};
+    const ProgramText program{"veltrandgl-gallery", usage(), std::string(help())};
     return runProgram<GalleryOptions>(program, argc, argv, parseOptions, [](const GalleryOptions& options) {
         return runGallery(options) == 0 ? 0 : 1;
     });

@@ -86,7 +86,7 @@ bool report(const InfoOptions& options) {
 } // namespace
 
 int main(int argc, char** argv) {
-    const Program program{"veltrandgl-info", usage, help};
+    const ProgramText program{"veltrandgl-info", usage, help};
     return runProgram<InfoOptions>(program, argc, argv, parse,
                                    [](const InfoOptions& options) { return report(options) ? 0 : 1; });
 }

@@ -34,6 +34,6 @@ int run(const CheckOptions& options) {
 int main(int argc, char** argv) {
     Log::setGlobalLevel(Log::Error);
     // What 1 says of shaders must be true, so that all other failures end with 2.
-    const Program program{"veltrandgl-shadercheck", checkUsage(), std::string(checkHelp()), 2};
+    const ProgramText program{"veltrandgl-shadercheck", checkUsage(), std::string(checkHelp()), 2};
     return runProgram<CheckOptions>(program, argc, argv, parseCheckOptions, run);
 }

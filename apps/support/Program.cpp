@@ -75,7 +75,7 @@ void occupyStandardStreams() {
             (void)::open("/dev/null", stream == STDIN_FILENO ? O_WRONLY : O_RDONLY);
 }
 
-int carryOut(const Program& program, const std::function<int()>& body) {
+int carryOut(const ProgramText& program, const std::function<int()>& body) {
     try {
         return body();
     } catch (const UsageError& error) {
@@ -93,7 +93,7 @@ std::string_view libraryVersion() {
     return VELTRAND_VERSION;
 }
 
-bool answer(const Program& program, Question question) {
+bool answer(const ProgramText& program, Question question) {
     switch (question) {
     case Question::Help:
         std::cout << program.usage << '\n' << program.help;
@@ -107,7 +107,7 @@ bool answer(const Program& program, Question question) {
     return false;
 }
 
-int runProgram(const Program& program, const std::function<int()>& body) {
+int runProgram(const ProgramText& program, const std::function<int()>& body) {
     occupyStandardStreams();
     std::signal(SIGPIPE, SIG_IGN); // a closed pipe is told like a full disk
     StandardOutput output;

@@ -11,7 +11,7 @@
 namespace Veltrand::Apps {
 
 /// What a program says of itself.
-struct Program {
+struct ProgramText {
     std::string_view name;
     std::string_view usage; ///< one line
     std::string help;       ///< what --help prints after the usage line
@@ -23,18 +23,18 @@ struct Program {
 [[nodiscard]] std::string_view libraryVersion();
 
 /// Prints what the user asks for; whether that is all there is to do.
-[[nodiscard]] bool answer(const Program& program, Question question);
+[[nodiscard]] bool answer(const ProgramText& program, Question question);
 
 /// Carries out what a program does and gives its exit status. What is thrown is printed on standard error,
 /// with the usage where the command line is wrong. Text for `std::cout` that standard output does not take,
-/// since its disk is full or nobody reads it, ends in a message and `Program::failure` as well.
-[[nodiscard]] int runProgram(const Program& program, const std::function<int()>& body);
+/// since its disk is full or nobody reads it, ends in a message and `ProgramText::failure` as well.
+[[nodiscard]] int runProgram(const ProgramText& program, const std::function<int()>& body);
 
 /// The whole of a main function.
 /// @param parse gives options, with a `question`, for the command line without the program's name
 /// @param run carries them out and gives the exit status
 template<class Options>
-[[nodiscard]] int runProgram(const Program& program, int argc, char** argv,
+[[nodiscard]] int runProgram(const ProgramText& program, int argc, char** argv,
                              Options (*parse)(Utils::Span<const char* const>), int (*run)(const Options&)) {
     return runProgram(program, [&] {
         const Options options = parse({argv + std::min(argc, 1), argv + argc});

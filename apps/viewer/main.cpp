@@ -78,6 +78,6 @@ int showOrPlaceMistake(const ViewerOptions& options) {
 
 int main(int argc, char** argv) {
     using namespace Veltrand::Apps;
-    const Program program{Name, viewerUsage(), viewerHelp()};
+    const ProgramText program{Name, viewerUsage(), viewerHelp()};
     return runProgram<ViewerOptions>(program, argc, argv, parseViewerOptions, showOrPlaceMistake);
 }

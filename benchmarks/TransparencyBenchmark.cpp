@@ -75,7 +75,7 @@ public:
                    {"gather.frag", "#version 430\n"
                                    "#pragma include \"VeltrandGL/OrderIndependentTransparency.glh\"\n"
                                    "flat in vec4 v_color;\n"
-                                   "void main() { oit_addFragment(v_color); }\n"}})
+                                   "void main() { oit_addFragment(v_color); discard; }\n"}})
         , m_gather(Program::createVertexFragment("BenchTransparency/draw.vert",
                                                  "BenchTransparency/gather.frag", "",
                                                  Program::Compilation::ImmediateThrow)) {

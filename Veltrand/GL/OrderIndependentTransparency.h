@@ -16,7 +16,7 @@ namespace Veltrand::GL {
 /// Composites transparent geometry that is drawn in any order.
 ///
 ///     transparency.reset(viewportSize, false);
-///     program.enable(); // its fragment shader calls oit_addFragment(color)
+///     program.enable(); // its fragment shader ends with oit_addFragment(color); discard;
 ///     transparency.setIncludeArguments(program);
 ///     ... // draw
 ///     transparency.renderBlendedFragments(opaqueColor, opaqueDepth);
@@ -24,8 +24,13 @@ namespace Veltrand::GL {
 /// Fragment shaders that include "VeltrandGL/OrderIndependentTransparency.glh" put their fragments into one
 /// list per pixel instead of writing a colour; the last call sorts each list by depth and blends it over the
 /// opaque picture. Fragments of equal depth are ordered by colour, so that the picture does not depend on the
-/// drawing order. Depth writes should be off meanwhile. Renderers take a pointer to such an object and define
-/// WITH_OIT when it is given.
+/// drawing order. Renderers take a pointer to such an object and define WITH_OIT when it is given.
+///
+/// The framebuffer of the opaque picture may be the one that is bound meanwhile, with its depth test.
+/// Renderers leave its colours alone, of whatever number and kind; a shader of one's own does when it
+/// discards after `oit_addFragment`, and makes them undefined when it does not. Depth writes should be off,
+/// because shaders that ask for early depth tests, as those of the renderers do, write the depth of what they
+/// store.
 ///
 /// The lists have room for four fragments per pixel on average at first. When a frame needs more, fragments
 /// are missing from that one, and the next has room, up to the size of the driver's storage blocks.

@@ -1,12 +1,16 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include "support/GLTest.h"
 
+#include <Veltrand/GL/FixedFunctionPipeline.h>
 #include <Veltrand/GL/Framebuffer.h>
+#include <Veltrand/GL/FullscreenSquare.h>
+#include <Veltrand/GL/LineRenderer.h>
 #include <Veltrand/GL/OrderIndependentTransparency.h>
 #include <Veltrand/GL/Program.h>
 #include <Veltrand/GL/StateGuard.h>
 #include <Veltrand/GL/VertexArrayObject.h>
 #include <Veltrand/GL/VertexBuffer.h>
+#include <Veltrand/GL/ViewState.h>
 
 #include <functional>
 #include <random>
@@ -139,7 +143,7 @@ void main() { v_color = color; gl_Position = vec4(position, 1); }
                                     {"gather.frag", R"(#version 430
 #pragma include "VeltrandGL/OrderIndependentTransparency.glh"
 flat in vec4 v_color;
-void main() { oit_addFragment(v_color); }
+void main() { oit_addFragment(v_color); discard; }
 )"}}};
     std::unique_ptr<Program> m_gather;
     StateGuard m_guard{StateGuard::SaveFlags::Framebuffer | StateGuard::SaveFlags::Viewport};
@@ -201,6 +205,46 @@ TEST_F(OrderIndependentTransparencyGL, SortsListsOfAnyLength) {
             EXPECT_LT(largestDifference(renderWithRoom(transparency, scene), expected), 0.5F / 255)
                 << length << " layers of " << opacity;
         }
+    }
+}
+
+// Into the framebuffer that holds the opaque picture, and maybe a picking texture.
+TEST_F(OrderIndependentTransparencyGL, RecordingLeavesEveryColorBufferAlone) {
+    using Selection = FixedFunctionPipeline::ShaderSelection;
+    using Ids = Eigen::Matrix<unsigned, 2, 1>;
+    OrderIndependentTransparency transparency;
+    Texture ids = makeTexture(InternalFormat::RG32UI);
+    m_framebuffer.attach(ids, 1);
+    m_framebuffer.setDrawBuffers();
+    const ViewState view({0, 0, size.x(), size.y()}, Eigen::Matrix4d::Identity(),
+                         Eigen::Matrix4d::Identity());
+    const auto useFixedFunction = [&](Selection selection, Primitive primitive) {
+        FixedFunctionPipeline& pipeline = *FixedFunctionPipeline::get();
+        pipeline.enable(view, selection, &transparency);
+        FullscreenSquare::get()->draw(primitive);
+        pipeline.disable();
+    };
+    const std::pair<const char*, std::function<void()>> recorders[] = {
+        {"a shader that discards",
+         [&] {
+             gather(transparency, {{0.5F, Vector4f::Ones()}});
+         }},
+        {"polygons", [&] { useFixedFunction(Selection::Plain, Primitive::TriangleFan); }},
+        {"lines", [&] { useFixedFunction(Selection::WideLines, Primitive::LineLoop); }},
+        {"joined lines", [&] { useFixedFunction(Selection::WideLinesAdjacency, Primitive::LinesAdjacency); }},
+        {"LineRenderer", [&] {
+             LineRenderer::get()->renderLineStrip({{-1, -1, 0}, {1, 1, 0}}, {}, view, &transparency);
+         }}};
+    const Picture opaque(numPixels, Vector4f(0.125F, 0.25F, 0.5F, 1));
+    for (const auto& [name, record] : recorders) {
+        m_target.clear(opaque.front());
+        ids.clear<unsigned>({7, 9, 0, 0});
+        transparency.reset(size, false);
+        record();
+        EXPECT_EQ(m_target.download<Vector4f>(), opaque) << name;
+        EXPECT_EQ(ids.download<Ids>(), std::vector<Ids>(numPixels, Ids(7, 9))) << name;
+        transparency.renderBlendedFragments(m_color, m_depth);
+        EXPECT_NE(m_target.download<Vector4f>(), m_color.download<Vector4f>()) << name;
     }
 }
 

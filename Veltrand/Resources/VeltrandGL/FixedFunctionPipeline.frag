@@ -15,7 +15,6 @@ in VertexData {
 } v_in;
 
 #ifdef WITH_OIT
-// What is left out below is not stored; there is nothing to discard.
 layout(early_fragment_tests) in;
 #else
 layout(location = 0) out vec4 out_color;
@@ -70,6 +69,7 @@ void main() {
 #ifdef WITH_OIT
     if (covered > 0.0)
         oit_addFragment(color);
+    discard; // the opaque picture stays as it is
 #else
     if (covered == 0.0)
         discard;

@@ -45,6 +45,7 @@ void main() {
 #ifdef WITH_OIT
     if (coverage > 0.0)
         oit_addFragment(color);
+    discard; // the opaque picture stays as it is
 #else
 #if defined(STIPPLED) || !defined(HARD_EDGES)
     if (coverage == 0.0)

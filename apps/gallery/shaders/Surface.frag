@@ -19,6 +19,7 @@ void main()
     vec4 lit = vec4(lightSurface(surfaceColor.rgb, normal, 0.4), opacity);
 #ifdef WITH_OIT
     oit_addFragment(lit);
+    discard;
 #else
     color = lit;
 #endif

@@ -26,6 +26,7 @@ void main()
     vec4 lit = vec4(lightSurface(regionColor(regionNumber), normal, 0.3), opacity);
 #ifdef WITH_OIT
     oit_addFragment(lit);
+    discard;
 #else
     color = lit;
 #endif

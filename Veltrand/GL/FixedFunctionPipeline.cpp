@@ -84,11 +84,8 @@ void FixedFunctionPipeline::enableWithoutReset(Selection selection,
     // Samplers of different types must not read from one unit, which they do at first.
     if (m_program->numImages() == 0)
         setTextures(nullptr, nullptr);
-    if (transparency) {
-        // The objects of earlier passes would use up the binding points.
-        m_program->unbindBuffers();
+    if (transparency)
         transparency->setIncludeArguments(*m_program);
-    }
 }
 
 bool FixedFunctionPipeline::drawsWideLines() const {

@@ -174,8 +174,6 @@ void LineRenderer::render(const VertexBuffer& vertexBuffer, Primitive primitive,
     else
         vertexBuffer.draw(Primitive::TriangleStrip);
     VertexBuffer::unbind();
-    // The buffers of one transparency object after the other would use up the binding points.
-    program.unbindBuffers();
     program.disable();
 }
 

@@ -174,6 +174,8 @@ void OrderIndependentTransparency::setListArguments(Program& program, bool write
     memoryBarrier(Barrier::ShaderImageAccess | Barrier::ShaderStorage);
     if (write)
         m_nodeCounters[m_counterIndex]->bindBase(counterBinding);
+    // One that another object has bound would keep its binding point for good.
+    program.unbindBuffers("oit_nodeBuffer");
     program.bindBuffer("oit_nodeBuffer", *m_nodeBuffer);
     // Without an image there are no nodes either, and the shaders leave the lists alone.
     if (m_nodeIndexImage)

@@ -264,6 +264,8 @@ public:
     void unbindImages(bool alsoTextures);
     /// Forgets the buffer bindings.
     void unbindBuffers();
+    /// Forgets the buffers of the storage block @p name.
+    void unbindBuffers(const std::string& name);
     /// The number of texture units in use.
     [[nodiscard]] int numImages() const;
 

@@ -339,6 +339,12 @@ void Program::unbindBuffers() {
     std::fill(m_bufferBindings.begin(), m_bufferBindings.end(), BufferBinding{});
 }
 
+void Program::unbindBuffers(const std::string& name) {
+    for (BufferBinding& binding : m_bufferBindings)
+        if (binding.name == name)
+            binding = {};
+}
+
 void Program::enable() {
     if (m_needsCompilation)
         logMessage(Log::Warning, category,

@@ -336,6 +336,12 @@ TEST_F(OrderIndependentTransparencyGL, OneProgramServesSeveralObjectsInTurn) {
     EXPECT_EQ(m_target.download<Vector4f>(), Picture(numPixels, red));
     second.renderBlendedFragments(m_color, m_depth);
     EXPECT_EQ(m_target.download<Vector4f>(), Picture(numPixels, green));
+    // Objects take up no binding points for good.
+    std::vector<OrderIndependentTransparency> objects(
+        static_cast<std::size_t>(getInt(GL_MAX_SHADER_STORAGE_BUFFER_BINDINGS)));
+    for (const OrderIndependentTransparency& object : objects)
+        gather(object, {});
+    EXPECT_EQ(render(objects.back(), {{0.5F, green}}), Picture(numPixels, green));
 }
 
 TEST_F(OrderIndependentTransparencyGL, TheCallersStateNeitherMattersNorChanges) {

@@ -22,6 +22,7 @@
 #include <stdexcept>
 #include <string>
 #include <string_view>
+#include <utility>
 
 namespace Veltrand::GL {
 
@@ -123,15 +124,20 @@ bool OrderIndependentTransparency::grow(unsigned demand, std::int64_t framePixel
         logMessage(Log::Debug, category, [this] {
             return "Increasing node buffer size to " + std::to_string(m_nodesPerPixel) + " nodes/pixel";
         });
-    if (demand > numNodesTotal() && framePixels > 0 && !m_hasWarned) {
-        m_hasWarned = true;
+    return m_nodesPerPixel > before;
+}
+
+// Tells once per size what the frame before must lack however often it is drawn. Its image may have gone
+// since.
+void OrderIndependentTransparency::warnOfLack(unsigned demand, std::int64_t framePixels,
+                                              std::int64_t imagePixels) {
+    const unsigned most = NodeBudget{m_maxNodes}.largestGrowth(imagePixels, m_nodesPerPixel);
+    if (demand > most && framePixels > 0 && !std::exchange(m_hasWarned, true))
         logMessage(Log::Warning, category, [&] {
             return "A frame of " + std::to_string(framePixels) + " pixels has " + std::to_string(demand) +
-                   " transparent fragments, but only " + std::to_string(numNodesTotal()) +
+                   " transparent fragments, but only " + std::to_string(most) +
                    " can be stored; the others are dropped.";
         });
-    }
-    return m_nodesPerPixel > before;
 }
 
 void OrderIndependentTransparency::reset(const Eigen::Vector2i& viewportSize, bool forceRecreate) {
@@ -139,6 +145,7 @@ void OrderIndependentTransparency::reset(const Eigen::Vector2i& viewportSize, bo
         return;
     const int width = std::max(viewportSize.x(), 0);
     const int height = std::max(viewportSize.y(), 0);
+    const std::int64_t previousImagePixels = numImagePixels();
     const bool resized = width != m_width || height != m_height;
     const bool recreated = resized && resize(width, height, forceRecreate);
     memoryBarrier(Barrier::ShaderImageAccess | Barrier::TextureUpdate | Barrier::BufferUpdate |
@@ -151,6 +158,7 @@ void OrderIndependentTransparency::reset(const Eigen::Vector2i& viewportSize, bo
     const unsigned demand = previous.getData().at(0);
 
     const bool grown = grow(demand, previousPixels);
+    warnOfLack(demand, previousPixels, previousImagePixels);
     if (resized)
         m_hasWarned = false;
     if (grown || recreated) {

@@ -87,6 +87,7 @@ private:
     [[nodiscard]] std::int64_t numImagePixels() const;
     [[nodiscard]] bool resize(int width, int height, bool forceRecreate);
     [[nodiscard]] bool grow(unsigned demand, std::int64_t framePixels);
+    void warnOfLack(unsigned demand, std::int64_t framePixels, std::int64_t imagePixels);
     void setListArguments(Program& program, bool write) const;
 
     static bool m_enabled;

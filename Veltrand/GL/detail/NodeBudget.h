@@ -41,6 +41,13 @@ struct NodeBudget {
         const std::int64_t affordable = maxNodes / imagePixels;
         return std::max(current, static_cast<int>(std::min(wanted, affordable)));
     }
+
+    /// The most that the capacity of an image can come to by growing from @p current nodes per pixel.
+    [[nodiscard]] constexpr unsigned largestGrowth(std::int64_t imagePixels, int current) const {
+        if (imagePixels <= 0)
+            return 0;
+        return capacity(imagePixels, std::max(current, static_cast<int>(maxNodes / imagePixels)));
+    }
 };
 
 } // namespace Veltrand::GL

@@ -30,7 +30,7 @@ namespace Veltrand::GL {
 /// Renderers leave its colours alone, of whatever number and kind; a shader of one's own does when it
 /// discards after `oit_addFragment`, and makes them undefined when it does not. Depth writes should be off,
 /// because shaders that ask for early depth tests, as those of the renderers do, write the depth of what they
-/// store.
+/// store. Where it is multisampled, a fragment counts in the pixels whose first sample it covers.
 ///
 /// The lists have room for four fragments per pixel on average at first. When a frame needs more, fragments
 /// are missing from that one, and the next has room, up to the size of the driver's storage blocks.

@@ -248,6 +248,25 @@ TEST_F(OrderIndependentTransparencyGL, RecordingLeavesEveryColorBufferAlone) {
     }
 }
 
+TEST_F(OrderIndependentTransparencyGL, TrianglesThatShareAnEdgeHaveNoSeamInMultisampledTargets) {
+    OrderIndependentTransparency transparency;
+    Framebuffer samples;
+    GLuint buffer = 0;
+    glGenRenderbuffers(1, &buffer);
+    glBindRenderbuffer(GL_RENDERBUFFER, buffer);
+    glRenderbufferStorageMultisample(GL_RENDERBUFFER, 4, GL_RGBA8, size.x(), size.y());
+    samples.bind();
+    glFramebufferRenderbuffer(GL_FRAMEBUFFER, GL_COLOR_ATTACHMENT0, GL_RENDERBUFFER, buffer);
+    transparency.reset(size, false);
+    gather(transparency, {{0.5F, Vector4f(1, 1, 1, 0.5F)}});
+    m_framebuffer.bind();
+    transparency.renderBlendedFragments(m_color, m_depth);
+    const Picture picture = m_target.download<Vector4f>();
+    EXPECT_EQ(picture, render(transparency, {{0.5F, Vector4f(1, 1, 1, 0.5F)}}));
+    glBindRenderbuffer(GL_RENDERBUFFER, 0);
+    glDeleteRenderbuffers(1, &buffer);
+}
+
 TEST_F(OrderIndependentTransparencyGL, HidesWhatTheOpaquePictureCovers) {
     OrderIndependentTransparency transparency;
     setBackground(Vector4f(0, 0, 0, 1), 0.5F);

@@ -3,6 +3,7 @@
 
 #include <Veltrand/Core/Log.h>
 #include <Veltrand/GL/AtomicCounterBuffer.h>
+#include <Veltrand/GL/Framebuffer.h>
 #include <Veltrand/GL/FullscreenSquare.h>
 #include <Veltrand/GL/Functions.h>
 #include <Veltrand/GL/Program.h>
@@ -10,6 +11,7 @@
 #include <Veltrand/GL/ShaderStorageBuffer.h>
 #include <Veltrand/GL/StateGuard.h>
 #include <Veltrand/GL/Texture.h>
+#include <Veltrand/GL/Viewport.h>
 #include <Veltrand/GL/detail/LogMessage.h>
 #include <Veltrand/GL/detail/MoveOnly.h>
 #include <Veltrand/GL/detail/NodeBudget.h>
@@ -17,6 +19,7 @@
 
 #include <Eigen/Core>
 #include <algorithm>
+#include <cmath>
 #include <exception>
 #include <glad/gl.h>
 #include <stdexcept>
@@ -33,16 +36,48 @@ namespace {
 constexpr std::string_view category = "GL.OrderIndependentTransparency";
 constexpr GLuint counterBinding = 6;
 constexpr GLuint endOfList = 0xFFFFFFFF;
+constexpr unsigned surelySorted = 1024; // as many fragments as every driver sorts
 
 /// Lets what a fragment shader writes reach the first draw buffer, and nothing else, unchanged; then puts
 /// back what the caller had set.
 class PlainOutput : private Utils::NotCopyable {
+    // Samples would let a pixel on the square's diagonal be shaded twice, at the same time.
+    static constexpr std::array samples = {GLenum{GL_MULTISAMPLE}};
+
     DrawingBindings m_bindings;
     SquareDrawing m_square;
     UntestedFragments m_tests;
+    DisabledCapabilities m_samples{samples};
     DisabledIndices m_blending{GL_BLEND, 1};
     FirstBufferOnly m_buffers{FirstBufferOnly::First::Written};
 };
+
+/// How depths that a shader reads are to be compared with those of fragments.
+struct DepthSteps {
+    float number;    ///< from 0 to 1 in the texture's format
+    float read;      ///< the same, as the driver computes what is read
+    float tolerance; ///< by how many a depth may be read too high
+};
+
+constexpr float stepsOf24Bits = 0x1p24F - 1;
+
+/// Of the 2D texture that is bound to the active unit, which may hold depths as colours, too.
+DepthSteps boundDepthSteps(float readStepsOf24Bits) {
+    constexpr float exact = 0x1p100F;               // so many that floats are not rounded
+    constexpr float stepsWithinFloat = 0x1p23F - 1; // of finer formats, which do not fit into what is read
+    GLint bits = 0;
+    GLint type = GL_NONE;
+    glGetTexLevelParameteriv(GL_TEXTURE_2D, 0, GL_TEXTURE_DEPTH_SIZE, &bits);
+    glGetTexLevelParameteriv(GL_TEXTURE_2D, 0, GL_TEXTURE_DEPTH_TYPE, &type);
+    if (type != GL_UNSIGNED_NORMALIZED || bits <= 0)
+        return {exact, exact, 0};
+    if (bits > 24)
+        return {stepsWithinFloat, stepsWithinFloat, 1};
+    if (bits == 24)
+        return {stepsOf24Bits, readStepsOf24Bits, 0};
+    const float steps = std::exp2(static_cast<float>(bits)) - 1;
+    return {steps, steps, 0};
+}
 
 std::int64_t maxStorageBlockSize() {
     GLint64 bytes = 0;
@@ -75,12 +110,47 @@ OrderIndependentTransparency::OrderIndependentTransparency() {
     }
     for (auto& counter : m_nodeCounters)
         counter = std::make_unique<AtomicCounterBuffer>(1, Buffer::Usage::DynamicRead);
+    m_incompletePixels = std::make_unique<AtomicCounterBuffer>(1, Buffer::Usage::DynamicRead);
+    m_incompletePixels->reset(0);
     AtomicCounterBuffer::unbind();
     m_nodeBuffer = std::make_unique<ShaderStorageBuffer>(Buffer::Usage::DynamicCopy);
     ShaderStorageBuffer::unbind();
     m_sampler = std::make_unique<Sampler>();
     m_sampler->setFiltering(Sampler::MinFilter::Nearest, Sampler::MagFilter::Nearest);
     m_maxNodes = NodeBudget::fromBlockSize(maxStorageBlockSize()).maxNodes;
+    static const float readSteps = measureReadSteps();
+    m_readSteps = readSteps;
+}
+
+// How many steps of a 24-bit depth lie between 0 and 1 for a shader that reads it. Mesa's software drivers
+// multiply by a rounded factor, so that half of the depths come out one step too deep.
+float OrderIndependentTransparency::measureReadSteps() {
+    constexpr float depth = 0.8125F;
+    constexpr double step = 13631487; // that depth, rounded
+    const Eigen::Vector3i texel(1, 1, 1);
+    Texture source(Texture::Target::Texture2D, texel, InternalFormat::DepthComponent24);
+    source.clear<float>({depth, 0, 0, 0});
+    Texture target(Texture::Target::Texture2D, texel, InternalFormat::R32F);
+
+    const StateGuard guard(StateGuard::SaveFlags::Program | StateGuard::SaveFlags::Framebuffer |
+                           StateGuard::SaveFlags::Viewport);
+    const PlainOutput output;
+    Framebuffer framebuffer;
+    framebuffer.bind();
+    framebuffer.attach(target, 0);
+    framebuffer.setDrawBuffers();
+    Viewport{0, 0, 1, 1}.set();
+    m_blendProgram->enable();
+    m_blendProgram->setArgument("oit_numNodesAllocated", 0U); // the background alone
+    m_blendProgram->setArgument("u_backgroundColor", source, *m_sampler);
+    m_blendProgram->setArgument("u_backgroundDepth", source, *m_sampler);
+    FullscreenSquare::get()->drawFilled();
+    m_blendProgram->unbindImages(true);
+    m_blendProgram->disable();
+
+    const auto steps = static_cast<float>(step / double{target.download<float>().at(0)});
+    const bool isPlausible = std::abs(steps - stepsOf24Bits) < 4;
+    return isPlausible ? steps : stepsOf24Bits;
 }
 
 OrderIndependentTransparency::~OrderIndependentTransparency() = default;
@@ -127,8 +197,7 @@ bool OrderIndependentTransparency::grow(unsigned demand, std::int64_t framePixel
     return m_nodesPerPixel > before;
 }
 
-// Tells once per size what the frame before must lack however often it is drawn. Its image may have gone
-// since.
+// Tells once per size what the frame before lacks however often it is drawn; its image may have gone since.
 void OrderIndependentTransparency::warnOfLack(unsigned demand, std::int64_t framePixels,
                                               std::int64_t imagePixels) {
     const unsigned most = NodeBudget{m_maxNodes}.largestGrowth(imagePixels, m_nodesPerPixel);
@@ -137,6 +206,18 @@ void OrderIndependentTransparency::warnOfLack(unsigned demand, std::int64_t fram
             return "A frame of " + std::to_string(framePixels) + " pixels has " + std::to_string(demand) +
                    " transparent fragments, but only " + std::to_string(most) +
                    " can be stored; the others are dropped.";
+        });
+    if (demand <= surelySorted)
+        return;
+    m_incompletePixels->bind();
+    const unsigned incomplete = m_incompletePixels->getData().at(0);
+    if (incomplete == 0)
+        return;
+    m_incompletePixels->reset(0);
+    if (!std::exchange(m_hasWarnedOfSorting, true))
+        logMessage(Log::Warning, category, [incomplete] {
+            return std::to_string(incomplete) + " pixels have more transparent fragments than the driver "
+                                                "lets a shader sort; they lack some.";
         });
 }
 
@@ -160,7 +241,7 @@ void OrderIndependentTransparency::reset(const Eigen::Vector2i& viewportSize, bo
     const bool grown = grow(demand, previousPixels);
     warnOfLack(demand, previousPixels, previousImagePixels);
     if (resized)
-        m_hasWarned = false;
+        m_hasWarned = m_hasWarnedOfSorting = false;
     if (grown || recreated) {
         m_nodeBuffer->bind();
         m_nodeBuffer->allocateBuffer(std::int64_t{numNodesTotal()} * NodeBudget::bytesPerNode);
@@ -204,12 +285,18 @@ void OrderIndependentTransparency::renderBlendedFragments(const Texture& backgro
     const PlainOutput output;
     m_blendProgram->enable();
     setListArguments(*m_blendProgram, false);
+    m_incompletePixels->bindBase(counterBinding);
     m_blendProgram->setArgument("u_backgroundColor", backgroundColor, *m_sampler);
     m_blendProgram->setArgument("u_backgroundDepth", backgroundDepth, *m_sampler);
+    const DepthSteps steps = boundDepthSteps(m_readSteps);
+    m_blendProgram->setArgument("u_depthSteps", steps.number);
+    m_blendProgram->setArgument("u_readSteps", steps.read);
+    m_blendProgram->setArgument("u_depthTolerance", steps.tolerance);
     FullscreenSquare::get()->drawFilled();
     m_blendProgram->unbindImages(true);
     m_blendProgram->unbindBuffers();
     m_blendProgram->disable();
+    m_nodeCounters[m_counterIndex]->bindBase(counterBinding);
 }
 
 } // namespace Veltrand::GL

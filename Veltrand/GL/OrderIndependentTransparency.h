@@ -45,7 +45,8 @@ public:
 
     /// Throws `std::runtime_error`: "GL::OrderIndependentTransparency requires OpenGL 4.4" where it is not
     /// supported, and "Order-independent transparency functionality disabled due to driver issues." where the
-    /// shaders do not build, which is logged and disables it for the life of the process. GL: 4.4
+    /// shaders do not build, which is logged and disables it for the life of the process. Empties texture
+    /// unit 0, which is then active, when it is the first of the process. GL: 4.4
     OrderIndependentTransparency();
     ~OrderIndependentTransparency();
     /// The source then has no lists: fragments that are given to it are dropped, and it draws nothing.
@@ -55,10 +56,10 @@ public:
     /// Starts a frame with empty lists. Waits for the drawing of the one before.
     ///
     /// Lists are kept for pixels from the window's lower left corner up to @p viewportSize; memory grows to
-    /// the largest size seen. Where a frame needs more nodes than the driver's storage blocks can hold, a
-    /// warning is logged, once per size. A size without pixels takes no fragments. Leaves no storage buffer
-    /// and no atomic counter buffer bound; a new size leaves its texture bound to unit 0, which is then
-    /// active.
+    /// the largest size seen. Where a frame has had more fragments than the driver's storage blocks can hold,
+    /// or a pixel more than the driver lets a shader sort, a warning is logged, once per size. A size without
+    /// pixels takes no fragments. Leaves no storage buffer and no atomic counter buffer bound; a new size
+    /// leaves its texture bound to unit 0, which is then active.
     /// @param forceRecreate allocate anew when the size has changed, even if the memory would do
     /// GL: glClearTexImage, 4.4; glGetBufferSubData, glMemoryBarrier
     void reset(const Eigen::Vector2i& viewportSize, bool forceRecreate);
@@ -69,7 +70,8 @@ public:
     void setIncludeArguments(Program& program) const;
 
     /// Ends a frame: draws over the whole viewport the opaque picture with those fragments that lie in front
-    /// of @p backgroundDepth, into the first draw buffer. It may be called more than once.
+    /// of @p backgroundDepth, into the first draw buffer. What is as deep in the format of @p backgroundDepth
+    /// is hidden, as with the depth function GL_LESS. It may be called more than once.
     ///
     /// The two 2D textures are read at the window position of each pixel, so they have at least the size of
     /// the viewport, and must not be attached to the framebuffer that is drawn to. Alpha is composited too.
@@ -88,6 +90,7 @@ private:
     [[nodiscard]] bool resize(int width, int height, bool forceRecreate);
     [[nodiscard]] bool grow(unsigned demand, std::int64_t framePixels);
     void warnOfLack(unsigned demand, std::int64_t framePixels, std::int64_t imagePixels);
+    [[nodiscard]] float measureReadSteps();
     void setListArguments(Program& program, bool write) const;
 
     static bool m_enabled;
@@ -103,7 +106,10 @@ private:
     std::array<std::int64_t, 2> m_numPixels{}; ///< of the frame that used each counter
     std::unique_ptr<Sampler> m_sampler;        ///< reads textures as they are, whatever their settings
     std::int64_t m_maxNodes = 0;
+    std::unique_ptr<AtomicCounterBuffer> m_incompletePixels; ///< of the blend passes since `reset`
+    float m_readSteps = 0;                                   ///< of a 24-bit depth in shaders
     bool m_hasWarned = false;
+    bool m_hasWarnedOfSorting = false;
 };
 
 } // namespace Veltrand::GL

@@ -144,7 +144,8 @@ void main() { v_color = color; gl_Position = vec4(position, 1); }
 #pragma include "VeltrandGL/OrderIndependentTransparency.glh"
 flat in vec4 v_color;
 void main() { oit_addFragment(v_color); discard; }
-)"}}};
+)"},
+                                    {"depthOnly.frag", "#version 330\nvoid main() {}\n"}}};
     std::unique_ptr<Program> m_gather;
     StateGuard m_guard{StateGuard::SaveFlags::Framebuffer | StateGuard::SaveFlags::Viewport};
     Texture m_color = makeTexture(InternalFormat::RGBA32F);
@@ -194,16 +195,75 @@ TEST_F(OrderIndependentTransparencyGL, EqualsTheSortedFragmentsInAnyDrawingOrder
 TEST_F(OrderIndependentTransparencyGL, SortsListsOfAnyLength) {
     OrderIndependentTransparency transparency;
     std::uniform_real_distribution<float> unit(0, 1);
-    for (const int length : {0, 1, 16, 17, 64, 65, 200}) {
+    for (const int length : {0, 1, 16, 17, 64, 65, 200, 1000}) {
         for (const float opacity : {1.F / float(length + 1), 1.F}) {
             Scene scene;
             for (int i = 0; i < length; ++i)
                 scene.push_back({float(i + 1) / float(length + 2),
                                  Vector4f(unit(m_random), unit(m_random), unit(m_random), opacity)});
             const Picture expected = renderReference(scene);
+            const Picture picture = renderWithRoom(transparency, scene);
+            EXPECT_LT(largestDifference(picture, expected), 0.5F / 255) << length << " layers of " << opacity;
+            std::ranges::reverse(scene);
+            EXPECT_EQ(render(transparency, scene), picture) << length << " layers, farthest first";
             std::ranges::shuffle(scene, m_random);
-            EXPECT_LT(largestDifference(renderWithRoom(transparency, scene), expected), 0.5F / 255)
-                << length << " layers of " << opacity;
+            EXPECT_EQ(render(transparency, scene), picture) << length << " layers in any order";
+            transparency.renderBlendedFragments(m_color, m_depth);
+            EXPECT_EQ(m_target.download<Vector4f>(), picture) << length << " layers, blended twice";
+        }
+    }
+    // Some drivers end long loops.
+    Scene scene;
+    for (int i = 0; i < 6000; ++i)
+        scene.push_back({float(i) / 6000, Vector4f(unit(m_random), 0, 0, 1.F / 6000), 1});
+    const Picture picture = renderWithRoom(transparency, scene);
+    (void)render(transparency, {});
+    EXPECT_NE(largestDifference(picture, renderReference(scene)) < 3.F / 255,
+              log().takeLine({3, std::string(category),
+                              "16 pixels have more transparent fragments than the driver lets a shader sort; "
+                              "they lack some."}));
+}
+
+// A slope from the near to the far plane and its copy, which is moved by steps of the depth format.
+TEST_F(OrderIndependentTransparencyGL, ComparesDepthsAsTheOpaquePictureRoundsThem) {
+    OrderIndependentTransparency transparency;
+    VertexBuffer slope(Buffer::Usage::StaticDraw);
+    slope.setData(std::vector<Vector3f>{{-1, -1, -1}, {1, -1, 0.7F}, {-1, 1, -0.7F}, {1, 1, 1}},
+                  std::vector<Vector4f>(4, Vector4f::Ones()));
+    const auto depthOnly =
+        Program::createVertexFragment("Oit/draw.vert", "Oit/depthOnly.frag", "", Compilation::ImmediateThrow);
+    for (const InternalFormat format : {InternalFormat::DepthComponent16, InternalFormat::DepthComponent24,
+                                        InternalFormat::DepthComponent32, InternalFormat::DepthComponent32F,
+                                        InternalFormat::Depth24Stencil8, InternalFormat::Depth32FStencil8,
+                                        InternalFormat::DepthComponent}) {
+        Texture depth = makeTexture(format);
+        Framebuffer opaque;
+        opaque.bind();
+        opaque.attach(depth, 0);
+        opaque.setDrawBuffers();
+        clearDepthBuffer(1);
+        glEnable(GL_DEPTH_TEST);
+        depthOnly->enable();
+        slope.draw(Primitive::TriangleStrip);
+        glDisable(GL_DEPTH_TEST);
+        for (const float offset : {1.F, 0.F, -1.F}) {
+            if (offset < 0 && format == InternalFormat::DepthComponent32)
+                continue;  // finer than a shader sees
+            opaque.bind(); // whose format gives the unit of offsets
+            glEnable(GL_POLYGON_OFFSET_FILL);
+            glPolygonOffset(0, offset);
+            transparency.reset(size, false);
+            m_gather->enable();
+            transparency.setIncludeArguments(*m_gather);
+            slope.draw(Primitive::TriangleStrip);
+            m_gather->disable();
+            glPolygonOffset(0, 0);
+            glDisable(GL_POLYGON_OFFSET_FILL);
+            m_framebuffer.bind();
+            transparency.renderBlendedFragments(m_color, depth);
+            const Picture picture = m_target.download<Vector4f>();
+            EXPECT_EQ(std::ranges::count(picture, Vector4f(Vector4f::Ones())), offset < 0 ? numPixels : 0)
+                << format.toString() << " and an offset of " << offset;
         }
     }
 }

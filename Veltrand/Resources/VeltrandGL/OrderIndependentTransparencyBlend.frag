@@ -1,31 +1,61 @@
 #version 430
 // Composites the fragments that OrderIndependentTransparency.glh has gathered, which also describes the nodes.
 
+layout(binding = 6) uniform atomic_uint oit_numIncompletePixels;
 layout(r32ui) uniform readonly restrict uimage2D oit_nodeIndexImg;
-layout(std430) readonly restrict buffer oit_nodeBuffer {
+layout(std430) restrict buffer oit_nodeBuffer {
     uint oit_nodes[];
 };
 uniform uint oit_numNodesAllocated;
 
 uniform sampler2D u_backgroundColor;
 uniform sampler2D u_backgroundDepth;
+uniform float u_depthSteps;     // from 0 to 1 in the format of the background's depth
+uniform float u_readSteps;      // the same, as the driver computes what is read
+uniform float u_depthTolerance; // steps by which a depth may be read too high
 
 layout(location = 0) out vec4 out_color;
 
-// A pixel's fragments are composited in batches, nearest batch first. A batch is made of runs, each kept sorted
-// from near to far by insertion, which is the fastest for the few fragments that most pixels have; it is read by
-// merging the runs.
+// The nearest fragments of a pixel are composited in batches. A batch is made of runs, each kept sorted from near to
+// far by insertion, which is the fastest for the few fragments that most pixels have; it is read by merging the runs.
+// Each batch takes a walk along the list, so where light still passes a few of them, or the first one of a long list,
+// the list itself is sorted.
 const uint runLength = 8u;
 const uint batchSize = 4u * runLength;
+const uint maxBatches = 4u;
+const uint maxLeft = 512u; // fragments beyond a batch for which there is another one
 uvec2 batch[batchSize]; // the first two words of the nodes
 
 const uvec2 farthest = uvec2(0xFFFFFFFFu);
+const uint none = 0xFFFFFFFFu; // ends a list
 
 // What is left of the light behind the fragments done that no longer changes an image of 8 bits.
 const float opaque = 1.0 / 8192.0;
 
 bool isFarther(uvec2 a, uvec2 b) {
     return a.x > b.x || (a.x == b.x && a.y > b.y);
+}
+
+// As in the nodes.
+uint packDepth(float depth) {
+    depth = clamp(depth, 0.0, 1.0);
+    uint bits = depth < 0.0078125 ? uint(ceil(depth * 1073741824.0)) : floatBitsToUint(depth) - (119u << 23);
+    return max(bits, 1u) - 1u;
+}
+
+float unpackDepth(uint depth) {
+    uint bits = depth + 1u;
+    return bits < 1u << 23 ? float(bits) / 1073741824.0 : uintBitsToFloat(bits + (119u << 23));
+}
+
+// The first word of the nearest fragments that the background hides: those that come out as deep in its format.
+uint firstHidden(float backgroundDepth) {
+    float steps = roundEven(clamp(backgroundDepth, 0.0, 1.0) * u_readSteps) - u_depthTolerance;
+    // The quotient is not exact, so its neighbours are tried, too.
+    uint depth = max(packDepth((steps - 0.5) / u_depthSteps), 2u) - 2u;
+    for (int i = 0; i < 4; ++i)
+        depth += uint(roundEven(unpackDepth(depth) * u_depthSteps) < steps);
+    return depth << 6;
 }
 
 // The fragments that are composited so far.
@@ -36,12 +66,12 @@ struct Done {
 
 // Whether the fragment of a node is in front of the background and still to be composited. Goes on to the next
 // node. Of fragments that are equal to the last one done, as many are skipped as are done, whichever they are.
-bool takeFragment(inout uint node, inout Done done, uint background, out uvec2 fragment) {
+bool takeFragment(inout uint node, inout Done done, uint hidden, out uvec2 fragment) {
     fragment = uvec2(oit_nodes[3u * node], oit_nodes[3u * node + 1u]);
     node = ~oit_nodes[3u * node + 2u];
     bool isDone = fragment == done.last && done.number > 0u;
     done.number -= uint(isDone);
-    return fragment.x < background && !isDone && !isFarther(done.last, fragment);
+    return fragment.x < hidden && !isDone && !isFarther(done.last, fragment);
 }
 
 // Puts a fragment into a sorted part of the batch that begins at `first`, by moving those behind it into the free
@@ -58,19 +88,50 @@ void insert(uvec2 fragment, uint first, uint end) {
     batch[i] = fragment;
 }
 
-// Puts a fragment into a full batch in place of the farthest, unless it is itself farther.
-void replaceFarthest(uvec2 fragment) {
-    uint last = runLength - 1u;
-    uvec2 replaced = batch[last];
-    for (uint i = 2u * runLength - 1u; i < batchSize; i += runLength) {
+// The place of the farthest fragment of a full batch.
+uint placeOfFarthest() {
+    uint place = runLength - 1u;
+    uvec2 found = batch[place];
+    for (uint i = place + runLength; i < batchSize; i += runLength) {
         uvec2 candidate = batch[i];
-        if (isFarther(candidate, replaced)) {
-            replaced = candidate;
-            last = i;
+        bool isBetter = isFarther(candidate, found);
+        found = isBetter ? candidate : found;
+        place = isBetter ? i : place;
+    }
+    return place;
+}
+
+// Fills the batch with the nearest fragments that are not done. Returns how many more there are.
+uint fillBatch(uint node, Done done, uint hidden, out uint size) {
+    size = 0u;
+    uint left = 0u;
+    uint place = 0u;        // where the next fragment goes: of a full batch, instead of the farthest
+    uvec2 bound = farthest; // beyond which none is kept
+    while (true) {
+        // Pixels that are shaded together wait here for each other, because to insert is the most expensive.
+        uvec2 fragment;
+        bool isFound = false;
+        while (node < oit_numNodesAllocated) {
+            if (takeFragment(node, done, hidden, fragment)) {
+                isFound = isFarther(bound, fragment);
+                if (isFound)
+                    break;
+                ++left;
+            }
+        }
+        if (!isFound)
+            break;
+        if (size == batchSize)
+            ++left;
+        else
+            place = size++;
+        insert(fragment, place - place % runLength, place);
+        if (size == batchSize) {
+            place = placeOfFarthest();
+            bound = batch[place];
         }
     }
-    if (isFarther(replaced, fragment))
-        insert(fragment, last + 1u - runLength, last);
+    return node < oit_numNodesAllocated ? none : left; // the driver may have ended the loop
 }
 
 vec4 unpackColor(uvec2 fragment) {
@@ -81,7 +142,12 @@ vec4 unpackColor(uvec2 fragment) {
     return vec4(color.rgb, color.a * color.a);
 }
 
-// Adds the batch to what lies in front of it: a premultiplied colour, and in alpha the light that passes.
+// Adds a fragment to what lies in front of it: a premultiplied colour, and in alpha the light that passes.
+void composite(uvec2 fragment, inout vec4 front) {
+    vec4 color = unpackColor(fragment);
+    front = vec4(front.rgb + front.a * color.a * color.rgb, front.a * (1.0 - color.a));
+}
+
 void compositeBatch(uint size, inout vec4 front, inout Done done) {
     // The nearest fragment of each run that is left, and its place.
     uvec4 places = uvec4(0u, 1u, 2u, 3u) * runLength;
@@ -109,46 +175,115 @@ void compositeBatch(uint size, inout vec4 front, inout Done done) {
         first = (first & ~isRun) | (next.xxxx & isRun);
         second = (second & ~isRun) | (next.yyyy & isRun);
 
-        vec4 color = unpackColor(fragment);
-        front = vec4(front.rgb + front.a * color.a * color.rgb, front.a * (1.0 - color.a));
+        composite(fragment, front);
         done.number = fragment == done.last ? done.number + 1u : 1u;
         done.last = fragment;
     }
 }
 
+// The words of a node; farther than any other where there is none.
+uvec3 readNode(uint node) {
+    if (node >= oit_numNodesAllocated)
+        return uvec3(farthest, none);
+    return uvec3(oit_nodes[3u * node], oit_nodes[3u * node + 1u], ~oit_nodes[3u * node + 2u]);
+}
+
+void link(uint node, uint next) {
+    oit_nodes[3u * node + 2u] = ~next;
+}
+
+// Links two sorted lists to one.
+uint merge(uint a, uint b) {
+    uvec3 nodeA = readNode(a);
+    uvec3 nodeB = readNode(b);
+    uint merged = none;
+    uint last = none;
+    while (a != none || b != none) {
+        bool takesB = a == none || isFarther(nodeA.xy, nodeB.xy);
+        uint taken = takesB ? b : a;
+        if (last == none)
+            merged = taken;
+        else
+            link(last, taken);
+        last = taken;
+        uint next = takesB ? nodeB.z : nodeA.z;
+        uvec3 node = readNode(next);
+        a = takesB ? a : next;
+        b = takesB ? next : b;
+        nodeA = takesB ? nodeA : node;
+        nodeB = takesB ? node : nodeB;
+    }
+    return merged;
+}
+
+// Sorts a list from near to far by linking its nodes anew, in n log n steps.
+uint sortList(uint node) {
+    uint runs[32]; // a sorted part of 2^i nodes for each bit i that is set in their number
+    uint number = 0u;
+    while (true) {
+        bool isEnd = node >= oit_numNodesAllocated;
+        uint run = isEnd ? none : node;
+        if (!isEnd) {
+            node = ~oit_nodes[3u * run + 2u];
+            link(run, none);
+        }
+        // What one more node carries over; in the end everything.
+        uint i = 0u;
+        for (; isEnd ? number >> i != 0u : (number >> i & 1u) != 0u; ++i) {
+            if ((number >> i & 1u) != 0u)
+                run = merge(runs[i], run);
+        }
+        if (isEnd)
+            return run;
+        runs[i] = run;
+        ++number;
+    }
+}
+
+// Composites a list of any length. Its first node stays in front, where the image has it, whatever its depth.
+vec4 compositeList(uint head, uint hidden) {
+    uvec3 first = readNode(head);
+    uint sorted = sortList(first.z);
+    link(head, sorted);
+    uvec3 node = readNode(sorted);
+    vec4 front = vec4(0.0, 0.0, 0.0, 1.0);
+    bool isEnd = false;
+    while (!isEnd && front.a > opaque) {
+        bool takesFirst = isFarther(node.xy, first.xy);
+        uvec2 fragment = takesFirst ? first.xy : node.xy;
+        if (takesFirst)
+            first.xy = farthest;
+        else
+            node = readNode(node.z);
+        isEnd = fragment.x >= hidden;
+        if (!isEnd)
+            composite(fragment, front);
+    }
+    // Drivers end loops that run for long: Mesa's software drivers after 65,535 turns of all loops together.
+    if (!isEnd && front.a > opaque)
+        atomicCounterIncrement(oit_numIncompletePixels);
+    return front;
+}
+
 void main() {
     ivec2 pixel = ivec2(gl_FragCoord.xy);
     vec4 background = texelFetch(u_backgroundColor, pixel, 0);
-    float backgroundDepth = texelFetch(u_backgroundDepth, pixel, 0).r;
-    uint fixedDepth = min(uint(clamp(backgroundDepth, 0.0, 1.0) * 67108864.0), 67108863u);
+    uint hidden = firstHidden(texelFetch(u_backgroundDepth, pixel, 0).r);
 
-    uint head = 0xFFFFFFFFu;
-    if (all(lessThan(pixel, imageSize(oit_nodeIndexImg))))
+    // Pixels that are only shaded along with others must not link nodes.
+    uint head = none;
+    if (gl_SampleMaskIn[0] != 0 && all(lessThan(pixel, imageSize(oit_nodeIndexImg))))
         head = imageLoad(oit_nodeIndexImg, pixel).r;
 
     vec4 front = vec4(0.0, 0.0, 0.0, 1.0);
     Done done = Done(uvec2(0u), 0u);
-    bool more = true;
-    while (more) {
-        more = false;
-        uint node = head;
-        uint size = 0u;
-        Done skipped = done;
-        uvec2 fragment;
-        while (node < oit_numNodesAllocated && size < batchSize) {
-            if (takeFragment(node, skipped, fixedDepth << 6, fragment)) {
-                insert(fragment, size - size % runLength, size);
-                ++size;
-            }
-        }
-        while (node < oit_numNodesAllocated) {
-            if (takeFragment(node, skipped, fixedDepth << 6, fragment)) {
-                replaceFarthest(fragment);
-                more = true;
-            }
-        }
+    uint left = 1u;
+    for (uint i = 0u; i < maxBatches && left != 0u && left <= maxLeft && front.a > opaque; ++i) {
+        uint size;
+        left = fillBatch(head, done, hidden, size);
         compositeBatch(size, front, done);
-        more = more && front.a > opaque;
     }
+    if (left != 0u && front.a > opaque)
+        front = compositeList(head, hidden);
     out_color = vec4(front.rgb + front.a * background.rgb, 1.0 - front.a * (1.0 - background.a));
 }

@@ -7,9 +7,11 @@ namespace Veltrand::GL {
 
 namespace {
 
-// From OpenGL 4.1 on.
+// Several from OpenGL 4.1 on, which a later context need not have.
 GLuint numViewports() {
-    static const auto count = static_cast<GLuint>(glViewportIndexedfv ? getInt(GL_MAX_VIEWPORTS) : 0);
+    if (!glViewportIndexedfv)
+        return 0;
+    static const auto count = static_cast<GLuint>(getInt(GL_MAX_VIEWPORTS));
     return count;
 }
 

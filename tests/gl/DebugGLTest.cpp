@@ -167,9 +167,9 @@ TEST_F(DebugGL, OnlyGroupsThatWereOpenedAreClosed) {
     if (!glPushDebugGroup)
         GTEST_SKIP() << "no KHR_debug";
     const auto depth = [] { return getInt(GL_DEBUG_GROUP_STACK_DEPTH); };
-    std::vector<std::unique_ptr<Group>> groups;
-    for (int i = 0; i < getInt(GL_MAX_DEBUG_GROUP_STACK_DEPTH) + 2; ++i)
-        groups.push_back(std::make_unique<Group>("nested"));
+    std::vector<std::unique_ptr<Group>> groups(std::size_t(getInt(GL_MAX_DEBUG_GROUP_STACK_DEPTH)) + 2);
+    for (auto& group : groups)
+        group = std::make_unique<Group>("nested");
     groups.resize(2);
     EXPECT_EQ(depth(), 3);
     {

@@ -136,6 +136,7 @@ TEST_F(ObjectPickingGL, AnswersPerPositionAndReadsLittleMore) {
         for (const void* const object : {static_cast<const void*>(nullptr), second, stranger}) {
             SCOPED_TRACE(count);
             std::vector<Vector2i> positions;
+            positions.reserve(std::size_t(count));
             for (int i = 0; i < count; ++i)
                 positions.emplace_back(i * step.x() % modulus.x() + offset.x(),
                                        i * step.y() % modulus.y() + offset.y());

@@ -387,8 +387,8 @@ void ContextManager::ensureLocalContext() {
         return;
     const auto s = currentState();
     const std::runtime_error failure("Could not create local context for current thread.");
-    if (Context* const present = s->localContexts.find()) {
-        if (!present->makeCurrent())
+    if (const std::optional<bool> present = s->localContexts.makeCurrent()) {
+        if (!*present)
             throw failure;
         return;
     }

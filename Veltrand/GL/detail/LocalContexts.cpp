@@ -35,10 +35,11 @@ struct LeftContexts {
 
 } // namespace
 
-Context* LocalContexts::find() {
+// Under the lock, since `close` destroys what is not current.
+std::optional<bool> LocalContexts::makeCurrent() {
     const std::lock_guard lock(m_mutex);
     const auto found = m_contexts.find(std::this_thread::get_id());
-    return found == m_contexts.end() ? nullptr : found->second.get();
+    return found == m_contexts.end() ? std::nullopt : std::optional(found->second->makeCurrent());
 }
 
 bool LocalContexts::add(std::unique_ptr<Context> context) {

@@ -6,6 +6,7 @@
 #include <cstddef>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <thread>
 #include <unordered_map>
 
@@ -17,8 +18,8 @@ class Context;
 /// context is made or destroyed under its lock.
 class LocalContexts : private Utils::NotCopyable {
 public:
-    /// That of the calling thread, null without; it stays until the calling thread takes it.
-    [[nodiscard]] Context* find();
+    /// Makes the calling thread's context current; empty without one.
+    [[nodiscard]] std::optional<bool> makeCurrent();
     /// Remembers a context for the calling thread. False after `close`.
     [[nodiscard]] bool add(std::unique_ptr<Context> context);
     [[nodiscard]] std::unique_ptr<Context> take();

@@ -2,64 +2,70 @@
 #include <Veltrand/GL/detail/Endings.h>
 
 #include <algorithm>
+#include <array>
 #include <atomic>
-#include <memory>
+#include <cassert>
+#include <cstddef>
 #include <pthread.h>
-#include <vector>
+#include <utility>
 
 namespace Veltrand::GL {
 
 namespace {
 
-using Actions = std::vector<void (*)()>;
+// Has no destructor, so that it is there as long as its thread.
+struct Actions {
+    std::array<void (*)(), 4> list;
+    std::size_t size;
+};
+thread_local Actions t_actions{};
 
-void callAll(Actions* actions) {
-    const std::unique_ptr<Actions> owned(actions);
-    std::for_each(owned->rbegin(), owned->rend(), [](void (*action)()) { action(); });
+void callAll() {
+    const Actions actions = std::exchange(t_actions, Actions{});
+    if (isProcessEnding()) // which threads may outlive a little
+        return;
+    for (std::size_t left = actions.size; left > 0; --left)
+        actions.list[left - 1]();
 }
 
 // A key of the thread's data, whose destructor runs when a thread ends and not, as that of a thread-local
 // object does, when it calls `exit`. Unloading the library deletes it.
-class ActionsKey {
+class ThreadEndKey {
 public:
-    ActionsKey() {
-        pthread_key_create(&m_key, [](void* actions) { callAll(static_cast<Actions*>(actions)); });
+    ThreadEndKey() {
+        pthread_key_create(&m_key, [](void*) { callAll(); });
     }
-    ActionsKey(const ActionsKey&) = delete;
-    ActionsKey& operator=(const ActionsKey&) = delete;
-    ~ActionsKey() { pthread_key_delete(m_key); }
+    ThreadEndKey(const ThreadEndKey&) = delete;
+    ThreadEndKey& operator=(const ThreadEndKey&) = delete;
+    ~ThreadEndKey() { pthread_key_delete(m_key); }
 
-    [[nodiscard]] Actions* get() const { return static_cast<Actions*>(pthread_getspecific(m_key)); }
-    // Whether that could be done.
-    [[nodiscard]] bool set(const Actions* actions) const { return pthread_setspecific(m_key, actions) == 0; }
+    // Any value asks for the destructor.
+    void set() const { pthread_setspecific(m_key, &t_actions); }
+    void clear() const { pthread_setspecific(m_key, nullptr); }
 
 private:
     pthread_key_t m_key{};
 };
 
-const ActionsKey g_actionsKey;
+const ThreadEndKey g_threadEnd;
 
 std::atomic<bool> g_processEnding{false};
 
 } // namespace
 
 void callAtThreadEnd(void (*action)()) {
-    if (isProcessEnding())
+    Actions& actions = t_actions;
+    const auto end = actions.list.begin() + static_cast<std::ptrdiff_t>(actions.size);
+    if (isProcessEnding() || std::find(actions.list.begin(), end, action) != end)
         return;
-    Actions* const present = g_actionsKey.get();
-    if (!present) {
-        auto actions = std::make_unique<Actions>(1, action);
-        if (g_actionsKey.set(actions.get()))
-            static_cast<void>(actions.release());
-    } else if (std::find(present->begin(), present->end(), action) == present->end()) {
-        present->push_back(action);
-    }
+    assert(actions.size < actions.list.size());
+    actions.list[actions.size++] = action;
+    g_threadEnd.set();
 }
 
 void callThreadEndActions() {
-    Actions* const actions = g_actionsKey.get();
-    if (actions && g_actionsKey.set(nullptr))
-        callAll(actions);
+    g_threadEnd.clear();
+    callAll();
 }
 
 void keepLibraryUntilThreadEnd() {

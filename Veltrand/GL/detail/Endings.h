@@ -3,9 +3,10 @@
 
 namespace Veltrand::GL {
 
-/// Has @p action called once when the calling thread ends, after the destructors of its thread-local objects;
-/// what was asked for last comes first. The end of the process does not count: `exit` runs the destructors of
-/// thread-local objects too, and may have been called from inside the window system or the driver.
+/// Has @p action, one of a few, called once when the calling thread ends, after the destructors of its
+/// thread-local objects; what was asked for last comes first. The end of the process does not count: `exit`
+/// runs the destructors of thread-local objects too, and may have been called from inside the window system
+/// or the driver.
 void callAtThreadEnd(void (*action)());
 /// Calls now what waits for the end of the calling thread.
 void callThreadEndActions();

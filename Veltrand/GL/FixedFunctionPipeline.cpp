@@ -8,6 +8,8 @@
 #include <Veltrand/GL/Sampler.h>
 #include <Veltrand/GL/Texture.h>
 #include <Veltrand/GL/ViewState.h>
+#include <Veltrand/GL/detail/DrawCalls.h>
+#include <Veltrand/GL/detail/LineStipple.h>
 
 #include <Eigen/Core>
 #include <algorithm>
@@ -51,7 +53,8 @@ std::unique_ptr<Program> createProgram(Selection selection, bool withTransparenc
 } // namespace
 
 FixedFunctionPipeline::FixedFunctionPipeline()
-    : m_program(&program(Selection::Plain, false)) {
+    : m_program(&program(Selection::Plain, false))
+    , m_stipple(std::make_unique<LineStipple>()) {
     (void)program(Selection::WideLines, false);
     for (std::size_t i = 0; i < targets.size(); ++i) {
         m_placeholders[i] =
@@ -81,6 +84,8 @@ void FixedFunctionPipeline::enableWithoutReset(Selection selection,
                                                const OrderIndependentTransparency* transparency) {
     m_program = &program(selection, transparency != nullptr);
     m_program->enable();
+    m_stipple->chooseProgram(programIndex(selection, transparency != nullptr));
+    sharedVertexArray().observer = drawsWideLines() ? m_stipple.get() : nullptr;
     // Samplers of different types must not read from one unit, which they do at first.
     if (m_program->numImages() == 0)
         setTextures(nullptr, nullptr);
@@ -99,16 +104,19 @@ void FixedFunctionPipeline::reset(const ViewState& viewState) {
     setProjectionMatrix(viewState.projectionMatrix());
     setViewMatrix(viewState.modelViewMatrix());
     m_program->setArgument<Eigen::Matrix4f>("u_modelMatrix", Eigen::Matrix4f::Identity());
+    m_stipple->placement().modelMatrix.setIdentity();
     setTextures(nullptr, nullptr);
     m_program->setArgument<Eigen::Vector3f>("u_texCoordScaling", Eigen::Vector3f::Ones());
     m_program->setArgument<Eigen::Vector3f>("u_texCoordOffset", Eigen::Vector3f::Zero());
     disablePointSmoothing();
     if (drawsWideLines()) {
         const Viewport& viewport = viewState.viewport();
+        m_stipple->placement().windowSize = Eigen::Vector2d(viewport.width, viewport.height);
         m_program->setArgument("u_windowSize",
                                Eigen::Vector2i(viewport.width, viewport.height).cast<float>().eval());
         m_program->setArgument("u_lineWidth", 1.0F);
         m_program->setArgument("u_stippleFactor", 1.0F);
+        m_stipple->placement().pixelsPerBit = 1;
         setStipplePattern(0xFFFF);
     }
     glVertexAttrib4f(colorAttribute, 0, 0, 0, 1);
@@ -116,20 +124,24 @@ void FixedFunctionPipeline::reset(const ViewState& viewState) {
 }
 
 void FixedFunctionPipeline::disable() {
+    sharedVertexArray().observer = nullptr;
     m_program->unbindImages(true);
     m_program->disable();
 }
 
 void FixedFunctionPipeline::setProjectionMatrix(const Eigen::Matrix4d& matrix) {
     m_program->setArgument("u_projectionMatrix", matrix);
+    m_stipple->placement().projectionMatrix = matrix;
 }
 
 void FixedFunctionPipeline::setViewMatrix(const Eigen::Matrix4d& matrix) {
     m_program->setArgument("u_viewMatrix", matrix);
+    m_stipple->placement().viewMatrix = matrix;
 }
 
 void FixedFunctionPipeline::setModelMatrix(const Eigen::Matrix4d& matrix) {
     m_program->setArgument("u_modelMatrix", matrix);
+    m_stipple->placement().modelMatrix = matrix;
 }
 
 void FixedFunctionPipeline::setDefaultColor(const Eigen::Vector4d& color) {
@@ -195,10 +207,12 @@ void FixedFunctionPipeline::setLineWidth(double width) {
 
 void FixedFunctionPipeline::setStippleFactor(double factor) {
     m_program->setArgument("u_stippleFactor", factor * dpiScale());
+    m_stipple->placement().pixelsPerBit = factor * dpiScale();
 }
 
 void FixedFunctionPipeline::setStipplePattern(unsigned short pattern) {
     m_program->setArgument("u_stipplePattern", static_cast<unsigned>(pattern));
+    m_stipple->placement().pattern = pattern;
 }
 
 } // namespace Veltrand::GL

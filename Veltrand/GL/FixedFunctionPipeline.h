@@ -12,6 +12,8 @@
 
 namespace Veltrand::GL {
 
+class LineStipple;
+
 /// Draws in the style of the fixed-function pipeline, also in core contexts: with a projection and a
 /// model-view matrix, a current colour, one texture, point sizes, line widths and stipples.
 ///
@@ -45,8 +47,8 @@ public:
     enum class ShaderSelection {
         /// Points, triangles, and solid lines as wide as the driver makes them. Works with every primitive.
         Plain = 0,
-        /// Lines of any width with stipples, each segment by itself; for `Primitive::Lines`, `LineStrip` and
-        /// `LineLoop` only.
+        /// Lines of any width with stipples, not joined; for `Primitive::Lines`, `LineStrip` and `LineLoop`
+        /// only.
         WideLines = 1,
         /// The same with mitred joins, or bevelled ones at sharp angles, between each segment and its
         /// neighbours; for `LinesAdjacency` and `LineStripAdjacency` only. An end that has no neighbour is
@@ -107,9 +109,8 @@ public:
 
     // Points and lines; sizes are in logical pixels, which `dpiScale()` turns into pixels
 
-    /// The diameter of points. Without smoothing they are squares of whole pixels, at least one; smooth points
-    /// of less than one pixel are fainter.
-    /// GL: glUniform1f, 3.3
+    /// The diameter of points. Without smoothing they are squares of whole pixels, at least one; smooth
+    /// points of less than one pixel are fainter. GL: glUniform1f, 3.3
     void setPointSize(double size);
     /// Points are discs from now on, with coverage in alpha, so that blending makes their edges smooth. Other
     /// primitives are not affected. GL: glUniform1i, 3.3; glEnable in compatibility contexts
@@ -121,8 +122,13 @@ public:
     /// The length of one bit of the stipple pattern along a wide line; at least one pixel.
     /// GL: glUniform1f, 3.3
     void setStippleFactor(double factor);
-    /// Which parts of a wide line are drawn: from the start of each segment one bit after the other, the
-    /// lowest first, again and again. 0xFFFF is solid. GL: glUniform1ui, 3.3
+    /// Which parts of a wide line are drawn: one bit after the other from its start, the lowest first, again
+    /// and again. 0xFFFF is solid.
+    ///
+    /// The pattern runs on through strips and loops that a `VertexBuffer` draws without indices, with floats
+    /// as positions. For this their positions are read back at each draw, and their lengths summed up; GPUs
+    /// that are busy with the buffer wait. `LineRenderer` does without. In all other draws the pattern begins
+    /// with each segment. GL: glUniform1ui, 3.3; with the draw glGetBufferSubData, 1.5
     void setStipplePattern(unsigned short pattern);
 
 private:
@@ -135,6 +141,7 @@ private:
     /// Of one, two and three dimensions, for the samplers that have nothing to read.
     std::array<std::unique_ptr<Texture>, 3> m_placeholders;
     Program* m_program = nullptr; ///< the current one
+    std::unique_ptr<LineStipple> m_stipple;
 };
 
 } // namespace Veltrand::GL

@@ -9,9 +9,13 @@
 #include <Veltrand/GL/ShaderStorageBuffer.h>
 #include <Veltrand/GL/VertexBuffer.h>
 #include <Veltrand/GL/ViewState.h>
+#include <Veltrand/GL/detail/DrawCalls.h>
+#include <Veltrand/GL/detail/LineStipple.h>
 #include <Veltrand/GL/detail/LineVertices.h>
 #include <Veltrand/GL/detail/LogMessage.h>
 
+#include <algorithm>
+#include <cmath>
 #include <glad/gl.h>
 #include <string>
 
@@ -69,6 +73,15 @@ std::vector<unsigned long> startsOfSegments(std::uint64_t numVertices) {
     for (std::size_t i = 0; i < starts.size(); ++i)
         starts[i] = i * verticesPerSegment;
     return starts;
+}
+
+void drawWithLengths(const VertexBuffer& vertexBuffer, const VertexBuffer& lengths) {
+    constexpr int location = 6;
+    VertexArrayObject& vertexArray = sharedVertexArray();
+    vertexArray.bind();
+    vertexArray.setAttributes({{&vertexBuffer, {}}, {&lengths, {location}}}, nullptr);
+    vertexArray.draw(Primitive::TriangleStrip);
+    VertexArrayObject::unbind();
 }
 
 } // namespace
@@ -138,19 +151,26 @@ void LineRenderer::render(const VertexBuffer& vertexBuffer, Primitive primitive,
         return;
     const bool isClosed = primitive == Primitive::LineLoop;
     const bool isStippled = options.stipplePattern < solid;
-    const bool isAccumulated = isStippled && primitive != Primitive::Lines && canAccumulate(vertexBuffer);
+    const bool runsOn = isStippled && primitive != Primitive::Lines;
+    const bool isAccumulated = runsOn && canAccumulate(vertexBuffer);
+    const bool isSummedUp = runsOn && !isAccumulated;
     std::string defines = oit ? "#define WITH_OIT\n" : "";
     if (isAccumulated)
         defines += "#define WITH_ACCUMULATION\n";
     else if (isStippled)
         defines += "#define WITH_STIPPLE\n";
+    if (isSummedUp)
+        defines += "#define WITH_SUMMED_LENGTHS\n";
     if (!oit && glIsEnabledi(GL_BLEND, 0) == GL_FALSE)
         defines += "#define HARD_EDGES\n";
     if (hasRepeatedPoints(vertexBuffer))
         defines += "#define WITH_REPEATED_POINTS\n";
     Program& program = *m_programs->getProgram(defines);
+    double stippleScale = 1;
     if (isAccumulated)
         accumulateLengths(vertexBuffer, isClosed, options, viewState);
+    else if (isSummedUp)
+        stippleScale = sumUpLengths(vertexBuffer, isClosed, options, viewState);
     program.enable();
     // The shaders use the product of the matrices; the single ones, and the number of segments, are for
     // shaders that take their place.
@@ -168,8 +188,12 @@ void LineRenderer::render(const VertexBuffer& vertexBuffer, Primitive primitive,
         oit->setIncludeArguments(program);
     if (isAccumulated)
         program.bindBuffer("b_lengthAccumulationBuffer", *m_lengths);
+    else if (isSummedUp)
+        program.setArgument("u_stippleScale", stippleScale);
 
-    if (primitive == Primitive::Lines)
+    if (isSummedUp)
+        drawWithLengths(vertexBuffer, *m_summedLengths);
+    else if (primitive == Primitive::Lines)
         vertexBuffer.drawMultiRestart(Primitive::TriangleStrip, startsOfSegments(vertexBuffer.numVertices()));
     else
         vertexBuffer.draw(Primitive::TriangleStrip);
@@ -197,6 +221,39 @@ void LineRenderer::renderLineStrip(const std::vector<Eigen::Vector3d>& points, c
 void LineRenderer::renderLineLoop(const std::vector<Eigen::Vector3d>& points, const Options& options,
                                   const ViewState& viewState, const OrderIndependentTransparency* oit) {
     renderPoints(points, Primitive::LineLoop, options, viewState, oit);
+}
+
+// Does the same on the CPU, and returns the factor by which the pattern is compressed.
+double LineRenderer::sumUpLengths(const VertexBuffer& vertexBuffer, bool isClosed, const Options& options,
+                                  const ViewState& viewState) {
+    constexpr double bitsPerPattern = 16;
+    std::vector<Eigen::Vector3f> vertices(vertexBuffer.numVertices());
+    vertexBuffer.bind();
+    Buffer::glGetBufferSubDataImpl(Buffer::Target::Array, 0, bytesOfPoints(vertexBuffer), vertices.data());
+    const Eigen::Matrix4f matrix =
+        (viewState.modelViewProjectionMatrix() * options.modelMatrix).cast<float>();
+    std::vector<Eigen::Vector4f> points(vertices.size() / verticesPerPoint);
+    for (std::size_t i = 0; i < points.size(); ++i)
+        points[i] = matrix.leftCols<3>() * vertices[verticesPerPoint * i] + matrix.col(3);
+    const Viewport& viewport = viewState.viewport();
+    const auto lengths = lengthsAlong(points, Eigen::Vector2d(viewport.width, viewport.height));
+
+    const double patterns = lengths.back() / (bitsPerPattern * std::max(options.stippleFactor, 1e-3));
+    const double scale = isClosed && patterns > 0 ? std::max(std::round(patterns), 1.0) / patterns : 1;
+    // The first two of each four vertices end the segment before.
+    std::vector<float> bits(vertices.size());
+    for (std::size_t i = 0; i < vertices.size(); ++i) {
+        const std::size_t point = i / verticesPerPoint;
+        const double length = lengths[i % verticesPerPoint < 2 && point > 0 ? point - 1 : point];
+        bits[i] = static_cast<float>(
+            std::fmod(scale * length / std::max(options.stippleFactor, 1e-3), bitsPerPattern));
+    }
+    if (!m_summedLengths)
+        m_summedLengths = std::make_unique<VertexBuffer>(Buffer::Usage::StreamDraw);
+    m_summedLengths->bind();
+    m_summedLengths->setData(bits);
+    VertexBuffer::unbind();
+    return scale;
 }
 
 // Fills the storage buffer with the place in the pattern of each point; see the shader.

@@ -87,8 +87,9 @@ public:
     /// has to be set in OpenGL too.
     ///
     /// A stipple starts at the first point and runs on through corners; in loops it is compressed or
-    /// stretched to whole repetitions, so that it closes. Below OpenGL 4.3, beyond the size of the
-    /// driver's storage blocks, and for `Lines`, it starts anew with each segment.
+    /// stretched to whole repetitions, so that it closes. Below OpenGL 4.3 and beyond the size of the
+    /// driver's storage blocks the points are read back for this at each draw. For `Lines` it starts anew
+    /// with each segment.
     ///
     /// Leaves no program, vertex array object or array buffer bound, and attribute 3 at the options' colour;
     /// a stipple that runs on, storage blocks 0 and 1 bound, and a transparent line, what
@@ -118,11 +119,14 @@ private:
                       const ViewState& viewState, const OrderIndependentTransparency* oit);
     void accumulateLengths(const VertexBuffer& vertexBuffer, bool isClosed, const Options& options,
                            const ViewState& viewState);
+    double sumUpLengths(const VertexBuffer& vertexBuffer, bool isClosed, const Options& options,
+                        const ViewState& viewState);
 
     std::unique_ptr<ProgramCache> m_programs;
     std::unique_ptr<VertexBuffer> m_vertexBuffer;
     std::unique_ptr<ShaderStorageBuffer> m_lengths; ///< null before the first draw that needs it
     std::unique_ptr<Program> m_accumulation;        ///< likewise
+    std::unique_ptr<VertexBuffer> m_summedLengths;  ///< likewise, where the GPU cannot sum them up
 };
 
 } // namespace Veltrand::GL

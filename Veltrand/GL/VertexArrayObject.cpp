@@ -19,7 +19,7 @@ namespace {
 
 constexpr std::string_view category = "GL.VertexArrayObject";
 
-class GlobalVAO : public InstanceManager<GlobalVAO>, public VertexArrayObject {};
+class GlobalVAO : public InstanceManager<GlobalVAO>, public SharedVertexArray {};
 
 void describeArray(GLuint location, const VertexBuffer::VertexAttrib& array, std::uint64_t offset) {
     const auto stride = static_cast<GLsizei>(array.elementSize);
@@ -34,7 +34,7 @@ void describeArray(GLuint location, const VertexBuffer::VertexAttrib& array, std
 
 } // namespace
 
-VertexArrayObject& sharedVertexArray() {
+SharedVertexArray& sharedVertexArray() {
     return *GlobalVAO::get();
 }
 

@@ -37,13 +37,30 @@ std::optional<GLsizei> indexCount(const VertexBuffer& buffer, const IndexBuffer&
 }
 
 template<class Draw>
-void drawWithSharedVertexArray(const VertexBuffer& buffer, const IndexBuffer* indices, const Draw& draw) {
+void drawWithSharedVertexArray(const VertexBuffer& buffer, const IndexBuffer& indices, const Draw& draw) {
     VertexArrayObject& vertexArray = sharedVertexArray();
     vertexArray.bind();
-    vertexArray.setAttributes(buffer, indices);
+    vertexArray.setAttributes(buffer, &indices);
     draw();
     VertexArrayObject::unbind();
 }
+
+template<class Draw>
+void drawWithSharedVertexArray(const VertexBuffer& buffer, Primitive mode, std::span<const GLint> starts,
+                               const Draw& draw) {
+    SharedVertexArray& vertexArray = sharedVertexArray();
+    vertexArray.bind();
+    const VertexBuffer* const more =
+        vertexArray.observer ? vertexArray.observer->arraysFor(buffer, mode, starts) : nullptr;
+    if (more)
+        vertexArray.setAttributes({{more, {DrawObserver::location}}, {&buffer, {}}}, nullptr);
+    else
+        vertexArray.setAttributes(buffer, nullptr);
+    draw();
+    VertexArrayObject::unbind();
+}
+
+constexpr GLint fromTheFirst[] = {0};
 
 } // namespace
 
@@ -121,14 +138,15 @@ void VertexBuffer::setDataImpl(std::span<const Array> arrays) {
 
 void VertexBuffer::draw(Primitive mode) const {
     if (const auto count = vertexCount(*this))
-        drawWithSharedVertexArray(*this, nullptr,
+        drawWithSharedVertexArray(*this, mode, fromTheFirst,
                                   [&] { glDrawArrays(static_cast<GLenum>(mode), 0, *count); });
 }
 
 void VertexBuffer::drawInstanced(Primitive mode, int instances) const {
     if (const auto count = vertexCount(*this))
-        drawWithSharedVertexArray(
-            *this, nullptr, [&] { glDrawArraysInstanced(static_cast<GLenum>(mode), 0, *count, instances); });
+        drawWithSharedVertexArray(*this, mode, fromTheFirst, [&] {
+            glDrawArraysInstanced(static_cast<GLenum>(mode), 0, *count, instances);
+        });
 }
 
 void VertexBuffer::draw(Primitive mode, const IndexBuffer& indices) const {
@@ -137,7 +155,7 @@ void VertexBuffer::draw(Primitive mode, const IndexBuffer& indices) const {
         return;
     const PrimitiveRestart restart(indices.primitiveRestartIndex());
     drawWithSharedVertexArray(
-        *this, &indices, [&] { glDrawElements(static_cast<GLenum>(mode), *count, indices.type(), nullptr); });
+        *this, indices, [&] { glDrawElements(static_cast<GLenum>(mode), *count, indices.type(), nullptr); });
 }
 
 void VertexBuffer::drawInstanced(Primitive mode, int instances, const IndexBuffer& indices) const {
@@ -145,7 +163,7 @@ void VertexBuffer::drawInstanced(Primitive mode, int instances, const IndexBuffe
     if (!count)
         return;
     const PrimitiveRestart restart(indices.primitiveRestartIndex());
-    drawWithSharedVertexArray(*this, &indices, [&] {
+    drawWithSharedVertexArray(*this, indices, [&] {
         glDrawElementsInstanced(static_cast<GLenum>(mode), *count, indices.type(), nullptr, instances);
     });
 }
@@ -155,7 +173,7 @@ void VertexBuffer::drawMultiRestart(Primitive mode, const std::vector<unsigned l
     if (!count)
         return;
     const VertexRuns runs = planVertexRuns(*count, restarts);
-    drawWithSharedVertexArray(*this, nullptr, [&] {
+    drawWithSharedVertexArray(*this, mode, runs.firsts, [&] {
         glMultiDrawArrays(static_cast<GLenum>(mode), runs.firsts.data(), runs.counts.data(),
                           static_cast<GLsizei>(runs.firsts.size()));
     });

@@ -274,7 +274,8 @@ Picture drawLine(const ViewState& view, Primitive primitive, float width, const 
         glBlendFunc(GL_ONE, GL_ONE);
         auto& pipeline = *FixedFunctionPipeline::get();
         pipeline.enable(view,
-                        primitive == Primitive::Lines ? Selection::WideLines : Selection::WideLinesAdjacency,
+                        primitive == Primitive::LineStripAdjacency ? Selection::WideLinesAdjacency
+                                                                   : Selection::WideLines,
                         nullptr);
         pipeline.setDefaultColor(Vector3d(0.4, 0.4, 0.4)); // 102 of 255
         pipeline.setLineWidth(double(width));
@@ -301,6 +302,36 @@ TEST_F(FixedFunctionPipelineGL, WideLinesHaveTheirWidthAndStipple) {
         const bool set =
             std::abs(at.y()) < 2.5F && at.x() > 0 && at.x() < 52 && (5 >> int(at.x()) / 3 % 16 & 1) != 0;
         EXPECT_EQ(picture[i].x(), set ? 102 : 0) << centre(i).transpose();
+    }
+}
+
+// Whether a line is cut into short segments does not show; each pair of points for itself begins anew.
+TEST_F(FixedFunctionPipelineGL, StippleRunsOnThroughStripsAndLoops) {
+    const Vector3f a(4, 20.5F, 0);
+    const Vector3f b(60, 20.5F, 0);
+    std::vector<Vector3f> shortSteps;
+    for (int i = 0; i <= 56; i += i % 3 + 2)
+        shortSteps.push_back(a + Vector3f(float(i), 0, 0));
+    shortSteps.push_back(b);
+    std::vector<Vector3f> withNeighbours = shortSteps;
+    withNeighbours.insert(withNeighbours.begin(), a);
+    withNeighbours.push_back(b);
+    const ViewState perspective({0, 0, edge, edge}, createPerspective(1, 1, 1, 20), Matrix4d::Identity());
+    for (const unsigned short pattern : std::initializer_list<unsigned short>{0x00FF, 0xFF00, 0x0F0F}) {
+        const Picture whole = drawLine(pixelView, Primitive::Lines, 5, {a, b}, pattern);
+        EXPECT_EQ(drawLine(pixelView, Primitive::LineStrip, 5, shortSteps, pattern), whole) << pattern;
+        EXPECT_EQ(drawLine(pixelView, Primitive::LineStripAdjacency, 5, withNeighbours, pattern), whole);
+        EXPECT_NE(drawLine(pixelView, Primitive::Lines, 5, shortSteps, pattern), whole);
+        // The last segment of a loop goes back over the line, from where the pattern is at its end.
+        const Picture loop = drawLine(pixelView, Primitive::LineLoop, 5, {a, b}, pattern);
+        const Picture backAndForth = drawLine(pixelView, Primitive::LineStrip, 5, {a, b, a}, pattern);
+        EXPECT_EQ(loop, backAndForth);
+        // What lies behind the eye has no length.
+        const Vector3f seen(0.5F, 0.5F, -3);
+        const Vector3f behind(-0.5F, -0.7F, 1);
+        EXPECT_EQ(drawLine(perspective, Primitive::LineStrip, 5, {behind, seen, {0.2F, -0.9F, -2}}, pattern),
+                  drawLine(perspective, Primitive::LineStrip, 5,
+                           {seen + 0.5F * (behind - seen), seen, {0.2F, -0.9F, -2}}, pattern));
     }
 }
 

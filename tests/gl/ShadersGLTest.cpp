@@ -57,6 +57,8 @@ std::vector<Combination> combinations() {
         {lines, "#define HARD_EDGES\n#define WITH_REPEATED_POINTS\n"},
         {lines, "#define WITH_STIPPLE\n"},
         {lines, "#define WITH_STIPPLE\n#define HARD_EDGES\n"},
+        {lines, "#define WITH_STIPPLE\n#define WITH_SUMMED_LENGTHS\n"},
+        {lines, "#define WITH_STIPPLE\n#define WITH_SUMMED_LENGTHS\n#define HARD_EDGES\n"},
         {lines, "#define WITH_OIT\n", 44},
         {lines, "#define WITH_OIT\n#define WITH_STIPPLE\n", 44},
         {lines, "#define WITH_ACCUMULATION\n", 43},

@@ -2,22 +2,39 @@
 #pragma once
 
 #include <Veltrand/Core/Log.h>
+#include <Veltrand/GL/VertexArrayObject.h>
 #include <Veltrand/GL/detail/LogMessage.h>
 
 #include <cstdint>
 #include <glad/gl.h>
 #include <limits>
 #include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
 
 namespace Veltrand::GL {
 
-class VertexArrayObject;
+/// Adds to the arrays that vertex buffers draw in one context.
+class DrawObserver {
+public:
+    /// Where the array that comes on top has its place, beyond those of the buffers.
+    static constexpr int location = 15;
+
+    virtual ~DrawObserver() = default;
+    /// One array with a value for each of the vertices, or null.
+    /// @param starts of the runs of consecutive vertices that are drawn; at least one
+    [[nodiscard]] virtual const VertexBuffer* arraysFor(const VertexBuffer& vertices, Primitive mode,
+                                                        std::span<const GLint> starts) = 0;
+};
 
 /// The current context's vertex array object that draw calls set up anew each time.
-VertexArrayObject& sharedVertexArray();
+class SharedVertexArray : public VertexArrayObject {
+public:
+    DrawObserver* observer = nullptr; ///< asked before each draw without indices
+};
+SharedVertexArray& sharedVertexArray();
 
 /// A vertex or index count as OpenGL takes it; nothing, and an error logged, when it does not fit.
 inline std::optional<GLsizei> drawCount(std::uint64_t count, std::string_view category) {

@@ -23,6 +23,7 @@ in VertexData {
     vec4 color;
     vec3 texCoord;
 } v_in[];
+in float v_firstBits[]; // bits of the pattern up to the vertex
 
 out VertexData {
     vec4 color;
@@ -83,7 +84,8 @@ void main() {
     float lineLength = length(line);
     vec2 direction = lineLength > 0.0 ? line / lineLength : vec2(0.0);
     float bitLength = max(u_stippleFactor, 1.0);
-    end.bits = lineLength / bitLength;
+    start.bits = v_firstBits[c_start];
+    end.bits = start.bits + lineLength / bitLength;
 
     vec2 before = neighbour(c_start - 1, c_start, start);
     vec2 after = neighbour(last + 1, last, end);

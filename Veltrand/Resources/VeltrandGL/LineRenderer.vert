@@ -23,6 +23,11 @@ layout(location = 4) in vec3 a_before;
 layout(location = 5) in vec3 a_after;
 #endif
 
+#ifdef WITH_SUMMED_LENGTHS
+layout(location = 6) in float a_bitsBefore; // bits of the pattern up to the segment that the corner belongs to
+uniform float u_stippleScale = 1.0;         // by which the pattern is compressed
+#endif
+
 uniform mat4 u_modelViewProjectionMatrix = mat4(1.0);
 uniform vec2 u_viewportSize = vec2(1.0);
 uniform vec2 u_viewportOffset = vec2(0.0);
@@ -141,6 +146,9 @@ void main() {
 #ifdef WITH_ACCUMULATION
     bitsPerPixel *= lineLength_scale();
     first = lineLength_bitsBefore(uint(isStart ? pointIndex : max(pointIndex - 1, 0)));
+#elif defined(WITH_SUMMED_LENGTHS)
+    bitsPerPixel *= u_stippleScale;
+    first = a_bitsBefore;
 #endif
     float along = isStart ? inwards : ownLength - inwards;
     // A join goes on into its outgoing segment. It has a position of its own, because those of the two segments are equal

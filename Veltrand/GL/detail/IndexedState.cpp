@@ -26,7 +26,9 @@ GLuint numBlendStates() {
 }
 
 GLenum getEnum(GLenum name, GLuint index) {
-    return static_cast<GLenum>(getIntIndexed(name, index));
+    GLint value = 0;
+    glGetIntegeri_v(name, index, &value);
+    return static_cast<GLenum>(value);
 }
 
 template<class T, class Get>

@@ -189,15 +189,16 @@ std::string_view stageMacro(Program::Stage stage) {
     return {};
 }
 
+// Every directive has this word, so text without it is copied without looking at its lines.
+constexpr std::string_view pragma = "pragma";
+
 // Warns of a line that was meant for an include directive: a driver ignores a pragma that it does not know.
 void warnOfNearMiss(std::string_view line, std::size_t lineBegin, CommentScanner& comments,
                     IncludeTrail& trail) {
-    constexpr std::string_view word = "pragma";
-    for (auto at = line.find(word); at != std::string_view::npos; at = line.find(word, at + word.size())) {
-        const auto sign = at == 0 ? std::string_view::npos : line.find_last_not_of(" \t", at - 1);
-        if (sign == std::string_view::npos || line[sign] != '#' ||
-            !detail::resemblesIncludeDirective(line.substr(at + word.size())) ||
-            !comments.startsLine(lineBegin + sign))
+    for (auto at = detail::findSignedWord(line, pragma, 0); at;
+         at = detail::findSignedWord(line, pragma, at->word)) {
+        if (!detail::resemblesIncludeDirective(line.substr(at->word + pragma.size())) ||
+            !comments.startsLine(lineBegin + at->sign))
             continue;
         const std::string text = "'" + std::string(line) +
                                  "' is left to the driver: an include directive has single blanks, a keyword "
@@ -212,15 +213,13 @@ void warnOfNearMiss(std::string_view line, std::size_t lineBegin, CommentScanner
 // by that text between markers. A final newline starts one more, empty line, as String::split has it.
 template<class Expand>
 void appendExpanded(PlacedText& out, const PlacedText& source, IncludeTrail& trail, const Expand& expand) {
-    // Every directive contains this word, so text without it is copied without looking at its lines.
-    constexpr std::string_view directiveWord = "pragma";
     const std::string_view text = source.text();
     CommentScanner comments(text);
     PlacedText::Cursor cursor(source);
-    for (auto hit = text.find(directiveWord); hit != std::string_view::npos;
-         hit = text.find(directiveWord, cursor.position())) {
-        const std::size_t lineBegin = text.rfind('\n', hit) + 1;
-        const std::size_t lineEnd = std::min(text.find('\n', hit), text.size());
+    for (auto hit = detail::findSignedWord(text, pragma, 0); hit;
+         hit = detail::findSignedWord(text, pragma, cursor.position())) {
+        const std::size_t lineBegin = text.rfind('\n', hit->sign) + 1;
+        const std::size_t lineEnd = std::min(text.find('\n', hit->sign), text.size());
         const std::string_view line = text.substr(lineBegin, lineEnd - lineBegin);
         out.append(cursor, lineBegin);
         const LinePlace place = cursor.place();

@@ -108,7 +108,9 @@ std::vector<int> followLines(const Lines& before, const Lines& after) {
 
 void PlacedText::Cursor::moveTo(std::size_t position) {
     position = std::min(position, m_text->m_text.size());
-    m_line += countNewlines(std::string_view(m_text->m_text).substr(m_position, position - m_position));
+    const std::string_view text = m_text->m_text;
+    m_line = position == text.size() ? m_text->m_line
+                                     : m_line + countNewlines(text.substr(m_position, position - m_position));
     m_position = position;
 }
 

@@ -60,6 +60,15 @@ std::string takeWord(std::string_view& text) {
 
 } // namespace
 
+std::optional<SignedWord> findSignedWord(std::string_view text, std::string_view word, std::size_t begin) {
+    for (auto sign = text.find('#', begin); sign != text.npos; sign = text.find('#', sign + 1)) {
+        const auto at = text.find_first_not_of(" \t", sign + 1);
+        if (at != text.npos && text.substr(at).starts_with(word))
+            return SignedWord{sign, at};
+    }
+    return std::nullopt;
+}
+
 std::optional<IncludeDirective> parseIncludeDirective(std::string_view line) {
     constexpr std::string_view start = "#pragma ";
     constexpr std::array<std::string_view, 3> keywords{"include ", "abstract_include ",
@@ -118,12 +127,10 @@ std::optional<VersionDirective> findVersionDirective(std::string_view text, std:
     // As GLSL has it, if it starts a line.
     static const boost::regex free(
         "#[ \\t]*version[ \\t]+([0-9]{3})(?:[ \\t]+(?:es|core|compatibility))?(?![\\w.])[ \\t]*");
-    constexpr std::string_view word = "version";
     boost::cmatch match;
-    for (auto at = text.find(word, begin); at != text.npos; at = text.find(word, at + word.size())) {
-        const auto sign = at == 0 ? text.npos : text.find_last_not_of(" \t", at - 1);
-        if (sign == text.npos || sign < begin || text[sign] != '#')
-            continue;
+    for (auto at = findSignedWord(text, "version", begin); at;
+         at = findSignedWord(text, "version", at->word)) {
+        const std::size_t sign = at->sign;
         const auto search = [&](const boost::regex& expression) {
             return boost::regex_search(text.data() + sign, text.data() + text.size(), match, expression,
                                        boost::match_continuous);
@@ -177,14 +184,12 @@ std::string withoutLineDirectives(std::string text) {
     CommentScanner comments(text);
     std::string result;
     std::size_t copied = 0;
-    for (auto at = text.find(word); at != text.npos; at = text.find(word, at + word.size())) {
-        const auto sign = at == 0 ? text.npos : text.find_last_not_of(" \t", at - 1);
-        const auto end = at + word.size();
-        if (sign == text.npos || text[sign] != '#' || (end < text.size() && isPart(text[end])) ||
-            !comments.startsLine(sign))
+    for (auto at = findSignedWord(text, word, 0); at; at = findSignedWord(text, word, at->word)) {
+        const std::size_t end = at->word + word.size();
+        if ((end < text.size() && isPart(text[end])) || !comments.startsLine(at->sign))
             continue;
-        result.append(text, copied, at - copied).append("pragma ");
-        copied = at;
+        result.append(text, copied, at->word - copied).append("pragma ");
+        copied = at->word;
     }
     return copied == 0 ? text : result.append(text, copied);
 }

@@ -9,6 +9,16 @@
 // What the shader preprocessor recognises in GLSL. Every search takes time in proportion to the text.
 namespace Veltrand::GL::detail {
 
+/// A number sign and the word behind it, blanks between them left out.
+struct SignedWord {
+    std::size_t sign = 0;
+    std::size_t word = 0;
+};
+/// The first number sign from @p begin on that has @p word behind it. Signs are rare in GLSL, which makes
+/// this faster than to look for the word.
+[[nodiscard]] std::optional<SignedWord> findSignedWord(std::string_view text, std::string_view word,
+                                                       std::size_t begin);
+
 /// An include directive: `#pragma KEYWORD WORD "NAME"`, the word being optional.
 struct IncludeDirective {
     std::string_view keyword; ///< include, abstract_include or conditional_include

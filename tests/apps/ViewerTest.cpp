@@ -1,4 +1,6 @@
 // SPDX-License-Identifier: BSD-3-Clause
+#include "support/Thrown.h"
+
 #include "scene/Annotator.h"
 #include "viewer/CoarseMesh.h"
 #include "viewer/Interaction.h"
@@ -57,14 +59,8 @@ TEST(ViewerScript, NamesTheLineOfAMistake) {
         {"drag left 1 2 2.5", "s:1: a whole number from 1 to 100000 is wanted here."},
         {"save  ", "s:1: the name of a file is missing."},
     };
-    for (const auto& [text, message] : cases) {
-        try {
-            (void)parseScript(text, "s");
-            ADD_FAILURE() << text;
-        } catch (const ScriptError& error) {
-            EXPECT_STREQ(error.what(), message);
-        }
-    }
+    for (const auto& [text, message] : cases)
+        EXPECT_EQ(Testing::thrown([&] { (void)parseScript(text, "s"); }), message);
 }
 
 TEST(Annotator, BringsLabelsInside) {

@@ -54,7 +54,7 @@ std::unique_ptr<Program> createProgram(Selection selection, bool withTransparenc
 
 FixedFunctionPipeline::FixedFunctionPipeline()
     : m_program(&program(Selection::Plain, false))
-    , m_stipple(std::make_unique<LineStipple>()) {
+    , m_stipple(std::make_shared<LineStipple>()) {
     (void)program(Selection::WideLines, false);
     for (std::size_t i = 0; i < targets.size(); ++i) {
         m_placeholders[i] =
@@ -85,7 +85,7 @@ void FixedFunctionPipeline::enableWithoutReset(Selection selection,
     m_program = &program(selection, transparency != nullptr);
     m_program->enable();
     m_stipple->chooseProgram(programIndex(selection, transparency != nullptr));
-    sharedVertexArray().observer = drawsWideLines() ? m_stipple.get() : nullptr;
+    sharedVertexArray().observer = drawsWideLines() ? m_stipple : nullptr;
     // Samplers of different types must not read from one unit, which they do at first.
     if (m_program->numImages() == 0)
         setTextures(nullptr, nullptr);
@@ -124,7 +124,7 @@ void FixedFunctionPipeline::reset(const ViewState& viewState) {
 }
 
 void FixedFunctionPipeline::disable() {
-    sharedVertexArray().observer = nullptr;
+    sharedVertexArray().observer.reset();
     m_program->unbindImages(true);
     m_program->disable();
 }

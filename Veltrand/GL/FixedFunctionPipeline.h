@@ -141,7 +141,7 @@ private:
     /// Of one, two and three dimensions, for the samplers that have nothing to read.
     std::array<std::unique_ptr<Texture>, 3> m_placeholders;
     Program* m_program = nullptr; ///< the current one
-    std::unique_ptr<LineStipple> m_stipple;
+    std::shared_ptr<LineStipple> m_stipple; ///< which draws know as long as it lives
 };
 
 } // namespace Veltrand::GL

@@ -50,8 +50,8 @@ void drawWithSharedVertexArray(const VertexBuffer& buffer, Primitive mode, std::
                                const Draw& draw) {
     SharedVertexArray& vertexArray = sharedVertexArray();
     vertexArray.bind();
-    const VertexBuffer* const more =
-        vertexArray.observer ? vertexArray.observer->arraysFor(buffer, mode, starts) : nullptr;
+    const std::shared_ptr<DrawObserver> observer = vertexArray.observer.lock();
+    const VertexBuffer* const more = observer ? observer->arraysFor(buffer, mode, starts) : nullptr;
     if (more)
         vertexArray.setAttributes({{more, {DrawObserver::location}}, {&buffer, {}}}, nullptr);
     else

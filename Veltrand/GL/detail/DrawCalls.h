@@ -8,6 +8,7 @@
 #include <cstdint>
 #include <glad/gl.h>
 #include <limits>
+#include <memory>
 #include <optional>
 #include <span>
 #include <string>
@@ -32,7 +33,7 @@ public:
 /// The current context's vertex array object that draw calls set up anew each time.
 class SharedVertexArray : public VertexArrayObject {
 public:
-    DrawObserver* observer = nullptr; ///< asked before each draw without indices
+    std::weak_ptr<DrawObserver> observer; ///< asked before each draw without indices
 };
 SharedVertexArray& sharedVertexArray();
 

@@ -43,9 +43,9 @@ public:
     /// Destroys all per-context instances, stops the background thread and destroys all contexts. A context
     /// that is current on another thread is left to it with its instances, until the thread releases it or
     /// ends; for local contexts that is logged. Without `init` it does nothing; `init` may follow again.
-    /// Takes a tenth of a second. On another thread than the one that called `init`, as long as that lives, in
-    /// a task, and in the constructor or destructor of a per-context instance an error is logged and OpenGL
-    /// goes on.
+    /// Takes a tenth of a second. On another thread than the one that called `init`, as long as that lives,
+    /// in a task, and in the constructor or destructor of a per-context instance an error is logged and
+    /// OpenGL goes on.
     void deinit();
 
     // Running work
@@ -55,9 +55,9 @@ public:
     /// at a time, followed by a flush. What a background task throws is logged; what @p func throws on the
     /// calling thread propagates.
     ///
-    /// An error is logged and @p func is not called before `init`, and where the caller would wait for itself:
-    /// when the background thread is needed by a task that runs there, or by the constructor or destructor of
-    /// a per-context instance, for which other tasks may be waiting.
+    /// An error is logged and @p func is not called before `init`, and where the caller would wait for
+    /// itself: when the background thread is needed by a task that runs there, or by the constructor or
+    /// destructor of a per-context instance, for which other tasks may be waiting.
     void runWithOpenGL(const std::function<void()>& func, bool alwaysInBackground = false);
 
     // Contexts of other threads

@@ -140,7 +140,7 @@ private:
     std::array<std::unique_ptr<Program>, 6> m_programs;
     /// Of one, two and three dimensions, for the samplers that have nothing to read.
     std::array<std::unique_ptr<Texture>, 3> m_placeholders;
-    Program* m_program = nullptr; ///< the current one
+    Program* m_program = nullptr;           ///< the current one
     std::shared_ptr<LineStipple> m_stipple; ///< which draws know as long as it lives
 };
 

@@ -173,11 +173,10 @@ public:
     /// stencil as the first two components.
     ///
     /// Floats are converted one by one for integer formats, towards zero and clamped to the type. Unsigned
-    /// integers are values for integer, depth and stencil formats, so that a depth of 0 is the nearest and any
-    /// other the farthest, 1; for colours they are fractions of the largest one. A format that OpenGL does not
-    /// draw to is logged as an error before OpenGL 4.4 where its target has no upload.
-    /// Neither scissor nor write masks limit it, and apart from what a transfer leaves behind, no state is
-    /// changed.
+    /// integers are values for integer, depth and stencil formats, so that a depth of 0 is the nearest and
+    /// any other the farthest, 1; for colours they are fractions of the largest one. A format that OpenGL
+    /// does not draw to is logged as an error before OpenGL 4.4 where its target has no upload. Neither
+    /// scissor nor write masks limit it, and apart from what a transfer leaves behind, no state is changed.
     /// GL: glClearTexImage, 4.4; before, through a framebuffer or, where that is impossible, by an upload
     template<class T>
     void clear(const Eigen::Matrix<T, 4, 1, 0, 4, 1>& value);

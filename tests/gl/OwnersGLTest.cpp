@@ -45,10 +45,10 @@ void expectSafeMoves(const Make& make, const Describe& describe, const Use& use)
     EXPECT_EQ(describe(owner), full);
     T heir(std::move(owner));
     EXPECT_EQ(describe(heir), full);
-    use(owner);
+    use(owner); // NOLINT(bugprone-use-after-move)
     owner = make();
     owner = std::move(heir);
-    use(heir);
+    use(heir); // NOLINT(bugprone-use-after-move)
     EXPECT_EQ(describe(owner), full);
     EXPECT_EQ(glGetError(), GLenum{GL_NO_ERROR});
 }

@@ -26,6 +26,7 @@ LIMITS = [
     ('first 50 slices', 'Veltrand/GL/detail/ImagePlan.h', 'initialSlices = 50;'),
     ('vertex array | 16', 'Veltrand/GL/VertexArrayObject.h', 'maxLocations = 16;'),
     ('256 levels', 'Veltrand/GL/ProgramSource.cpp', 'maxIncludeDepth = 256;'),
+    ('65536 files', 'Veltrand/GL/ProgramSource.cpp', 'maxFiles = 65536;'),
     ('64 MiB a stage', 'Veltrand/GL/ProgramSource.cpp', 'maxSourceSize = std::size_t(1) << 26;'),
     ('10 configurations', 'Veltrand/GL/OffscreenRenderHelper.cpp', 'defaultCacheSize = 10;'),
     ('1 to 16 pixels', 'Veltrand/GL/OffscreenRenderHelper.cpp', 'maxOutlineWidth = 16;'),

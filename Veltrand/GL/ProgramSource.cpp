@@ -44,6 +44,7 @@ constexpr std::string_view category = "GL.Program";
 constexpr int maxIncludeDepth = 256;
 // More than any driver compiles. Only abstract includes that insert each other again and again get there.
 constexpr std::size_t maxSourceSize = std::size_t(1) << 26;
+constexpr std::size_t maxFiles = 65536;
 
 std::string textOf(const std::optional<ByteBuffer>& data) {
     return data ? data->view().toString() : std::string();
@@ -151,8 +152,9 @@ PlacedText loadInclude(const std::string& path, std::string directive, const std
     }
     auto [name, text] = queryInclude(path, shaderName, trail);
     trail.size += text.size();
-    if (trail.size > maxSourceSize) {
-        const std::string reason = "Includes insert more than " + std::to_string(maxSourceSize) + " bytes.";
+    if (trail.size > maxSourceSize || trail.files.size() > maxFiles) {
+        const std::string reason = "Includes insert more than " + std::to_string(maxFiles) + " files or " +
+                                   std::to_string(maxSourceSize) + " bytes.";
         fail(trail, placed(trail.location(), reason), reason);
     }
     PlacedText file = placeFile(std::move(text), {name, std::move(directive)}, trail);

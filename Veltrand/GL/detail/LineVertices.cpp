@@ -14,10 +14,18 @@ using Eigen::Vector3f;
 
 constexpr std::size_t copies = 4;
 
+// Of the squared lengths of two segments: where the shorter one hardly parts its points.
+constexpr double negligible = 1e-3 * 1e-3;
+
 template<class Vector>
-bool isApproximatelyEqual(const Vector& a, const Vector& b) {
+bool isApproximatelyEqual(const Vector& a, const Vector& b, double squaredDistance) {
     constexpr double precision = 1e-12;
-    return (a - b).squaredNorm() <= precision * precision * std::min(a.squaredNorm(), b.squaredNorm());
+    return squaredDistance <= precision * precision * std::min(a.squaredNorm(), b.squaredNorm());
+}
+
+bool isOneNegligible(double squaredLength, double otherSquaredLength) {
+    return squaredLength <= negligible * otherSquaredLength ||
+           otherSquaredLength <= negligible * squaredLength;
 }
 
 bool isFinite(const Vector3d& point) {
@@ -79,15 +87,26 @@ void LineVertices::addPolyline(const Points& points, const Colors& colors, bool 
     std::size_t end = copies;
     bool isInterrupted = false;
     bool isSeamMissing = false;
+    // Points that are repeated have a negligible segment beside another one.
+    const double squaredSeam =
+        isLoop && !points.empty() ? (points.front() - points.back()).squaredNorm() : NAN;
+    double lastSquaredLength = squaredSeam;
+    bool mayRepeat = false;
     for (std::size_t i = 0; i < points.size(); ++i) {
         if (!isFinite(points[i])) {
             ++m_numDropped;
             isInterrupted = true;
             continue;
         }
-        if (i > 0 && isApproximatelyEqual(points[i], points[i - 1]) &&
-            (colors.empty() || isApproximatelyEqual(colors[i], colors[i - 1])))
+        const double squaredLength = i > 0 ? (points[i] - points[i - 1]).squaredNorm() : 0;
+        if (i > 0 && isApproximatelyEqual(points[i], points[i - 1], squaredLength) &&
+            (colors.empty() ||
+             isApproximatelyEqual(colors[i], colors[i - 1], (colors[i] - colors[i - 1]).squaredNorm())))
             continue;
+        if (i > 0) {
+            mayRepeat |= isOneNegligible(squaredLength, lastSquaredLength);
+            lastSquaredLength = squaredLength;
+        }
         if (isInterrupted && end > copies)
             gaps.push_back(end - copies);
         isSeamMissing |= isInterrupted && end == copies;
@@ -124,7 +143,8 @@ void LineVertices::addPolyline(const Points& points, const Colors& colors, bool 
     m_colors.resize(std::min(m_colors.size(), size));
     if (!gaps.empty())
         interrupt(gaps, isLoop && isSeamMissing);
-    passRepeated(isLoop);
+    if (mayRepeat || isOneNegligible(squaredSeam, lastSquaredLength))
+        passRepeated(isLoop);
 }
 
 void LineVertices::interrupt(const std::vector<std::size_t>& gaps, bool atSeam) {
@@ -144,7 +164,6 @@ void LineVertices::interrupt(const std::vector<std::size_t>& gaps, bool atSeam) 
 // For each point whether it is repeated by the next one: whether both lie next to nothing from where the
 // segment before or the one after them ends, compared to its length.
 std::vector<bool> LineVertices::findRepeated() const {
-    constexpr float negligible = 1e-3F * 1e-3F; // of squared lengths
     const std::size_t last = m_points.size() / copies - 1;
     std::vector<bool> repeated;
     const auto scan = [&](std::size_t from, std::size_t to, const Vector3f& neighbour) {
@@ -156,7 +175,7 @@ std::vector<bool> LineVertices::findRepeated() const {
             i = from < to ? i + 1 : i - 1;
             const Vector3f& end = m_points[copies * i];
             const bool isGap = m_next[copies * segment].x() == missing;
-            if (!isGap && (end - corner).squaredNorm() <= negligible * reference) {
+            if (!isGap && (end - corner).squaredNorm() <= static_cast<float>(negligible) * reference) {
                 repeated.resize(last + 1);
                 repeated[segment] = true;
                 continue;

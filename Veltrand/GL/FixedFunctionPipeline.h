@@ -25,7 +25,8 @@ class LineStipple;
 ///     pipeline.disable();
 ///
 /// Vertices have positions of up to four components at location 0, texture coordinates of up to three at 1
-/// and colours at 2; a vertex without a colour has the default colour. The colour of a fragment is that of
+/// and colours at 2; a vertex without a colour has the default colour. Location 15 is the pipeline's own, for
+/// stipples. The colour of a fragment is that of
 /// its vertices times that of the texture. Blending and the tests are what the caller has set.
 ///
 /// The setters act on the program that was enabled last and need it to be in use. They may be called between

@@ -60,16 +60,14 @@ private:
 /// Reads from a texture for a scope, and leaves the framebuffer that is drawn to alone.
 class ReadBinding : private Utils::NotCopyable {
 public:
-    explicit ReadBinding(const Texture& texture)
-        : m_previous(static_cast<GLuint>(getInt(GL_READ_FRAMEBUFFER_BINDING))) {
+    explicit ReadBinding(const Texture& texture) {
         glBindFramebuffer(GL_READ_FRAMEBUFFER, m_framebuffer.id());
         glFramebufferTexture2D(GL_READ_FRAMEBUFFER, GL_COLOR_ATTACHMENT0, GL_TEXTURE_2D, texture.id(), 0);
     }
-    ~ReadBinding() { glBindFramebuffer(GL_READ_FRAMEBUFFER, m_previous); }
 
 private:
     Framebuffer m_framebuffer; // of the current context, which need not be the one of the pass
-    GLuint m_previous;
+    ReadFramebuffer m_previous;
 };
 
 void readPixels(const PixelBlocks::Block& block, void* target) {

@@ -49,28 +49,6 @@ std::string pixels(const OffscreenRenderHelper::BufferConfig& config) {
     return std::to_string(config.width) + " x " + std::to_string(config.height) + " pixels";
 }
 
-/// Puts back the active texture unit and the texture of one target that unit 0 has.
-class TextureBinding : private Utils::NotCopyable {
-public:
-    explicit TextureBinding(GLenum target)
-        : m_target(target)
-        , m_activeTexture(static_cast<GLenum>(getInt(GL_ACTIVE_TEXTURE))) {
-        glActiveTexture(GL_TEXTURE0);
-        const GLenum binding = target == GL_TEXTURE_1D ? GL_TEXTURE_BINDING_1D : GL_TEXTURE_BINDING_2D;
-        m_texture = static_cast<GLuint>(getInt(binding));
-    }
-    ~TextureBinding() {
-        glActiveTexture(GL_TEXTURE0);
-        glBindTexture(m_target, m_texture);
-        glActiveTexture(m_activeTexture);
-    }
-
-private:
-    GLenum m_target;
-    GLenum m_activeTexture;
-    GLuint m_texture;
-};
-
 /// Blends premultiplied colours over those of the first draw buffer for a scope. The other buffers keep what
 /// is set up for them, where OpenGL tells them apart (from 4.0 on).
 class PremultipliedOver : private Utils::NotCopyable {

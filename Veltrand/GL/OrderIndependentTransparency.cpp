@@ -15,6 +15,7 @@
 #include <Veltrand/GL/detail/LogMessage.h>
 #include <Veltrand/GL/detail/MoveOnly.h>
 #include <Veltrand/GL/detail/NodeBudget.h>
+#include <Veltrand/GL/detail/PixelStore.h>
 #include <Veltrand/GL/detail/ScopedState.h>
 
 #include <Eigen/Core>
@@ -33,7 +34,11 @@ static_assert(MoveOnly<OrderIndependentTransparency>);
 
 namespace {
 
+using Compilation = Program::Compilation;
+
 constexpr std::string_view category = "GL.OrderIndependentTransparency";
+constexpr const char* vertexShader = "VeltrandGL/FixedFunctionPipeline.vert";
+constexpr const char* blendShader = "VeltrandGL/OrderIndependentTransparencyBlend.frag";
 constexpr GLuint counterBinding = 6;
 constexpr GLuint endOfList = 0xFFFFFFFF;
 constexpr unsigned surelySorted = 1024; // as many fragments as every driver sorts
@@ -60,6 +65,48 @@ struct DepthSteps {
 };
 
 constexpr float stepsOf24Bits = 0x1p24F - 1;
+
+// How many steps of a 24-bit depth lie between 0 and 1 for a shader that reads it. Mesa's software drivers
+// multiply by a rounded factor, so that half of the depths come out one step too deep.
+float measureReadSteps() {
+    constexpr float depth = 0.8125F;
+    constexpr double step = 13631487; // that depth, rounded
+    constexpr const char* readDepth = "#version 330\n"
+                                      "uniform sampler2D u_depth;\n"
+                                      "layout(location = 0) out float out_depth;\n"
+                                      "void main() { out_depth = texelFetch(u_depth, ivec2(0), 0).r; }\n";
+    // The blend program would do, but software drivers generate that for longer than all else here takes.
+    const auto program = Program::createVertexFragment(vertexShader, blendShader, "", Compilation::Deferred);
+    if (!program->overrideShaderSource(Program::Stage::Fragment, readDepth, Compilation::Immediate))
+        return stepsOf24Bits;
+    const TextureBinding binding(GL_TEXTURE_2D);
+    const ReadFramebuffer reading;
+    const Eigen::Vector3i texel(1, 1, 1);
+    Texture source(Texture::Target::Texture2D, texel, InternalFormat::DepthComponent24);
+    source.clear<float>({depth, 0, 0, 0});
+    Texture target(Texture::Target::Texture2D, texel, InternalFormat::R32F);
+
+    const StateGuard guard(StateGuard::SaveFlags::Program | StateGuard::SaveFlags::Framebuffer |
+                           StateGuard::SaveFlags::Viewport);
+    Framebuffer framebuffer;
+    framebuffer.bind();
+    framebuffer.attach(target, 0);
+    framebuffer.setDrawBuffers();
+    Viewport{0, 0, 1, 1}.set();
+    program->enable();
+    program->setArgument("u_depth", source);
+    FullscreenSquare::get()->drawFilled();
+    program->unbindImages(true);
+    program->disable();
+    float read = 0;
+    {
+        const PlainTransfer plain(TransferDirection::Download);
+        glReadPixels(0, 0, 1, 1, GL_RED, GL_FLOAT, &read);
+    }
+    const auto steps = static_cast<float>(step / double{read});
+    const bool isPlausible = std::abs(steps - stepsOf24Bits) < 4;
+    return isPlausible ? steps : stepsOf24Bits;
+}
 
 /// Of the 2D texture that is bound to the active unit, which may hold depths as colours, too.
 DepthSteps boundDepthSteps(float readStepsOf24Bits) {
@@ -97,9 +144,8 @@ OrderIndependentTransparency::OrderIndependentTransparency() {
     if (!isSupported())
         throw std::runtime_error("GL::OrderIndependentTransparency requires OpenGL 4.4");
     try {
-        m_blendProgram = Program::createVertexFragment("VeltrandGL/FixedFunctionPipeline.vert",
-                                                       "VeltrandGL/OrderIndependentTransparencyBlend.frag",
-                                                       "", Program::Compilation::ImmediateThrow);
+        m_blendProgram =
+            Program::createVertexFragment(vertexShader, blendShader, "", Compilation::ImmediateThrow);
     } catch (const std::exception& exception) {
         m_enabled = false;
         logMessage(Log::Warning, category, [&exception] {
@@ -118,39 +164,6 @@ OrderIndependentTransparency::OrderIndependentTransparency() {
     m_sampler = std::make_unique<Sampler>();
     m_sampler->setFiltering(Sampler::MinFilter::Nearest, Sampler::MagFilter::Nearest);
     m_maxNodes = NodeBudget::fromBlockSize(maxStorageBlockSize()).maxNodes;
-    static const float readSteps = measureReadSteps();
-    m_readSteps = readSteps;
-}
-
-// How many steps of a 24-bit depth lie between 0 and 1 for a shader that reads it. Mesa's software drivers
-// multiply by a rounded factor, so that half of the depths come out one step too deep.
-float OrderIndependentTransparency::measureReadSteps() {
-    constexpr float depth = 0.8125F;
-    constexpr double step = 13631487; // that depth, rounded
-    const Eigen::Vector3i texel(1, 1, 1);
-    Texture source(Texture::Target::Texture2D, texel, InternalFormat::DepthComponent24);
-    source.clear<float>({depth, 0, 0, 0});
-    Texture target(Texture::Target::Texture2D, texel, InternalFormat::R32F);
-
-    const StateGuard guard(StateGuard::SaveFlags::Program | StateGuard::SaveFlags::Framebuffer |
-                           StateGuard::SaveFlags::Viewport);
-    const PlainOutput output;
-    Framebuffer framebuffer;
-    framebuffer.bind();
-    framebuffer.attach(target, 0);
-    framebuffer.setDrawBuffers();
-    Viewport{0, 0, 1, 1}.set();
-    m_blendProgram->enable();
-    m_blendProgram->setArgument("oit_numNodesAllocated", 0U); // the background alone
-    m_blendProgram->setArgument("u_backgroundColor", source, *m_sampler);
-    m_blendProgram->setArgument("u_backgroundDepth", source, *m_sampler);
-    FullscreenSquare::get()->drawFilled();
-    m_blendProgram->unbindImages(true);
-    m_blendProgram->disable();
-
-    const auto steps = static_cast<float>(step / double{target.download<float>().at(0)});
-    const bool isPlausible = std::abs(steps - stepsOf24Bits) < 4;
-    return isPlausible ? steps : stepsOf24Bits;
 }
 
 OrderIndependentTransparency::~OrderIndependentTransparency() = default;
@@ -283,12 +296,13 @@ void OrderIndependentTransparency::renderBlendedFragments(const Texture& backgro
         return;
     const StateGuard guard(StateGuard::SaveFlags::Program);
     const PlainOutput output;
+    static const float readSteps = measureReadSteps();
     m_blendProgram->enable();
     setListArguments(*m_blendProgram, false);
     m_incompletePixels->bindBase(counterBinding);
     m_blendProgram->setArgument("u_backgroundColor", backgroundColor, *m_sampler);
     m_blendProgram->setArgument("u_backgroundDepth", backgroundDepth, *m_sampler);
-    const DepthSteps steps = boundDepthSteps(m_readSteps);
+    const DepthSteps steps = boundDepthSteps(readSteps);
     m_blendProgram->setArgument("u_depthSteps", steps.number);
     m_blendProgram->setArgument("u_readSteps", steps.read);
     m_blendProgram->setArgument("u_depthTolerance", steps.tolerance);

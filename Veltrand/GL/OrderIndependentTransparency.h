@@ -90,7 +90,6 @@ private:
     [[nodiscard]] bool resize(int width, int height, bool forceRecreate);
     [[nodiscard]] bool grow(unsigned demand, std::int64_t framePixels);
     void warnOfLack(unsigned demand, std::int64_t framePixels, std::int64_t imagePixels);
-    [[nodiscard]] float measureReadSteps();
     void setListArguments(Program& program, bool write) const;
 
     static bool m_enabled;
@@ -107,7 +106,6 @@ private:
     std::unique_ptr<Sampler> m_sampler;        ///< reads textures as they are, whatever their settings
     std::int64_t m_maxNodes = 0;
     std::unique_ptr<AtomicCounterBuffer> m_incompletePixels; ///< of the blend passes since `reset`
-    float m_readSteps = 0;                                   ///< of a 24-bit depth in shaders
     bool m_hasWarned = false;
     bool m_hasWarnedOfSorting = false;
 };

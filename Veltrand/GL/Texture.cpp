@@ -9,6 +9,7 @@
 #include <Veltrand/GL/detail/LogMessage.h>
 #include <Veltrand/GL/detail/MoveOnly.h>
 #include <Veltrand/GL/detail/PixelStore.h>
+#include <Veltrand/GL/detail/ScopedState.h>
 #include <Veltrand/GL/detail/Texels.h>
 
 #include <Eigen/Core>
@@ -139,7 +140,6 @@ public:
     UnlimitedClear()
         : m_guard(StateGuard::SaveFlags::Depth)
         , m_scissorTest(getBool(GL_SCISSOR_TEST))
-        , m_readFramebuffer(static_cast<GLuint>(getInt(GL_READ_FRAMEBUFFER_BINDING)))
         , m_stencil(getInt(GL_STENCIL_CLEAR_VALUE)) {
         glGetBooleani_v(GL_COLOR_WRITEMASK, 0, m_colorMask.data());
         glGetFloatv(GL_COLOR_CLEAR_VALUE, m_color.data());
@@ -165,8 +165,6 @@ public:
         glClearColor(m_color[0], m_color[1], m_color[2], m_color[3]);
         glClearDepth(m_depth);
         glClearStencil(m_stencil);
-        // The guard of the framebuffer binding has put back the draw framebuffer for reading, too.
-        glBindFramebuffer(GL_READ_FRAMEBUFFER, m_readFramebuffer);
     }
     UnlimitedClear(const UnlimitedClear&) = delete;
     UnlimitedClear& operator=(const UnlimitedClear&) = delete;
@@ -175,8 +173,8 @@ private:
     static constexpr std::array capabilities = {GLenum{GL_DITHER}, GLenum{GL_FRAMEBUFFER_SRGB},
                                                 GLenum{GL_RASTERIZER_DISCARD}};
     StateGuard m_guard;
+    ReadFramebuffer m_readFramebuffer;
     bool m_scissorTest;
-    GLuint m_readFramebuffer;
     GLint64 m_stencilMask = 0;
     GLint m_stencil;
     std::array<GLboolean, 4> m_colorMask{};

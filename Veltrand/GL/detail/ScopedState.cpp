@@ -148,6 +148,27 @@ UploadAlignment::~UploadAlignment() {
     glPixelStorei(GL_UNPACK_ALIGNMENT, m_alignment);
 }
 
+ReadFramebuffer::ReadFramebuffer()
+    : m_framebuffer(static_cast<GLuint>(getInt(GL_READ_FRAMEBUFFER_BINDING))) {}
+
+ReadFramebuffer::~ReadFramebuffer() {
+    glBindFramebuffer(GL_READ_FRAMEBUFFER, m_framebuffer);
+}
+
+TextureBinding::TextureBinding(GLenum target)
+    : m_target(target)
+    , m_activeTexture(static_cast<GLenum>(getInt(GL_ACTIVE_TEXTURE))) {
+    glActiveTexture(GL_TEXTURE0);
+    const GLenum binding = target == GL_TEXTURE_1D ? GL_TEXTURE_BINDING_1D : GL_TEXTURE_BINDING_2D;
+    m_texture = static_cast<GLuint>(getInt(binding));
+}
+
+TextureBinding::~TextureBinding() {
+    glActiveTexture(GL_TEXTURE0);
+    glBindTexture(m_target, m_texture);
+    glActiveTexture(m_activeTexture);
+}
+
 DrawingBindings::DrawingBindings()
     : m_activeTexture(static_cast<GLenum>(getInt(GL_ACTIVE_TEXTURE)))
     , m_vertexArray(static_cast<GLuint>(getInt(GL_VERTEX_ARRAY_BINDING))) {}

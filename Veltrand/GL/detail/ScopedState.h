@@ -131,6 +131,31 @@ private:
     GLint m_alignment;
 };
 
+/// Puts back, at the end of a scope, the framebuffer that is read from, in place of which a `StateGuard` puts
+/// the one that is drawn to.
+class ReadFramebuffer : private Utils::NotCopyable {
+public:
+    ReadFramebuffer();
+    ~ReadFramebuffer();
+
+private:
+    GLuint m_framebuffer;
+};
+
+/// Puts back the active texture unit and the texture of one target that unit 0 has, which is the active one
+/// meanwhile.
+class TextureBinding : private Utils::NotCopyable {
+public:
+    /// @param target GL_TEXTURE_1D or GL_TEXTURE_2D
+    explicit TextureBinding(GLenum target);
+    ~TextureBinding();
+
+private:
+    GLenum m_target;
+    GLenum m_activeTexture;
+    GLuint m_texture;
+};
+
 /// Puts back the active texture unit and the vertex array object at the end of a scope.
 class DrawingBindings : private Utils::NotCopyable {
 public:

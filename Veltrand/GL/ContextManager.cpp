@@ -73,9 +73,9 @@ void destroyContexts(ContextManagerState& state) {
     std::unique_ptr<Context> main = state.mainContext.take();
     if (!main)
         return;
-    ContextTable& table = ContextTable::get();
-    if (table.isCurrentOnAnotherThread(handleOf(*main)))
-        leaveToThread(table.threadOf(handleOf(*main)), std::move(main));
+    const std::thread::id thread = ContextTable::get().threadOf(handleOf(*main));
+    if (thread != std::thread::id() && thread != std::this_thread::get_id())
+        leaveToThread(thread, std::move(main));
 }
 
 // The containers of the main context can be deleted, and what was installed in it taken out, only while it is

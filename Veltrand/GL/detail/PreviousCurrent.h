@@ -3,7 +3,7 @@
 
 #include <Veltrand/Core/NotCopyable.h>
 
-struct _XDisplay; // Xlib's Display
+struct _XDisplay; // NOLINT(bugprone-reserved-identifier): Xlib's Display
 
 namespace Veltrand::GL {
 

@@ -10,7 +10,7 @@
 #include <utility>
 #include <vector>
 
-struct _XDisplay; // Xlib's Display
+struct _XDisplay; // NOLINT(bugprone-reserved-identifier): Xlib's Display
 
 namespace Veltrand::GL {
 

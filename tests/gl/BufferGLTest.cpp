@@ -36,21 +36,6 @@ std::vector<Eigen::Vector2f> rowOfPoints(std::size_t count) {
 
 } // namespace
 
-TEST_F(BufferGL, NamesAreDeletedOnce) {
-    Testing::CallCounter<glad_glDeleteBuffers> deleted;
-    {
-        VertexBuffer first(Usage::StaticDraw);
-        VertexBuffer second(Usage::StaticDraw);
-        second = std::move(first);
-        EXPECT_EQ(deleted.take(), 1);
-    }
-    EXPECT_EQ(deleted.take(), 1);
-    const ScopedEntryPoint none(glad_glGenBuffers, [](GLsizei, GLuint* ids) { *ids = 0; });
-    EXPECT_EQ(Testing::thrown([] { const VertexBuffer buffer(Usage::StaticDraw); }),
-              "Could not generate Buffer.");
-    EXPECT_EQ(deleted.take(), 0);
-}
-
 TEST_F(BufferGL, VertexArraysLieOneAfterTheOther) {
     VertexBuffer buffer(Usage::StaticDraw);
     buffer.setData(std::vector<Eigen::Vector3f>(3), std::vector<Eigen::Vector2f>{});

@@ -34,6 +34,14 @@ T filled(const Data& data) {
     return buffer;
 }
 
+// Every name that is taken over a scope is given back once.
+template<auto& take, auto& giveBack>
+struct Balance {
+    ~Balance() { EXPECT_EQ(taken.take(), givenBack.take()) << typeid(*this).name(); }
+    Testing::CallCounter<take> taken;
+    Testing::CallCounter<giveBack> givenBack;
+};
+
 // An owner is moved onto itself, out and back; in between it is used in every way while its heir is bound.
 template<class T, class Make, class Describe, class Use>
 void expectSafeMoves(const Make& make, const Describe& describe, const Use& use) {
@@ -51,6 +59,11 @@ void expectSafeMoves(const Make& make, const Describe& describe, const Use& use)
     use(heir); // NOLINT(bugprone-use-after-move)
     EXPECT_EQ(describe(owner), full);
     EXPECT_EQ(glGetError(), GLenum{GL_NO_ERROR});
+}
+
+template<class T>
+T make() {
+    return T();
 }
 
 const auto idOf = [](const auto& owner) { return owner.id(); };
@@ -79,34 +92,33 @@ protected:
 } // namespace
 
 TEST_F(OwnersGL, MovedFromObjectsAreEmptyAndInert) {
-    const auto vertices = filled<VertexBuffer>(Elements(3, {1, 0}));
-    const auto indices = filled<IndexBuffer>(Indices{0, 1, 2});
-    expectSafeMoves<VertexBuffer>(
-        [] {
-            return filled<VertexBuffer>(Elements(3, {1, 0}));
-        },
-        storageOf,
-        [&](VertexBuffer& buffer) {
-            buffer.setData(Elements(1));
-            buffer.draw(points);
-            buffer.drawInstanced(points, 2, indices);
-            buffer.drawMultiRestart(points, {1});
-        });
-    expectSafeMoves<IndexBuffer>(
-        [] {
-            return filled<IndexBuffer>(Indices{0, 1, 2});
-        },
-        storageOf,
-        [&](IndexBuffer& buffer) {
-            buffer.setData(Indices{1});
-            vertices.draw(points, buffer);
-        });
-    expectSafeMoves<VertexArrayObject>([] { return VertexArrayObject(); }, idOf,
-                                       [&](VertexArrayObject& array) {
-                                           VertexArrayObject::unbind();
-                                           array.setAttributes(vertices, &indices);
-                                           array.draw(points);
-                                       });
+    const Balance<glad_glGenBuffers, glad_glDeleteBuffers> buffers;
+    const Balance<glad_glGenFramebuffers, glad_glDeleteFramebuffers> framebuffers;
+    const Balance<glad_glGenSamplers, glad_glDeleteSamplers> samplers;
+    const Balance<glad_glGenTextures, glad_glDeleteTextures> textures;
+    const Balance<glad_glGenVertexArrays, glad_glDeleteVertexArrays> arrays;
+    const Balance<glad_glFenceSync, glad_glDeleteSync> fences;
+    const Elements elements(3, {1, 0});
+    const auto makeVertices = [&] { return filled<VertexBuffer>(elements); };
+    const auto makeIndices = [] { return filled<IndexBuffer>(Indices{0, 1, 2}); };
+    const auto makeTexture = [] { return Texture(Eigen::Vector3i(4, 4, 1), InternalFormat::R8); };
+    const auto vertices = makeVertices();
+    const auto indices = makeIndices();
+    expectSafeMoves<VertexBuffer>(makeVertices, storageOf, [&](VertexBuffer& buffer) {
+        buffer.setData(Elements(1));
+        buffer.draw(points);
+        buffer.drawInstanced(points, 2, indices);
+        buffer.drawMultiRestart(points, {1});
+    });
+    expectSafeMoves<IndexBuffer>(makeIndices, storageOf, [&](IndexBuffer& buffer) {
+        buffer.setData(Indices{1});
+        vertices.draw(points, buffer);
+    });
+    expectSafeMoves<VertexArrayObject>(make<VertexArrayObject>, idOf, [&](VertexArrayObject& array) {
+        VertexArrayObject::unbind();
+        array.setAttributes(vertices, &indices);
+        array.draw(points);
+    });
     if (hasVersion(4, 2))
         expectSafeMoves<AtomicCounterBuffer>([] { return AtomicCounterBuffer(3, usage); }, storageOf,
                                              [](AtomicCounterBuffer& buffer) { buffer.reset(7); });
@@ -115,43 +127,59 @@ TEST_F(OwnersGL, MovedFromObjectsAreEmptyAndInert) {
         owner.setWrapping(Sampler::Wrap::Repeat);
         owner.setBorderColor({1, 1, 1, 1});
     };
-    expectSafeMoves<Sampler>([] { return Sampler(); }, idOf, set);
-    expectSafeMoves<Texture>(
-        [] {
-            return Texture({4, 4, 1}, InternalFormat::R8);
-        },
-        idOf,
-        [&](Texture& texture) {
-            set(texture);
-            EXPECT_TRUE(texture.download<float>().empty());
-            texture.generateMipmaps();
-            texture.clear<float>({1, 1, 1, 1});
+    expectSafeMoves<Sampler>(make<Sampler>, idOf, set);
+    const auto describeTexture = [](const Texture& texture) {
+        return std::tuple(texture.id(), texture.width(), texture.internalFormat());
+    };
+    expectSafeMoves<Texture>(makeTexture, describeTexture, [&](Texture& texture) {
+        set(texture);
+        EXPECT_TRUE(texture.download<float>().empty());
+        texture.generateMipmaps();
+        texture.clear<float>({1, 1, 1, 1});
+    });
+    expectSafeMoves<Framebuffer>(make<Framebuffer>, idOf, [&](Framebuffer& framebuffer) {
+        Framebuffer heir;
+        const StateGuard bound = heir.guardedBind();
+        framebuffer.attach(m_image, 0);
+        framebuffer.setDrawBuffers();
+        const Texture taken(std::move(m_image));
+        heir.attach(m_image, 0); // nothing
+        m_image = makeTexture();
+        EXPECT_EQ(heir.colorAttachments(), std::vector<GLenum>{GL_NONE});
+        framebuffer.bind();
+        EXPECT_FALSE(framebuffer.isBound() || framebuffer.isComplete());
+    });
+    const auto hasFailed = [](const SyncObject& sync) {
+        return sync.waitClient(std::chrono::seconds(1)) == SyncObject::WaitResult::WaitFailed;
+    };
+    expectSafeMoves<SyncObject>(make<SyncObject>, hasFailed, [](const SyncObject& sync) { sync.wait(); });
+    const auto makeBlending = [] { return Blending(Blending::Preset::Off); };
+    expectSafeMoves<Blending>(
+        makeBlending, [](const Blending&) { return 0; },
+        [](Blending& blending) {
+            blending.setPreset(Blending::Preset::Alpha);
+            EXPECT_FALSE(glIsEnabled(GL_BLEND));
         });
-    expectSafeMoves<Framebuffer>([] { return Framebuffer(); }, idOf,
-                                 [&](Framebuffer& framebuffer) {
-                                     Framebuffer heir;
-                                     const StateGuard bound = heir.guardedBind();
-                                     framebuffer.attach(m_image, 0);
-                                     framebuffer.setDrawBuffers();
-                                     const Texture taken(std::move(m_image));
-                                     heir.attach(m_image, 0); // nothing
-                                     m_image = Texture({4, 1, 1}, InternalFormat::R8);
-                                     EXPECT_EQ(heir.colorAttachments(), std::vector<GLenum>{GL_NONE});
-                                     framebuffer.bind();
-                                     EXPECT_FALSE(framebuffer.isBound() || framebuffer.isComplete());
-                                 });
-    expectSafeMoves<SyncObject>([] { return SyncObject(); },
-                                [](const SyncObject& sync) {
-                                    return sync.waitClient(std::chrono::seconds(1)) ==
-                                           SyncObject::WaitResult::WaitFailed;
-                                },
-                                [](const SyncObject& sync) { sync.wait(); });
-    expectSafeMoves<Blending>([] { return Blending(Blending::Preset::Off); },
-                              [](const Blending&) { return 0; },
-                              [](Blending& blending) {
-                                  blending.setPreset(Blending::Preset::Alpha);
-                                  EXPECT_FALSE(glIsEnabled(GL_BLEND));
-                              });
+}
+
+TEST_F(OwnersGL, NamesThatTheDriverDoesNotGiveAreThrown) {
+    const auto none = [](GLsizei, GLuint* names) { *names = 0; };
+    const Testing::ScopedEntryPoint buffers(glad_glGenBuffers, none);
+    const Testing::ScopedEntryPoint framebuffers(glad_glGenFramebuffers, none);
+    const Testing::ScopedEntryPoint samplers(glad_glGenSamplers, none);
+    const Testing::ScopedEntryPoint textures(glad_glGenTextures, none);
+    Testing::CallCounter<glad_glDeleteBuffers> deletedBuffers;
+    Testing::CallCounter<glad_glDeleteTextures> deletedTextures;
+    const std::pair<void (*)(), const char*> cases[] = {
+        {[] { const VertexBuffer buffer(usage); }, "Could not generate Buffer."},
+        {[] { const Framebuffer framebuffer; }, "Could not create OpenGL Framebuffer object"},
+        {[] { const Sampler sampler; }, "Could not create OpenGL Sampler object"},
+        {[] { const Texture texture(Eigen::Vector3i::Ones(), InternalFormat::R8); },
+         "Could not generate Texture ID."},
+    };
+    for (const auto& [construct, text] : cases)
+        EXPECT_EQ(Testing::thrown(construct), text);
+    EXPECT_EQ(deletedBuffers.take() + deletedTextures.take(), 0);
 }
 
 TEST_F(OwnersGL, MovedFromProgramsAndRenderersDoNothing) {
@@ -168,44 +196,46 @@ TEST_F(OwnersGL, MovedFromProgramsAndRenderersDoNothing) {
         program.setArgument("u", std::vector<const Texture*>{&m_image});
         program.setArgument("u", program.loc("u"));
     };
-    expectSafeMoves<Program>(makeProgram, idOf, useProgram);
-    expectSafeMoves<ImageProgram>([] { return ImageProgram("T/f.frag", "", false); }, idOf,
-                                  [&](ImageProgram& program) {
-                                      useProgram(program);
-                                      program.compute(m_image, {});
-                                      program.computeReduceZ(m_image, 0, 1, {});
-                                  });
+    {
+        const Balance<glad_glCreateProgram, glad_glDeleteProgram> programs;
+        const Balance<glad_glCreateShader, glad_glDeleteShader> shaders;
+        expectSafeMoves<Program>(makeProgram, idOf, useProgram);
+    }
+    const auto makeImageProgram = [] { return ImageProgram("T/f.frag", "", false); };
+    expectSafeMoves<ImageProgram>(makeImageProgram, idOf, [&](ImageProgram& program) {
+        useProgram(program);
+        program.compute(m_image, {});
+        program.computeReduceZ(m_image, 0, 1, {});
+    });
     expectSafeMoves<ProgramCache>(
         [&] { return ProgramCache(std::make_unique<Program>(makeProgram()), 2); },
         [](ProgramCache& cache) { return cache.getProgram(""); },
         [](ProgramCache& cache) { EXPECT_THROW((void)cache.getProgram(""), std::runtime_error); });
     const ByteBuffer font = Resource::query("VeltrandGLFonts", "DejaVuSans-Regular.ttf").value();
-    expectSafeMoves<FontAtlas>(
-        [&] { return FontAtlas(font, 20); }, [](FontAtlas& atlas) { return atlas.bounds("Va").max().x(); },
-        [](FontAtlas& atlas) {
-            EXPECT_TRUE(atlas.glyph('V').advance.isZero());
-            EXPECT_TRUE(atlas.kerning({'V', 'a'}).isZero());
-            atlas.renderLine("Va", Eigen::Matrix4d::Identity(), {0, 0, 0}, {1, 1, 1, 1}, true);
-            EXPECT_THROW(atlas.init(), std::runtime_error);
-        });
+    const auto makeAtlas = [&] { return FontAtlas(font, 20); };
+    const auto widthOf = [](FontAtlas& atlas) { return atlas.bounds("Va").max().x(); };
+    expectSafeMoves<FontAtlas>(makeAtlas, widthOf, [](FontAtlas& atlas) {
+        EXPECT_TRUE(atlas.glyph('V').advance.isZero());
+        EXPECT_TRUE(atlas.kerning({'V', 'a'}).isZero());
+        atlas.renderLine("Va", Eigen::Matrix4d::Identity(), {0, 0, 0}, {1, 1, 1, 1}, true);
+        EXPECT_THROW(atlas.init(), std::runtime_error);
+    });
     expectSafeMoves<ObjectPicking>(
-        [] { return ObjectPicking(); },
-        [](const ObjectPicking& picking) { return picking.pickingTexture()->id(); },
+        make<ObjectPicking>, [](const ObjectPicking& picking) { return picking.pickingTexture()->id(); },
         [](ObjectPicking& picking) {
             EXPECT_TRUE(picking.getPickingInfo({{0, 0}}, nullptr).empty());
         });
-    if (OrderIndependentTransparency::isSupported())
-        expectSafeMoves<OrderIndependentTransparency>([] { return OrderIndependentTransparency(); },
-                                                      [](const auto& lists) { return lists.numNodesTotal(); },
-                                                      [&](OrderIndependentTransparency& lists) {
-                                                          lists.reset({4, 1}, false);
-                                                          lists.renderBlendedFragments(m_image, m_image);
-                                                      });
+    using Lists = OrderIndependentTransparency;
+    const auto numNodes = [](const Lists& lists) { return lists.numNodesTotal(); };
+    if (Lists::isSupported())
+        expectSafeMoves<Lists>(make<Lists>, numNodes, [&](Lists& lists) {
+            lists.reset({4, 1}, false);
+            lists.renderBlendedFragments(m_image, m_image);
+        });
     OffscreenRenderHelper helper;
+    const Eigen::Vector2i size(4, 1);
     expectSafeMoves<RenderBuffer>(
-        [&] {
-            return helper.create({4, 1}, InternalFormat::RGBA8, InternalFormat::DepthComponent24);
-        },
+        [&] { return helper.create(size, InternalFormat::RGBA8, InternalFormat::DepthComponent24); },
         [](const RenderBuffer& buffer) { return buffer.isEmpty(); },
         [](RenderBuffer& buffer) { buffer.blendToParent(); });
 }

@@ -285,14 +285,4 @@ TEST_F(ProgramGL, UseOfAProgramThatHasChangedIsWarnedAbout) {
     program.reset();
 }
 
-TEST_F(ProgramGL, MovesHandTheNamesOver) {
-    NameCounter names;
-    {
-        Program moved(std::move(*make(Compilation::ImmediateThrow)));
-        moved = std::move(*make(Compilation::ImmediateThrow));
-    }
-    names.expectBalance(2, 4);
-    (void)takeLog();
-}
-
 } // namespace Veltrand::GL

@@ -195,12 +195,12 @@ std::string drawPicking(const Scene& scene, const Canvas& canvas) {
         // From points below the window's upper edge to pixels above the framebuffer's lower one.
         clicked.emplace_back(Scale * click.point.x(), pixels.y() - 1 - Scale * click.point.y());
     const auto seen = picking.getPickingInfoPerPosition(clicked, nullptr);
-    for (std::size_t i = 0; i < clicks.size(); ++i) {
+    for (std::size_t i = 0; i < clicks.size(); ++i)
         if (seen[i])
             clicks[i].region = seen[i]->secondId;
-        marker.answer(scene, clicks[i]);
-    }
     // [/snippet]
+    for (const Click& click : clicks)
+        marker.answer(scene, click);
     const int captionSize = std::min(canvas.size().y() / 45, canvas.size().x() / 100);
     marker.text("Picked on a slice", Eigen::Vector2d(half / 2, 1.5 * margin), captionSize);
     marker.text("Picked on surfaces", Eigen::Vector2d(half + half / 2, 1.5 * margin), captionSize);

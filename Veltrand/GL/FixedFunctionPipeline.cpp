@@ -85,12 +85,19 @@ void FixedFunctionPipeline::enableWithoutReset(Selection selection,
     m_program = &program(selection, transparency != nullptr);
     m_program->enable();
     m_stipple->chooseProgram(programIndex(selection, transparency != nullptr));
-    sharedVertexArray().observer = drawsWideLines() ? m_stipple : nullptr;
+    observeDraws(drawsWideLines());
     // Samplers of different types must not read from one unit, which they do at first.
     if (m_program->numImages() == 0)
         setTextures(nullptr, nullptr);
     if (transparency)
         transparency->setIncludeArguments(*m_program);
+}
+
+void FixedFunctionPipeline::observeDraws(bool observes) {
+    if (m_observesDraws == observes)
+        return;
+    m_observesDraws = observes;
+    sharedVertexArray().observer = observes ? m_stipple : nullptr;
 }
 
 bool FixedFunctionPipeline::drawsWideLines() const {
@@ -124,7 +131,7 @@ void FixedFunctionPipeline::reset(const ViewState& viewState) {
 }
 
 void FixedFunctionPipeline::disable() {
-    sharedVertexArray().observer.reset();
+    observeDraws(false);
     m_program->unbindImages(true);
     m_program->disable();
 }

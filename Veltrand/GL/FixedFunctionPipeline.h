@@ -134,6 +134,7 @@ public:
 
 private:
     [[nodiscard]] Program& program(ShaderSelection selection, bool withTransparency);
+    void observeDraws(bool observes);
     [[nodiscard]] bool drawsWideLines() const;
     void setTextures(const Texture* texture, const Sampler* sampler);
 
@@ -143,6 +144,7 @@ private:
     std::array<std::unique_ptr<Texture>, 3> m_placeholders;
     Program* m_program = nullptr;           ///< the current one
     std::shared_ptr<LineStipple> m_stipple; ///< which draws know as long as it lives
+    bool m_observesDraws = false;           ///< whether draws ask it
 };
 
 } // namespace Veltrand::GL

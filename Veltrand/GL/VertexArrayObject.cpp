@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include <Veltrand/GL/VertexArrayObject.h>
 
+#include <Veltrand/GL/Functions.h>
 #include <Veltrand/GL/IndexBuffer.h>
 #include <Veltrand/GL/InstanceManager.h>
 #include <Veltrand/GL/VertexBuffer.h>
@@ -19,7 +20,15 @@ namespace {
 
 constexpr std::string_view category = "GL.VertexArrayObject";
 
-class GlobalVAO : public InstanceManager<GlobalVAO>, public SharedVertexArray {};
+class GlobalVAO : public InstanceManager<GlobalVAO>, public SharedVertexArray {
+public:
+    GlobalVAO()
+        : GlobalVAO(static_cast<GLuint>(getInt(GL_VERTEX_ARRAY_BINDING))) {}
+
+private:
+    // Who asks for it need not draw next.
+    explicit GlobalVAO(GLuint previous) { glBindVertexArray(previous); }
+};
 
 void describeArray(GLuint location, const VertexBuffer::VertexAttrib& array, std::uint64_t offset) {
     const auto stride = static_cast<GLsizei>(array.elementSize);

@@ -69,23 +69,23 @@ public:
         : Program(makeProgram("#define WITH_SHADOW\n")) {}
 };
 
-class FontAtlasPerspectiveProgram : public Program, public InstanceManager<FontAtlasPerspectiveProgram> {
+class FontAtlasDivisionProgram : public Program, public InstanceManager<FontAtlasDivisionProgram> {
 public:
-    FontAtlasPerspectiveProgram()
-        : Program(makeProgram("#define WITH_PERSPECTIVE\n")) {}
+    FontAtlasDivisionProgram()
+        : Program(makeProgram("#define WITH_DIVISION\n")) {}
 };
 
-class FontAtlasShadowPerspectiveProgram : public Program,
-                                          public InstanceManager<FontAtlasShadowPerspectiveProgram> {
+class FontAtlasShadowDivisionProgram : public Program,
+                                       public InstanceManager<FontAtlasShadowDivisionProgram> {
 public:
-    FontAtlasShadowPerspectiveProgram()
-        : Program(makeProgram("#define WITH_SHADOW\n#define WITH_PERSPECTIVE\n")) {}
+    FontAtlasShadowDivisionProgram()
+        : Program(makeProgram("#define WITH_SHADOW\n#define WITH_DIVISION\n")) {}
 };
 
-Program& programFor(bool shadowing, bool perspective) {
-    if (perspective)
-        return shadowing ? static_cast<Program&>(*FontAtlasShadowPerspectiveProgram::get())
-                         : *FontAtlasPerspectiveProgram::get();
+Program& programFor(bool shadowing, bool divides) {
+    if (divides)
+        return shadowing ? static_cast<Program&>(*FontAtlasShadowDivisionProgram::get())
+                         : *FontAtlasDivisionProgram::get();
     return shadowing ? static_cast<Program&>(*FontAtlasShadowProgram::get()) : *FontAtlasProgram::get();
 }
 
@@ -443,9 +443,11 @@ void FontAtlas::drawLines(const Viewport& viewport, const Eigen::Matrix4d& viewM
     const std::unique_ptr<FontAtlas, decltype(forget)> pending(this, forget);
     m_vertexBuffer->bind();
     m_vertexBuffer->setData(m_positions, m_texCoords);
-    Program& program = programFor(shadowing, hasPerspective(viewMatrix));
-    program.enable();
     const bool isFiltered = !mapsToPixels(viewMatrix, double{m_positions.front().z()}, viewport);
+    // Clippers leave glyphs alone that are much smaller than the view, and what leaves it is not drawn.
+    const bool mayBeClipped = isFiltered || 4 * m_pixelSize > std::min(viewport.width, viewport.height);
+    Program& program = programFor(shadowing, mayBeClipped);
+    program.enable();
     if (isFiltered)
         program.setArgument("u_fontTexture", *m_texture, *m_smoothSampler);
     else

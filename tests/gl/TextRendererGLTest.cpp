@@ -187,6 +187,37 @@ TEST_F(TextRendererGL, ScaledTextHasTheEdgesOfTurnedText) {
         }
 }
 
+// Within a larger viewport nothing of it is clipped.
+TEST_F(TextRendererGL, TextLeavesTheViewThroughACornerAsItIs) {
+    const ByteBuffer file = fontFile("Regular");
+    FontAtlas atlas(file, 20);
+    constexpr int edge = 100;
+    const auto draw = [&](const Viewport& view, const Eigen::Affine3d& placed) {
+        view.set();
+        const Eigen::Matrix4d ortho =
+            createOrtho(view.x, view.x + view.width, view.y, view.y + view.height, -1, 1);
+        clearColorBuffer(Eigen::Vector4f::Zero());
+        const Blending blending(Blending::Preset::Alpha);
+        atlas.renderLine("W", ortho * placed.matrix(), Vector3d::Zero(), Vector4d::Ones(), false);
+        viewport.set();
+        return pixels();
+    };
+    const auto random = [](int i) { return std::sin(i * i * 0.37); };
+    for (int i = 0; i < 40; ++i) {
+        Eigen::Affine3d placed = Eigen::Affine3d::Identity();
+        placed.translate(Vector3d(i % 2 * edge, i / 2 % 2 * edge, 0));
+        placed.rotate(Eigen::AngleAxisd(i, Vector3d::UnitZ())).scale(Vector3d(40, 40, 1));
+        placed.translate(Vector3d(-10 + 10 * random(i), -7 + 7 * random(i + 1), 0));
+        const Pixels whole = draw({-1000, -1000, edge + 2000, edge + 2000}, placed);
+        const Pixels clipped = draw({0, 0, edge, edge}, placed);
+        int numDifferent = 0;
+        for (int y = 0; y < edge; ++y)
+            for (int x = 0; x < edge; ++x)
+                numDifferent += std::abs(clipped[indexOf(x, y)] - whole[indexOf(x, y)]) > 8;
+        EXPECT_LT(numDifferent, 5) << i;
+    }
+}
+
 TEST_F(TextRendererGL, KeepsBlankWhatHasNoRoom) {
     const ByteBuffer file = fontFile("Regular");
     FontAtlas atlas(file, 700);

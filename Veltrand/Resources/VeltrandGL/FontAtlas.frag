@@ -3,7 +3,7 @@
 
 uniform sampler2D u_fontTexture;
 
-#ifdef WITH_PERSPECTIVE
+#ifdef WITH_DIVISION
 in vec2 v_texCoord;
 #else
 noperspective in vec2 v_texCoord;

@@ -283,7 +283,10 @@ void main() {
         left = fillBatch(head, done, hidden, size);
         compositeBatch(size, front, done);
     }
-    if (left != 0u && front.a > opaque)
-        front = compositeList(head, hidden);
+    if (left != 0u && front.a > opaque) {
+        // A driver that has ended a loop may have composited less than the batches are.
+        vec4 all = compositeList(head, hidden);
+        front = all.a < front.a ? all : front;
+    }
     out_color = vec4(front.rgb + front.a * background.rgb, 1.0 - front.a * (1.0 - background.a));
 }

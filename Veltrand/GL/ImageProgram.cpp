@@ -82,7 +82,9 @@ void attach(Framebuffer& framebuffer, const std::vector<Texture*>& outputs, std:
 
 int maxFramebufferLayers() {
     constexpr int leastWithoutQuery = 2048;
-    static const int limit = GLAD_GL_VERSION_4_3 ? getInt(GL_MAX_FRAMEBUFFER_LAYERS) : leastWithoutQuery;
+    if (!GLAD_GL_VERSION_4_3)
+        return leastWithoutQuery;
+    static const int limit = getInt(GL_MAX_FRAMEBUFFER_LAYERS);
     return limit;
 }
 

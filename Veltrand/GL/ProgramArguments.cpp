@@ -43,10 +43,18 @@ std::size_t limit(GLenum name) {
     return static_cast<std::size_t>(std::max(getInt(name), 0));
 }
 
-const UnitLimits& unitLimits() {
-    static const UnitLimits limits{
-        limit(GL_MAX_COMBINED_TEXTURE_IMAGE_UNITS), hasImageUnits() ? limit(GL_MAX_IMAGE_UNITS) : 0,
-        hasShaderStorageBlocks() ? limit(GL_MAX_SHADER_STORAGE_BUFFER_BINDINGS) : 0};
+// Each is read where there is something to read, which a later context may have and the first one not.
+UnitLimits unitLimits() {
+    static const std::size_t textures = limit(GL_MAX_COMBINED_TEXTURE_IMAGE_UNITS);
+    UnitLimits limits{textures, 0, 0};
+    if (hasImageUnits()) {
+        static const std::size_t images = limit(GL_MAX_IMAGE_UNITS);
+        limits.images = images;
+    }
+    if (hasShaderStorageBlocks()) {
+        static const std::size_t buffers = limit(GL_MAX_SHADER_STORAGE_BUFFER_BINDINGS);
+        limits.buffers = buffers;
+    }
     return limits;
 }
 
@@ -206,7 +214,7 @@ bool Program::checkForUnititializedUniforms() const {
 }
 
 void Program::initBindings() {
-    const UnitLimits& limits = unitLimits();
+    const UnitLimits limits = unitLimits();
     m_maxTextureUnits = limits.textures;
     m_maxImageUnits = limits.images;
     m_textureBindings.push_back({nullptr, nullptr, "!reserved", 0});

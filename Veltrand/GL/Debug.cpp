@@ -131,7 +131,7 @@ void warnOnce() {
 // The text, or as much of it as the driver takes, which is less than its limit; a character of UTF-8 is not
 // cut in two.
 std::string_view shortened(const std::string& text) {
-    static const int limit = getInt(GL_MAX_DEBUG_MESSAGE_LENGTH);
+    const int limit = getInt(GL_MAX_DEBUG_MESSAGE_LENGTH);
     if (limit < 1 || text.size() < static_cast<std::size_t>(limit))
         return text;
     const auto continues = [&text](std::size_t i) {
@@ -147,8 +147,9 @@ std::string_view shortened(const std::string& text) {
 // number together. If they came first, that number would be one that the table of noise drops, and no error
 // would ever be seen. What a shader that does not compile has to say takes these numbers up.
 void takeNumbersOfNoise() {
+    static std::atomic<bool> taken{false};
     const EarlyEntryPoint string(glGetString, "glGetString");
-    if (getString(GL_VERSION).find("Mesa") == std::string::npos)
+    if (taken || getString(GL_VERSION).find("Mesa") == std::string::npos || taken.exchange(true))
         return;
     const EarlyEntryPoint create(glCreateShader, "glCreateShader");
     const EarlyEntryPoint source(glShaderSource, "glShaderSource");
@@ -255,8 +256,7 @@ public:
         CallbackTable& table = CallbackTable::get();
         const CallbackTable::Id previous = std::exchange(m_id, 0);
         if (callback) {
-            static std::once_flag numbersTaken;
-            std::call_once(numbersTaken, takeNumbersOfNoise);
+            takeNumbersOfNoise();
             m_id = table.add(callback);
             glEnable(GL_DEBUG_OUTPUT);
             if (synchronous)
@@ -426,11 +426,13 @@ Group::Group(const std::string& name) {
         warnOnce();
         return;
     }
-    if (getInt(GL_DEBUG_GROUP_STACK_DEPTH) >= getInt(GL_MAX_DEBUG_GROUP_STACK_DEPTH))
+    const int depth = getInt(GL_DEBUG_GROUP_STACK_DEPTH);
+    if (depth >= getInt(GL_MAX_DEBUG_GROUP_STACK_DEPTH))
         return;
     const std::string_view text = shortened(name);
     glPushDebugGroup(GL_DEBUG_SOURCE_APPLICATION, 1, static_cast<GLsizei>(text.size()), text.data());
-    m_context = ContextManager::currentContextId();
+    if (getInt(GL_DEBUG_GROUP_STACK_DEPTH) > depth)
+        m_context = ContextManager::currentContextId();
 }
 
 // The depth is asked for because another context may have got the handle of one that is gone.

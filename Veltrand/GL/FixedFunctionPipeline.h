@@ -128,8 +128,9 @@ public:
     ///
     /// The pattern runs on through strips and loops that a `VertexBuffer` draws without indices, with floats
     /// as positions. For this their positions are read back at each draw, and their lengths summed up; GPUs
-    /// that are busy with the buffer wait. `LineRenderer` does without. In all other draws the pattern begins
-    /// with each segment. GL: glUniform1ui, 3.3; with the draw glGetBufferSubData, 1.5
+    /// that are busy with the buffer wait. `LineRenderer` does without from OpenGL 4.3 on. In all other draws
+    /// the pattern begins anew with each segment; of those of vertex buffers a warning tells once.
+    /// GL: glUniform1ui, 3.3; with the draw glGetBufferSubData, 1.5
     void setStipplePattern(unsigned short pattern);
 
 private:

@@ -37,8 +37,11 @@ std::optional<GLsizei> indexCount(const VertexBuffer& buffer, const IndexBuffer&
 }
 
 template<class Draw>
-void drawWithSharedVertexArray(const VertexBuffer& buffer, const IndexBuffer& indices, const Draw& draw) {
-    VertexArrayObject& vertexArray = sharedVertexArray();
+void drawWithSharedVertexArray(const VertexBuffer& buffer, Primitive mode, const IndexBuffer& indices,
+                               const Draw& draw) {
+    SharedVertexArray& vertexArray = sharedVertexArray();
+    if (const std::shared_ptr<DrawObserver> observer = vertexArray.observer.lock())
+        observer->noteIndexedDraw(mode);
     vertexArray.bind();
     vertexArray.setAttributes(buffer, &indices);
     draw();
@@ -154,8 +157,9 @@ void VertexBuffer::draw(Primitive mode, const IndexBuffer& indices) const {
     if (!count)
         return;
     const PrimitiveRestart restart(indices.primitiveRestartIndex());
-    drawWithSharedVertexArray(
-        *this, indices, [&] { glDrawElements(static_cast<GLenum>(mode), *count, indices.type(), nullptr); });
+    drawWithSharedVertexArray(*this, mode, indices, [&] {
+        glDrawElements(static_cast<GLenum>(mode), *count, indices.type(), nullptr);
+    });
 }
 
 void VertexBuffer::drawInstanced(Primitive mode, int instances, const IndexBuffer& indices) const {
@@ -163,7 +167,7 @@ void VertexBuffer::drawInstanced(Primitive mode, int instances, const IndexBuffe
     if (!count)
         return;
     const PrimitiveRestart restart(indices.primitiveRestartIndex());
-    drawWithSharedVertexArray(*this, indices, [&] {
+    drawWithSharedVertexArray(*this, mode, indices, [&] {
         glDrawElementsInstanced(static_cast<GLenum>(mode), *count, indices.type(), nullptr, instances);
     });
 }

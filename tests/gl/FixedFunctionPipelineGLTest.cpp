@@ -6,6 +6,7 @@
 #include <Veltrand/GL/ContextManager.h>
 #include <Veltrand/GL/Debug.h>
 #include <Veltrand/GL/FixedFunctionPipeline.h>
+#include <Veltrand/GL/IndexBuffer.h>
 #include <Veltrand/GL/OrderIndependentTransparency.h>
 #include <Veltrand/GL/VertexBuffer.h>
 #include <Veltrand/GL/ViewState.h>
@@ -333,6 +334,19 @@ TEST_F(FixedFunctionPipelineGL, StippleRunsOnThroughStripsAndLoops) {
                   drawLine(perspective, Primitive::LineStrip, 5,
                            {seen + 0.5F * (behind - seen), seen, {0.2F, -0.9F, -2}}, pattern));
     }
+    // By indices it cannot, which is told once.
+    FixedFunctionPipeline pipeline;
+    pipeline.enable(pixelView, Selection::WideLines, nullptr);
+    pipeline.setStipplePattern(0x00FF);
+    VertexBuffer buffer(Buffer::Usage::StaticDraw);
+    buffer.setData(shortSteps);
+    IndexBuffer indices(Buffer::Usage::StaticDraw);
+    indices.setData(std::vector<unsigned char>{0, 1, 2});
+    for (const Primitive mode : {Primitive::Lines, Primitive::LineStrip, Primitive::LineLoop})
+        buffer.draw(mode, indices);
+    IndexBuffer::unbind();
+    pipeline.disable();
+    EXPECT_EQ(log().take("GL.FixedFunctionPipeline").size(), 1U);
 }
 
 // A strip with right, blunt and very sharp turns: all of its segments are covered, and no pixel twice.

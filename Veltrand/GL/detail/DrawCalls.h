@@ -28,12 +28,14 @@ public:
     /// @param starts of the runs of consecutive vertices that are drawn; at least one
     [[nodiscard]] virtual const VertexBuffer* arraysFor(const VertexBuffer& vertices, Primitive mode,
                                                         std::span<const GLint> starts) = 0;
+    /// A draw by indices, to which nothing is added.
+    virtual void noteIndexedDraw(Primitive mode) = 0;
 };
 
 /// The current context's vertex array object that draw calls set up anew each time.
 class SharedVertexArray : public VertexArrayObject {
 public:
-    std::weak_ptr<DrawObserver> observer; ///< asked before each draw without indices
+    std::weak_ptr<DrawObserver> observer; ///< told of each draw
 };
 SharedVertexArray& sharedVertexArray();
 

@@ -1,8 +1,11 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include <Veltrand/GL/detail/LineStipple.h>
 
+#include <Veltrand/GL/detail/LogMessage.h>
+
 #include <algorithm>
 #include <cmath>
+#include <utility>
 
 namespace Veltrand::GL {
 
@@ -59,14 +62,36 @@ std::vector<Vector4f> LineStipple::readPoints(const VertexBuffer& vertices) cons
     return points;
 }
 
+// Whether the pattern that is set is to run on from segment to segment.
+bool LineStipple::runsOn(Primitive mode) const {
+    constexpr unsigned short solid = 0xFFFF;
+    return m_placements[m_program].pattern != solid &&
+           (mode == Primitive::LineStrip || mode == Primitive::LineLoop ||
+            mode == Primitive::LineStripAdjacency);
+}
+
+void LineStipple::warnOfRestarts() {
+    if (!std::exchange(m_hasWarned, true))
+        logMessage(Log::Warning, "GL.FixedFunctionPipeline",
+                   "The stipple of a strip or loop begins anew with each segment, because it is drawn by "
+                   "indices or its positions are not floats.");
+}
+
+void LineStipple::noteIndexedDraw(Primitive mode) {
+    if (runsOn(mode))
+        warnOfRestarts();
+}
+
 const VertexBuffer* LineStipple::arraysFor(const VertexBuffer& vertices, Primitive mode,
                                            std::span<const GLint> starts) {
-    constexpr unsigned short solid = 0xFFFF;
+    if (!runsOn(mode))
+        return nullptr;
+    if (vertices.attributes().front().type != GL_FLOAT) {
+        warnOfRestarts();
+        return nullptr;
+    }
     const bool hasAdjacency = mode == Primitive::LineStripAdjacency;
     const Placement& placement = m_placements[m_program];
-    if (placement.pattern == solid || vertices.attributes().front().type != GL_FLOAT ||
-        (mode != Primitive::LineStrip && mode != Primitive::LineLoop && !hasAdjacency))
-        return nullptr;
     const std::vector<Vector4f> points = readPoints(vertices);
     std::vector<float> bits(points.size());
     for (std::size_t run = 0; run < starts.size(); ++run) {

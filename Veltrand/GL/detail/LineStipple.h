@@ -36,12 +36,17 @@ public:
 
     [[nodiscard]] const VertexBuffer* arraysFor(const VertexBuffer& vertices, Primitive mode,
                                                 std::span<const GLint> starts) override;
+    /// Warns once of a pattern that begins anew with each segment.
+    void noteIndexedDraw(Primitive mode) override;
 
 private:
+    [[nodiscard]] bool runsOn(Primitive mode) const;
+    void warnOfRestarts();
     [[nodiscard]] std::vector<Eigen::Vector4f> readPoints(const VertexBuffer& vertices) const;
 
     std::array<Placement, 6> m_placements;
     std::size_t m_program = 0;
+    bool m_hasWarned = false;
     std::unique_ptr<VertexBuffer> m_bits; ///< null before the first draw that needs it
 };
 

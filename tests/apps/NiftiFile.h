@@ -3,12 +3,15 @@
 
 #include "support/TemporaryDirectory.h"
 
+#include <Eigen/Geometry>
 #include <algorithm>
 #include <array>
 #include <cstdint>
 #include <cstring>
+#include <functional>
 #include <gtest/gtest.h>
 #include <string>
+#include <type_traits>
 #include <utility>
 #include <vector>
 #include <zlib.h>
@@ -92,5 +95,33 @@ struct NiftiFile {
         return compressed;
     }
 };
+
+/// A file of voxels around the origin, bytes or doubles, that run along axes of the patient.
+/// @param directions 1 or -1 along each of the axes
+/// @param value of a voxel by its indices and by its place in the patient
+template<class T>
+NiftiFile placedFile(const Eigen::Vector3i& size, const Eigen::Vector3d& spacing, const Eigen::Vector3i& axes,
+                     const Eigen::Vector3i& directions,
+                     const std::function<double(const Eigen::Vector3i&, const Eigen::Vector3d&)>& value) {
+    NiftiFile file;
+    Eigen::Affine3d map = Eigen::Affine3d::Identity();
+    map.linear().setZero();
+    for (int i = 0; i < 3; ++i) {
+        file.dimensions[std::size_t(i) + 1] = size[i];
+        map.linear()(axes[i], i) = directions[i] * spacing[i];
+    }
+    map.translation() = -map.linear() * (size.cast<double>() - Eigen::Vector3d::Ones()) / 2;
+    file.sformCode = 4;
+    for (int i = 0; i < 12; ++i)
+        file.sform[std::size_t(i)] = float(map.matrix()(i / 4, i % 4));
+    file.dataType = std::is_same_v<T, double> ? 64 : 2;
+    std::vector<T> voxels;
+    for (int i = 0; i < size.prod(); ++i) {
+        const Eigen::Vector3i voxel(i % size.x(), i / size.x() % size.y(), i / size.x() / size.y());
+        voxels.push_back(T(value(voxel, map * voxel.cast<double>())));
+    }
+    file.setVoxels(voxels);
+    return file;
+}
 
 } // namespace Veltrand::Testing

@@ -33,21 +33,11 @@ constexpr int Height = 480;
 constexpr int Edge = 15; // voxels
 
 /// A cube of bytes around the origin.
-std::string cube(float spacing, const std::function<int(const Vector3i&)>& value) {
-    NiftiFile file;
-    file.dimensions = {3, Edge, Edge, Edge, 1, 1, 1, 1};
-    file.sformCode = 1;
-    for (std::size_t i = 0; i < 3; ++i) {
-        file.sform[5 * i] = spacing;
-        file.sform[4 * i + 3] = -spacing * (Edge - 1) / 2;
-    }
-    std::vector<std::uint8_t> voxels;
-    for (int z = 0; z < Edge; ++z)
-        for (int y = 0; y < Edge; ++y)
-            for (int x = 0; x < Edge; ++x)
-                voxels.push_back(std::uint8_t(value({x, y, z})));
-    file.setVoxels(voxels);
-    return file.plain();
+std::string cube(double spacing, const std::function<int(const Vector3i&)>& value) {
+    return Testing::placedFile<std::uint8_t>(Vector3i::Constant(Edge), Vector3d::Constant(spacing), {0, 1, 2},
+                                             {1, 1, 1},
+                                             [&value](const Vector3i& voxel, auto&) { return value(voxel); })
+        .plain();
 }
 
 /// A head of 60 mm with a bright ball on its right, a dimmer one in front and a dark one on top.
@@ -58,31 +48,10 @@ double patientValue(const Eigen::Vector3d& position) {
     return position.norm() < 28 ? 40 : 0;
 }
 
-/// The head with the origin in its middle and voxels of 2 mm, 1.5 mm and 3 mm along the first, second and
-/// third of the given patient axes, followed in the given directions.
-NiftiFile headBySform(const std::array<int, 3>& axes, const std::array<int, 3>& directions) {
-    NiftiFile file;
-    file.dimensions = {3, 30, 40, 20, 1, 1, 1, 1};
-    const Eigen::Vector3d spacing(2, 1.5, 3);
-    Eigen::Affine3d voxelToPatient = Eigen::Affine3d::Identity();
-    voxelToPatient.linear().setZero();
-    for (int i = 0; i < 3; ++i) {
-        const auto index = static_cast<std::size_t>(i);
-        voxelToPatient.linear()(axes[index], i) = directions[index] * spacing[i];
-        voxelToPatient.translation()[axes[index]] =
-            -directions[index] * spacing[i] * (file.dimensions[index + 1] - 1) / 2;
-    }
-    file.sformCode = 4;
-    for (int i = 0; i < 12; ++i)
-        file.sform[static_cast<std::size_t>(i)] = static_cast<float>(voxelToPatient.matrix()(i / 4, i % 4));
-    std::vector<double> values(24000);
-    for (int i = 0; double& value : values) {
-        value = patientValue(voxelToPatient * Eigen::Vector3i(i % 30, i / 30 % 40, i / 1200).cast<double>());
-        ++i;
-    }
-    file.dataType = 64;
-    file.setVoxels(values);
-    return file;
+/// The head with voxels of 2 mm, 1.5 mm and 3 mm along the first, second and third of the given axes.
+NiftiFile headBySform(const Vector3i& axes, const Vector3i& directions) {
+    return Testing::placedFile<double>({30, 40, 20}, {2, 1.5, 3}, axes, directions,
+                                       [](auto&, const Vector3d& place) { return patientValue(place); });
 }
 
 /// Whether a letter stands with its centre at this place, pixel for pixel as the gallery writes it.

@@ -18,38 +18,15 @@ namespace {
 using Eigen::Vector2d;
 using Eigen::Vector3d;
 using Eigen::Vector3i;
-using Testing::NiftiFile;
 using Testing::PngPicture;
 using Testing::RunResult;
 using Testing::TemporaryDirectory;
 
-const Vector3i Voxels(24, 30, 20);
-const Vector3d Spacing(2, 1.5, 3);
-
-/// Voxels that run towards the patient's left, feet and front, around the origin. Each is described by its
-/// place in the patient.
-NiftiFile turnedVolume(const std::function<double(const Vector3d&)>& value) {
-    constexpr std::array<int, 3> Axes{0, 2, 1};
-    constexpr std::array<int, 3> Directions{-1, -1, 1};
-    NiftiFile file;
-    Eigen::Affine3d map = Eigen::Affine3d::Identity();
-    map.linear().setZero();
-    for (int i = 0; i < 3; ++i) {
-        const auto index = std::size_t(i);
-        file.dimensions[index + 1] = Voxels[i];
-        map.linear()(Axes[index], i) = Directions[index] * Spacing[i];
-        map.translation()[Axes[index]] = -Directions[index] * Spacing[i] * (Voxels[i] - 1) / 2;
-    }
-    file.sformCode = 1;
-    for (int i = 0; i < 12; ++i)
-        file.sform[std::size_t(i)] = float(map.matrix()(i / 4, i % 4));
-    std::vector<std::uint8_t> voxels;
-    for (int k = 0; k < Voxels[2]; ++k)
-        for (int j = 0; j < Voxels[1]; ++j)
-            for (int i = 0; i < Voxels[0]; ++i)
-                voxels.push_back(std::uint8_t(value(map * Vector3d(i, j, k))));
-    file.setVoxels(voxels);
-    return file;
+/// Voxels that run towards the patient's left, feet and front.
+std::string turnedVolume(const std::function<double(const Vector3d&)>& value) {
+    return Testing::placedFile<std::uint8_t>({24, 30, 20}, {2, 1.5, 3}, {0, 2, 1}, {-1, -1, 1},
+                                             [&value](auto&, const Vector3d& place) { return value(place); })
+        .plain();
 }
 
 /// A block of 24 mm in a head with a skin; each octant of the block is a region, 1 to 8.
@@ -77,12 +54,12 @@ protected:
         const auto file = m_directory.write("script", script);
         options.insert(options.begin(),
                        {"--size", std::to_string(Width) + "x" + std::to_string(Height), "--script",
-                        file.string(), m_directory.write("head.nii", turnedVolume(headAt).plain()).string()});
+                        file.string(), m_directory.write("head.nii", turnedVolume(headAt)).string()});
         return Testing::runProgram(VELTRAND_VIEWER_PROGRAM, options, m_directory.path(), environment);
     }
     /// The same with regions, which is to succeed in silence; gives what is printed.
     std::string play(const std::string& script, const std::vector<std::string>& environment = {}) {
-        const auto labels = m_directory.write("regions.nii", turnedVolume(regionAt).plain());
+        const auto labels = m_directory.write("regions.nii", turnedVolume(regionAt));
         m_directory.write("regions.nii.txt",
                           "1 Piece_1\n2 Piece_2\n3 Piece_3\n4 Piece_4 x\n5 Piece_5\n\n7 Piece_7\n");
         const RunResult result = run(script + "\nquit", {"--labels", labels.string()}, environment);

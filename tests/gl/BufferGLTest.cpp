@@ -1,19 +1,13 @@
 // SPDX-License-Identifier: BSD-3-Clause
-#include "support/Canvas.h"
 #include "support/GLTest.h"
 
 #include <Veltrand/GL/AtomicCounterBuffer.h>
 #include <Veltrand/GL/IndexBuffer.h>
 #include <Veltrand/GL/ShaderStorageBuffer.h>
-#include <Veltrand/GL/VertexBuffer.h>
-
-#include <functional>
 
 namespace Veltrand::GL {
 
 using BufferGL = Testing::GLFixture;
-using Testing::Canvas;
-using Testing::ScopedEntryPoint;
 using Usage = Buffer::Usage;
 
 namespace {

@@ -2,18 +2,11 @@
 #include "support/GLTest.h"
 
 #include <Veltrand/GL/Context.h>
-#include <Veltrand/GL/ContextManager.h>
-#include <Veltrand/GL/Debug.h>
 #include <Veltrand/GL/InstanceManager.h>
-
-#include <memory>
-#include <tuple>
-#include <vector>
 
 namespace Veltrand::GL::Debug {
 
 using DebugGL = Testing::GLFixture;
-using Testing::LogLine;
 
 namespace {
 

@@ -1,29 +1,13 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include "support/GLTest.h"
-#include "support/RenderTarget.h"
 
 #include <Veltrand/GL/Context.h>
-#include <Veltrand/GL/ContextManager.h>
-#include <Veltrand/GL/Debug.h>
 #include <Veltrand/GL/FixedFunctionPipeline.h>
-#include <Veltrand/GL/IndexBuffer.h>
-#include <Veltrand/GL/OrderIndependentTransparency.h>
-#include <Veltrand/GL/VertexBuffer.h>
-#include <Veltrand/GL/ViewState.h>
-
-#include <Eigen/Geometry>
-#include <functional>
-#include <numbers>
 
 namespace Veltrand::GL {
 
 namespace {
 
-using Eigen::Matrix4d;
-using Eigen::Vector3d;
-using Eigen::Vector3f;
-using Eigen::Vector3i;
-using Eigen::Vector4f;
 using Color = Eigen::Vector4i;
 using Picture = std::vector<Color>; // of edge x edge pixels
 using Selection = FixedFunctionPipeline::ShaderSelection;

@@ -1,9 +1,6 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include "support/GLTest.h"
 
-#include <Veltrand/GL/Debug.h>
-#include <Veltrand/GL/Framebuffer.h>
-
 namespace Veltrand::GL {
 
 using Attachment = Framebuffer::Attachment;

@@ -1,19 +1,14 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include "support/GLTest.h"
-#include "support/RenderTarget.h"
 
 #include <Veltrand/GL/FullscreenSquare.h>
 #include <Veltrand/GL/ImageProgram.h>
 #include <Veltrand/GL/detail/ImagePlan.h>
 
-#include <cmath>
-#include <functional>
-
 namespace Veltrand::GL {
 
 namespace {
 
-using Testing::CallCounter;
 using Compilation = Program::Compilation;
 using Cuboid = ImageProgram::Cuboid;
 using Mode = ImageProgram::TexCoordMode;

@@ -1,23 +1,13 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include "support/GLTest.h"
-#include "support/RenderTarget.h"
 
 #include <Veltrand/GL/Blending.h>
 #include <Veltrand/GL/LineRenderer.h>
-#include <Veltrand/GL/OrderIndependentTransparency.h>
-#include <Veltrand/GL/VertexBuffer.h>
-#include <Veltrand/GL/ViewState.h>
-
-#include <cmath>
-#include <functional>
-#include <numbers>
 
 namespace Veltrand::GL {
 
 namespace {
 
-using Eigen::Vector3d;
-using Eigen::Vector4f;
 using Options = LineRenderer::Options;
 using Points = std::vector<Vector3d>;
 constexpr int edge = 64;

@@ -1,19 +1,13 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include "support/GLTest.h"
 
-#include <Veltrand/GL/Framebuffer.h>
 #include <Veltrand/GL/FullscreenSquare.h>
 #include <Veltrand/GL/ObjectPicking.h>
-#include <Veltrand/GL/Program.h>
-#include <Veltrand/GL/StateGuard.h>
 
 namespace Veltrand::GL {
 
 namespace {
 
-using Eigen::Vector2i;
-using Eigen::Vector3i;
-using Testing::CallCounter;
 using Infos = std::vector<ObjectPicking::PickingInfo>;
 
 const Vector2i size(8, 6);

@@ -1,24 +1,12 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include "support/GLTest.h"
 
-#include <Veltrand/GL/Framebuffer.h>
 #include <Veltrand/GL/OffscreenRenderHelper.h>
-#include <Veltrand/GL/OrderIndependentTransparency.h>
-#include <Veltrand/GL/StateGuard.h>
-
-#include <cmath>
-#include <functional>
-#include <span>
 
 namespace Veltrand::GL {
 
 namespace {
 
-using Eigen::Vector2i;
-using Eigen::Vector3i;
-using Eigen::Vector4f;
-using Testing::CallCounter;
-using Testing::LogLine;
 using RenderBuffer = OffscreenRenderHelper::RenderBuffer;
 using Processing = OffscreenRenderHelper::ColorPostProcessing;
 using Config = OffscreenRenderHelper::BufferConfig;

@@ -2,30 +2,14 @@
 #include "support/GLTest.h"
 
 #include <Veltrand/GL/FixedFunctionPipeline.h>
-#include <Veltrand/GL/Framebuffer.h>
 #include <Veltrand/GL/FullscreenSquare.h>
 #include <Veltrand/GL/LineRenderer.h>
-#include <Veltrand/GL/OrderIndependentTransparency.h>
-#include <Veltrand/GL/Program.h>
-#include <Veltrand/GL/StateGuard.h>
 #include <Veltrand/GL/VertexArrayObject.h>
-#include <Veltrand/GL/VertexBuffer.h>
-#include <Veltrand/GL/ViewState.h>
-
-#include <functional>
-#include <random>
 
 namespace Veltrand::GL {
 
 namespace {
 
-using Eigen::Vector2i;
-using Eigen::Vector3f;
-using Eigen::Vector3i;
-using Eigen::Vector4d;
-using Eigen::Vector4f;
-using Testing::LogLine;
-using Testing::ScopedEntryPoint;
 using Compilation = Program::Compilation;
 
 constexpr std::string_view category = "GL.OrderIndependentTransparency";

@@ -1,21 +1,17 @@
 // SPDX-License-Identifier: BSD-3-Clause
-#include "support/Canvas.h"
 #include "support/GLTest.h"
 
 #include <Veltrand/Core/Resource.h>
 #include <Veltrand/GL/AtomicCounterBuffer.h>
 #include <Veltrand/GL/Blending.h>
 #include <Veltrand/GL/FontAtlas.h>
-#include <Veltrand/GL/Framebuffer.h>
 #include <Veltrand/GL/ImageProgram.h>
 #include <Veltrand/GL/IndexBuffer.h>
 #include <Veltrand/GL/ObjectPicking.h>
 #include <Veltrand/GL/OffscreenRenderHelper.h>
-#include <Veltrand/GL/OrderIndependentTransparency.h>
 #include <Veltrand/GL/ProgramCache.h>
 #include <Veltrand/GL/SyncObject.h>
 #include <Veltrand/GL/VertexArrayObject.h>
-#include <Veltrand/GL/VertexBuffer.h>
 
 namespace Veltrand::GL {
 

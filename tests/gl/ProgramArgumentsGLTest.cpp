@@ -1,12 +1,8 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include "support/GLTest.h"
 
-#include <Veltrand/GL/Program.h>
 #include <Veltrand/GL/Sampler.h>
 #include <Veltrand/GL/ShaderStorageBuffer.h>
-
-#include <span>
-#include <type_traits>
 
 namespace Veltrand::GL {
 

@@ -2,16 +2,12 @@
 #include "support/GLTest.h"
 #include "support/TestInclude.h"
 
-#include <Veltrand/GL/Program.h>
 #include <Veltrand/GL/ProgramCache.h>
 
 namespace Veltrand::GL {
 
 namespace {
 
-using Testing::CallCounter;
-using Testing::LogLine;
-using Testing::TestInclude;
 using Compilation = Program::Compilation;
 
 // A fragment shader with two holes, one of which has another one inside.

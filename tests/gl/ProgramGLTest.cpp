@@ -1,18 +1,12 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include "support/GLTest.h"
 
-#include <Veltrand/GL/Program.h>
 #include <Veltrand/GL/ProgramDecorator.h>
-
-#include <cstring>
 
 namespace Veltrand::GL {
 
 namespace {
 
-using Testing::CallCounter;
-using Testing::LogLine;
-using Testing::ScopedEntryPoint;
 using Compilation = Program::Compilation;
 using Stage = Program::Stage;
 

@@ -2,26 +2,17 @@
 #include "support/GLTest.h"
 
 #include <Veltrand/GL/Context.h>
-#include <Veltrand/GL/ContextManager.h>
-#include <Veltrand/GL/Debug.h>
 #include <Veltrand/GL/FixedFunctionPipeline.h>
-#include <Veltrand/GL/Framebuffer.h>
 #include <Veltrand/GL/ImageProgram.h>
 #include <Veltrand/GL/LineRenderer.h>
 #include <Veltrand/GL/ObjectPicking.h>
 #include <Veltrand/GL/OffscreenRenderHelper.h>
-#include <Veltrand/GL/OrderIndependentTransparency.h>
-#include <Veltrand/GL/Program.h>
 #include <Veltrand/GL/TextRenderer.h>
-#include <Veltrand/GL/VertexBuffer.h>
-#include <Veltrand/GL/ViewState.h>
 
 namespace Veltrand::GL {
 
 namespace {
 
-using Eigen::Vector3f;
-using Eigen::Vector3i;
 using Names = Testing::StateNames;
 using Selection = FixedFunctionPipeline::ShaderSelection;
 

@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: BSD-3-Clause
-#include <Veltrand/GL/ContextManager.h>
 #include <Veltrand/GL/Sampler.h>
 #include <Veltrand/GL/SyncObject.h>
 

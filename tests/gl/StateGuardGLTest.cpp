@@ -1,16 +1,12 @@
 // SPDX-License-Identifier: BSD-3-Clause
-#include "support/Canvas.h"
 #include "support/GLTest.h"
 
 #include <Veltrand/GL/Blending.h>
-#include <Veltrand/GL/Framebuffer.h>
-#include <Veltrand/GL/StateGuard.h>
 
 namespace Veltrand::GL {
 
 using BlendingGL = Testing::GLFixture;
 using StateGuardGL = Testing::GLFixture;
-using Testing::Canvas;
 using Flag = StateGuard::SaveFlags;
 
 namespace {

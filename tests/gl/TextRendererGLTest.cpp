@@ -1,15 +1,11 @@
 // SPDX-License-Identifier: BSD-3-Clause
 // Text as a whole: glyph atlases and the renderer that uses them.
 #include "support/AllocationCounter.h"
-#include "support/Canvas.h"
 #include "support/GLTest.h"
 
 #include <Veltrand/GL/Blending.h>
 #include <Veltrand/GL/FontAtlas.h>
 #include <Veltrand/GL/TextRenderer.h>
-#include <Veltrand/GL/ViewState.h>
-
-#include <Eigen/Geometry>
 
 #include <ft2build.h>
 #include FT_FREETYPE_H
@@ -19,11 +15,6 @@ namespace Veltrand::GL {
 
 namespace {
 
-using Eigen::Vector2f;
-using Eigen::Vector2i;
-using Eigen::Vector3d;
-using Eigen::Vector4d;
-using Testing::LogLine;
 using AlignH = TextRenderer::AlignmentH;
 using AlignV = TextRenderer::AlignmentV;
 using Decoration = TextRenderer::Decoration;

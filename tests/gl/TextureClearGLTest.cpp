@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include "support/GLTest.h"
 
-#include <Veltrand/GL/Framebuffer.h>
 #include <Veltrand/GL/InstanceManager.h>
 
 namespace Veltrand::GL {

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include "support/GLTest.h"
 
-#include <cstring>
 #include <numeric>
 
 namespace Veltrand::GL {

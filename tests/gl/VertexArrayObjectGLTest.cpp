@@ -1,16 +1,11 @@
 // SPDX-License-Identifier: BSD-3-Clause
-#include "support/Canvas.h"
 #include "support/GLTest.h"
 
 #include <Veltrand/GL/IndexBuffer.h>
 #include <Veltrand/GL/VertexArrayObject.h>
-#include <Veltrand/GL/VertexBuffer.h>
-
-#include <map>
 
 namespace Veltrand::GL {
 
-using Testing::Canvas;
 using Usage = Buffer::Usage;
 
 namespace {

@@ -4,21 +4,52 @@
 // What the tests of OpenGL classes share.
 
 #include "support/CallCounter.h"
+#include "support/Canvas.h"
 #include "support/GLFixture.h"
 #include "support/MapRepository.h"
+#include "support/RenderTarget.h"
 #include "support/ScopedEntryPoint.h"
 #include "support/Thrown.h"
 
+#include <Veltrand/GL/ContextManager.h>
+#include <Veltrand/GL/Debug.h>
+#include <Veltrand/GL/Framebuffer.h>
 #include <Veltrand/GL/Functions.h>
+#include <Veltrand/GL/OrderIndependentTransparency.h>
+#include <Veltrand/GL/Program.h>
+#include <Veltrand/GL/StateGuard.h>
 #include <Veltrand/GL/Texture.h>
+#include <Veltrand/GL/VertexBuffer.h>
+#include <Veltrand/GL/ViewState.h>
 
-#include <Eigen/Core>
+#include <Eigen/Geometry>
 #include <algorithm>
 #include <array>
+#include <cmath>
+#include <cstring>
+#include <functional>
 #include <glad/gl.h>
+#include <map>
 #include <memory>
+#include <numbers>
 #include <optional>
+#include <random>
+#include <span>
 #include <stdexcept>
 #include <string>
 #include <utility>
 #include <vector>
+
+namespace Veltrand::GL {
+
+using namespace Testing;
+using Eigen::Matrix4d;
+using Eigen::Vector2f;
+using Eigen::Vector2i;
+using Eigen::Vector3d;
+using Eigen::Vector3f;
+using Eigen::Vector3i;
+using Eigen::Vector4d;
+using Eigen::Vector4f;
+
+} // namespace Veltrand::GL

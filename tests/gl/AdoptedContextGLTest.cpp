@@ -1,14 +1,11 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include "support/ContextTest.h"
 
-#include <Veltrand/GL/Debug.h>
-#include <Veltrand/GL/InstanceManager.h>
 #include <Veltrand/GL/Texture.h>
 #include <Veltrand/GL/VertexArrayObject.h>
 
 #include <Eigen/Core>
 #include <csignal>
-#include <cstdlib>
 #include <optional>
 
 // Last: glad has to come before it, and its macros break other headers.
@@ -55,8 +52,8 @@ const std::vector<int> core33{GLX_CONTEXT_MAJOR_VERSION_ARB, 3, GLX_CONTEXT_MINO
 
 // Profile, flags and reset strategy of the current context.
 std::array<int, 3> settings() {
-    return {Testing::currentInt(GL_CONTEXT_PROFILE_MASK), Testing::currentInt(GL_CONTEXT_FLAGS),
-            Testing::currentInt(GL_RESET_NOTIFICATION_STRATEGY)};
+    return {currentInt(GL_CONTEXT_PROFILE_MASK), currentInt(GL_CONTEXT_FLAGS),
+            currentInt(GL_RESET_NOTIFICATION_STRATEGY)};
 }
 
 // Owns a container, which can be deleted only while its context is current.
@@ -65,7 +62,7 @@ struct MakesArray : InstanceManager<MakesArray> {
     VertexArrayObject vertices;
 };
 
-void expectRefusal(Testing::LogCapture& log, const char* text) {
+void expectRefusal(LogCapture& log, const char* text) {
     EXPECT_EQ(ContextGLX::adoptCurrent(), nullptr) << text;
     EXPECT_TRUE(log.takeLine({Log::Error, "GL.ContextGLX", text})) << text;
 }
@@ -73,7 +70,7 @@ void expectRefusal(Testing::LogCapture& log, const char* text) {
 } // namespace
 
 TEST(AdoptedContextGL, RefusesWhatItCannotServe) {
-    Testing::LogCapture log;
+    LogCapture log;
     expectRefusal(log, "Cannot adopt a context: no GLX context is current on this thread, and one made "
                        "through EGL does not count");
     {
@@ -94,7 +91,7 @@ TEST(AdoptedContextGL, ClonesMatchAndWhatIsTheToolkitsStays) {
     for (const int profile : {GLX_CONTEXT_CORE_PROFILE_BIT_ARB, GLX_CONTEXT_COMPATIBILITY_PROFILE_BIT_ARB})
         for (const int flags : {0, GLX_CONTEXT_DEBUG_BIT_ARB})
             for (const int reset : {GLX_NO_RESET_NOTIFICATION_ARB, GLX_LOSE_CONTEXT_ON_RESET_ARB}) {
-                Testing::LogCapture log;
+                LogCapture log;
                 std::vector<int> attributes = core33;
                 attributes.insert(attributes.end(),
                                   {GLX_CONTEXT_PROFILE_MASK_ARB, profile, GLX_CONTEXT_FLAGS_ARB, flags,
@@ -125,8 +122,8 @@ TEST(AdoptedContextGL, ServesTheManagerAndOutlivesIt) {
     const ToolkitWindow toolkit(core33);
     GLuint array = 0;
     for (int life = 0; life < 3; ++life) {
-        Testing::LogCapture log;
-        Testing::windowSystem() = {};
+        LogCapture log;
+        windowSystem() = {};
         init(ContextGLX::adoptCurrent());
         static_cast<void>(log.take("GL"));
         std::optional<Texture> texture;
@@ -145,12 +142,11 @@ TEST(AdoptedContextGL, ServesTheManagerAndOutlivesIt) {
         EXPECT_FALSE(glIsVertexArray(array));
         glDisable(GL_INVALID_ENUM); // a message, if anybody listens
         EXPECT_EQ(glGetError(), GLenum{GL_INVALID_ENUM});
-        EXPECT_EQ(Testing::windowSystem().displaysClosed, 0);
+        EXPECT_EQ(windowSystem().displaysClosed, 0);
         if (life > 0) {
-            EXPECT_EQ(Testing::windowSystem().displaysOpened, 0)
-                << "connections of earlier lives serve again";
+            EXPECT_EQ(windowSystem().displaysOpened, 0) << "connections of earlier lives serve again";
         }
-        EXPECT_EQ(Testing::windowSystem().contextsDestroyed, 1) << "the background context";
+        EXPECT_EQ(windowSystem().contextsDestroyed, 1) << "the background context";
     }
 }
 

@@ -45,7 +45,7 @@ TEST_F(BufferGL, VertexArraysLieOneAfterTheOther) {
     EXPECT_FALSE(buffer.attributes()[0].normalized);
     EXPECT_TRUE(buffer.attributes()[1].normalized);
     buffer.allocateBuffer(-1);
-    EXPECT_TRUE(log().takeLine({Log::Error, "GL.Buffer", "Refusing to allocate -1 bytes."}));
+    expectLine(Log::Error, "GL.Buffer", "Refusing to allocate -1 bytes.");
     EXPECT_EQ(buffer.size(), 10);
 }
 
@@ -118,8 +118,7 @@ TEST_F(BufferGL, AtomicCountersResetAndReadBack) {
     EXPECT_EQ(counters.getData(), (std::vector<unsigned int>{1, 1}));
 
     AtomicCounterBuffer none(-2, Usage::DynamicRead);
-    EXPECT_TRUE(log().takeLine(
-        {Log::Error, "GL.AtomicCounterBuffer", "A buffer cannot have -2 counters; it is left empty."}));
+    expectLine(Log::Error, "GL.AtomicCounterBuffer", "A buffer cannot have -2 counters; it is left empty.");
     EXPECT_TRUE(none.getData().empty());
 }
 
@@ -131,10 +130,9 @@ TEST_F(BufferGL, OldVersionsAreReportedAndTheBufferIsMadeAllTheSame) {
     EXPECT_NE(storage.id(), 0U);
     for (const auto& [name, version] :
          {std::pair("AtomicCounterBuffer", "4.2"), {"ShaderStorageBuffer", "4.3"}})
-        EXPECT_TRUE(
-            log().takeLine({Log::Error, std::string("GL.") + name,
-                            std::string("Trying to instantiate a ") + name +
-                                " on unsupported hardware. Requires at least OpenGL " + version + "."}));
+        expectLine(Log::Error, std::string("GL.") + name,
+                   std::string("Trying to instantiate a ") + name +
+                       " on unsupported hardware. Requires at least OpenGL " + version + ".");
     while (!hasVersion(4, 3) && glGetError() != GL_NO_ERROR) {
     }
 }

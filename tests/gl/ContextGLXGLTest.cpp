@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include "support/ContextTest.h"
-#include "support/ScopedEntryPoint.h"
 
 // Last: glad has to come before it, and its macros break other headers.
 #include <GL/glx.h>
@@ -10,10 +9,8 @@ namespace Veltrand::GL {
 
 namespace {
 
-using Testing::windowSystem;
-
 // Contexts made without the manager, as if it had never loaded the entry points.
-class ContextGLXGL : public Testing::ContextTest {
+class ContextGLXGL : public ContextTest {
 protected:
     ContextGLXGL()
         : ContextTest("GL.ContextGLX") {}
@@ -24,18 +21,18 @@ protected:
     }
 
 private:
-    Testing::ScopedEntryPoint<PFNGLGETSTRINGPROC> m_string{glad_glGetString, nullptr};
-    Testing::ScopedEntryPoint<PFNGLGETSTRINGIPROC> m_indexedString{glad_glGetStringi, nullptr};
-    Testing::ScopedEntryPoint<PFNGLGETINTEGERVPROC> m_integer{glad_glGetIntegerv, nullptr};
-    Testing::ScopedEntryPoint<PFNGLENABLEPROC> m_enable{glad_glEnable, nullptr};
-    Testing::ScopedEntryPoint<PFNGLDISABLEPROC> m_disable{glad_glDisable, nullptr};
-    Testing::ScopedEntryPoint<PFNGLDEBUGMESSAGECALLBACKPROC> m_callback{glad_glDebugMessageCallback, nullptr};
+    ScopedEntryPoint<PFNGLGETSTRINGPROC> m_string{glad_glGetString, nullptr};
+    ScopedEntryPoint<PFNGLGETSTRINGIPROC> m_indexedString{glad_glGetStringi, nullptr};
+    ScopedEntryPoint<PFNGLGETINTEGERVPROC> m_integer{glad_glGetIntegerv, nullptr};
+    ScopedEntryPoint<PFNGLENABLEPROC> m_enable{glad_glEnable, nullptr};
+    ScopedEntryPoint<PFNGLDISABLEPROC> m_disable{glad_glDisable, nullptr};
+    ScopedEntryPoint<PFNGLDEBUGMESSAGECALLBACKPROC> m_callback{glad_glDebugMessageCallback, nullptr};
 };
 
 } // namespace
 
 TEST_F(ContextGLXGL, FailuresAreNamedAndLeaveNothing) {
-    const std::pair<void (*)(Testing::WindowSystem&), const char*> cases[] = {
+    const std::pair<void (*)(WindowSystem&), const char*> cases[] = {
         {[](auto& ws) { ws.failOpenDisplay = true; }, "Failed to open X display"},
         {[](auto& ws) {
              ws.glxVersion = {1, 2};
@@ -81,7 +78,7 @@ TEST_F(ContextGLXGL, CompatibilityIsAskedForByNameAfterACoreAnswer) {
         info.compatibility = true;
         const auto context = Context::create(info);
         ASSERT_TRUE(context);
-        EXPECT_EQ((Testing::currentInt(GL_CONTEXT_PROFILE_MASK) & GL_CONTEXT_COMPATIBILITY_PROFILE_BIT) != 0,
+        EXPECT_EQ((currentInt(GL_CONTEXT_PROFILE_MASK) & GL_CONTEXT_COMPATIBILITY_PROFILE_BIT) != 0,
                   !refuseNamed);
         EXPECT_EQ(windowSystem().requests.back().at(7), GLX_CONTEXT_COMPATIBILITY_PROFILE_BIT_ARB);
         EXPECT_EQ(contextsAlive(), 1);
@@ -134,17 +131,16 @@ TEST_F(ContextGLXGL, ErrorsOfOtherDisplaysReachTheirHandler) {
         foreignErrors += display == foreign;
         return 0;
     });
-    std::atomic<bool> stop{false};
     int raised = 0;
-    std::thread nuisance([&stop, &raised] {
-        for (; !stop; ++raised) {
+    std::jthread nuisance([&raised](const std::stop_token& end) {
+        for (; !end.stop_requested(); ++raised) {
             XKillClient(foreign, 0x7fffffff);
             XSync(foreign, False);
         }
     });
     for (int i = 0; i < 3; ++i)
         EXPECT_TRUE(Context::create({})) << "a foreign error was taken for ours";
-    stop = true;
+    nuisance.request_stop();
     nuisance.join();
     EXPECT_EQ(foreignErrors, raised);
     XSetErrorHandler(previous);
@@ -153,11 +149,7 @@ TEST_F(ContextGLXGL, ErrorsOfOtherDisplaysReachTheirHandler) {
 
 TEST_F(ContextGLXGL, CreationFromSeveralThreads) {
     std::atomic<int> created{0};
-    {
-        std::array<std::jthread, 4> threads;
-        for (std::jthread& thread : threads)
-            thread = std::jthread([&created] { created += Context::create({}) != nullptr; });
-    }
+    onThreads(1, [&created] { created += Context::create({}) != nullptr; });
     EXPECT_EQ(created, 4);
 }
 

@@ -1,14 +1,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
-#include "support/CallCounter.h"
 #include "support/ContextTest.h"
 
-#include <Veltrand/GL/Debug.h>
-#include <Veltrand/GL/Functions.h>
-#include <Veltrand/GL/InstanceManager.h>
-
 #include <barrier>
-#include <cstdlib>
-#include <future>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -19,10 +12,6 @@ namespace Veltrand::GL {
 
 namespace {
 
-using Testing::LogCapture;
-using Testing::LogLine;
-using Testing::windowSystem;
-
 constexpr const char* category = "GL.ContextManager";
 
 ContextManager& manager() {
@@ -30,7 +19,7 @@ ContextManager& manager() {
 }
 
 // OpenGL is started and stopped in each test.
-class ContextManagerGL : public Testing::ContextTest {
+class ContextManagerGL : public ContextTest {
 protected:
     ContextManagerGL()
         : ContextTest(category) {}
@@ -86,7 +75,7 @@ TEST_F(ContextManagerGL, StartsStopsAndStartsAgain) {
 }
 
 TEST_F(ContextManagerGL, FailedStartsThrowAndMayBeRepeated) {
-    const std::pair<void (*)(Testing::WindowSystem&), const char*> cases[] = {
+    const std::pair<void (*)(WindowSystem&), const char*> cases[] = {
         {[](auto& ws) { ws.failOpenDisplay = true; }, "Could not create main OpenGL context."},
         // The main context's one request succeeds, its clone's do not.
         {[](auto& ws) {
@@ -100,7 +89,7 @@ TEST_F(ContextManagerGL, FailedStartsThrowAndMayBeRepeated) {
     };
     for (const auto& [arrange, text] : cases) {
         arrange(windowSystem());
-        EXPECT_EQ(Testing::thrown([] { init(); }), text);
+        EXPECT_EQ(thrown([] { init(); }), text);
         EXPECT_EQ(manager().mainContext(), nullptr) << text;
         EXPECT_EQ(contextsAlive(), 0) << text;
         windowSystem() = {};
@@ -121,7 +110,7 @@ TEST_F(ContextManagerGL, FailedStartsThrowAndMayBeRepeated) {
 
 TEST_F(ContextManagerGL, TasksOfAllThreadsRunHereOrInTheBackground) {
     start();
-    Testing::CallCounter<glad_glFlush> flushes;
+    CallCounter<glad_glFlush> flushes;
     std::thread::id thread;
     const auto note = [&thread] { thread = std::this_thread::get_id(); };
     manager().runWithOpenGL(note, false);
@@ -134,14 +123,7 @@ TEST_F(ContextManagerGL, TasksOfAllThreadsRunHereOrInTheBackground) {
     EXPECT_THROW(manager().runWithOpenGL([] { throw 1; }, false), int);
 
     std::atomic<int> calls{0};
-    {
-        std::array<std::jthread, 4> callers;
-        for (std::jthread& caller : callers)
-            caller = std::jthread([&calls] {
-                for (int i = 0; i < 100; ++i)
-                    manager().runWithOpenGL([&calls] { ++calls; }, true);
-            });
-    }
+    onThreads(100, [&calls] { manager().runWithOpenGL([&calls] { ++calls; }, true); });
     EXPECT_EQ(calls, 400);
 }
 
@@ -224,7 +206,7 @@ TEST_F(ContextManagerGL, OlderContextHasNoEntryPointsOfANewerOneBefore) {
     setenv("MESA_GL_VERSION_OVERRIDE", "2.1", 1);
     windowSystem().hideCreateContext = true;
     ++windowSystem().contextsCreated; // made by glXCreateNewContext, which is not counted
-    EXPECT_TRUE(Testing::thrown([] { init(); }).starts_with("The context has version \"2.1 "));
+    EXPECT_TRUE(thrown([] { init(); }).starts_with("The context has version \"2.1 "));
     EXPECT_EQ(manager().mainContext(), nullptr);
     static_cast<void>(m_log.take());
 }
@@ -381,25 +363,19 @@ TEST_F(ContextManagerGL, OnlyTheMainThreadEndsWhileItLives) {
 TEST_F(ContextManagerGL, ThreadsThatStartAndEndAtOnceAreRefusedInTurn) {
     std::atomic<int> starts{0};
     std::atomic<int> refused{0};
-    {
-        std::array<std::jthread, 4> threads;
-        for (std::jthread& thread : threads)
-            thread = std::jthread([&] {
-                for (int life = 0; life < 5; ++life) {
-                    try {
-                        init();
-                        ++starts;
-                    } catch (const std::logic_error&) {
-                        ++refused;
-                    }
-                    manager().runWithOpenGL([] {});
-                    static_cast<void>(manager().mainContext());
-                    ContextManager::makeCurrent();
-                    ContextManager::doneCurrent();
-                    deinit();
-                }
-            });
-    }
+    onThreads(5, [&] {
+        try {
+            init();
+            ++starts;
+        } catch (const std::logic_error&) {
+            ++refused;
+        }
+        manager().runWithOpenGL([] {});
+        static_cast<void>(manager().mainContext());
+        ContextManager::makeCurrent();
+        ContextManager::doneCurrent();
+        deinit();
+    });
     EXPECT_GT(starts, 0);
     EXPECT_EQ(starts + refused, 20);
     EXPECT_EQ(contextsAlive(), 0);

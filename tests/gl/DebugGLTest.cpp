@@ -46,7 +46,7 @@ TEST_F(DebugGL, ErrorsAndFramebufferStatesHaveTexts) {
     for (const auto& [ask, code, text] : cases) {
         g_status = code;
         EXPECT_EQ(ask(), code);
-        EXPECT_TRUE(log().takeLine({Log::Error, "GL.Debug", std::string("OpenGL ") + text})) << text;
+        expectLine(Log::Error, "GL.Debug", std::string("OpenGL ") + text);
     }
     EXPECT_EQ(checkFramebufferStatus(false), g_status); // says nothing
     check(false);

@@ -54,7 +54,7 @@ TEST_F(FramebufferGL, ColourAttachmentsAreRecordedWithTheirGaps) {
         moved.attach(first, index);
         EXPECT_EQ(Debug::check(false) != Debug::Error::NoError, index == 8);
         const std::string point = std::to_string(GL_COLOR_ATTACHMENT0 + index);
-        EXPECT_TRUE(log().takeLine({Log::Error, "GL.Framebuffer", "Invalid attachment point: " + point}));
+        expectLine(Log::Error, "GL.Framebuffer", "Invalid attachment point: " + point);
         EXPECT_TRUE(moved.colorAttachments().empty());
         EXPECT_FALSE(moved.hasDepthAttachment() || moved.hasStencilAttachment());
     }

@@ -25,14 +25,13 @@ TEST_F(FunctionsGL, MemoryIsReadFromTheExtensionThatIsThere) {
     }
     const Testing::ScopedEntryPoint noNvx(GLAD_GL_NVX_gpu_memory_info, 0);
     EXPECT_EQ(memory(), (Kilobytes{0, 0, GL_TEXTURE_FREE_MEMORY_ATI}));
-    EXPECT_TRUE(log().takeLine(
-        {Log::Warning, "GL",
-         "GL_NVX_gpu_memory_info extension not available, can not query total available GPU memory"}));
+    expectLine(Log::Warning, "GL",
+               "GL_NVX_gpu_memory_info extension not available, can not query total available GPU memory");
     const Testing::ScopedEntryPoint neither(GLAD_GL_ATI_meminfo, 0);
     EXPECT_EQ(memory(), Kilobytes{});
-    EXPECT_TRUE(log().takeLine({Log::Warning, "GL",
-                                "Neither GL_NVX_gpu_memory_info nor GL_ATI_meminfo extensions available, "
-                                "can not query total GPU memory information."}));
+    expectLine(Log::Warning, "GL",
+               "Neither GL_NVX_gpu_memory_info nor GL_ATI_meminfo extensions available, "
+               "can not query total GPU memory information.");
 }
 
 TEST_F(FunctionsGL, DriverIsDescribed) {
@@ -67,7 +66,7 @@ TEST_F(FunctionsGL, BarriersNeedTheirEntryPoint) {
     EXPECT_EQ(received, GLbitfield{GL_SHADER_STORAGE_BARRIER_BIT | GL_TEXTURE_FETCH_BARRIER_BIT});
     const Testing::ScopedEntryPoint missing(glad_glMemoryBarrier, nullptr);
     memoryBarrier(Barrier::All);
-    EXPECT_TRUE(log().takeLine({Log::Error, "GL", "Memory barriers require at least OpenGL 4.2."}));
+    expectLine(Log::Error, "GL", "Memory barriers require at least OpenGL 4.2.");
 }
 
 } // namespace Veltrand::GL

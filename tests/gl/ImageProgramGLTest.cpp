@@ -293,7 +293,7 @@ TEST_F(ImageProgramGL, FailuresAreLoggedAndDrawNothing) {
         std::vector<Texture*> nine(9);
         nine.front() = nine.back() = &output;
         const auto expectError = [&](const char* text) {
-            EXPECT_TRUE(log().takeLine({Log::Error, "GL.ImageProgram", text})) << text;
+            expectLine(Log::Error, "GL.ImageProgram", text);
             EXPECT_TRUE(!program.fbo() || program.fbo()->colorAttachments().empty());
         };
         program.compute(std::vector<Texture*>{}, {});

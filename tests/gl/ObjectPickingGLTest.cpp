@@ -178,8 +178,7 @@ TEST_F(ObjectPickingGL, AttachesOncePerPassAndFollowsAChangeOfSizeOrFramebuffer)
         draw(*picking, m_framebuffer, first, 0, 1);
         EXPECT_EQ(picking->pickingTexture(), nullptr);
     }
-    EXPECT_TRUE(log().takeLine(
-        {4, "GL.ObjectPicking", "Cannot pick among 1048576 x 6 pixels, more than OpenGL can draw to."}));
+    expectLine(4, "GL.ObjectPicking", "Cannot pick among 1048576 x 6 pixels, more than OpenGL can draw to.");
     picking->reset(m_framebuffer, Vector2i(4, 16), {first});
     draw(*picking, m_framebuffer, first, 15, 6);
     EXPECT_EQ(picking->getPickingInfo({{3, 15}}, nullptr), (Infos{{0, 6}}));
@@ -215,9 +214,9 @@ TEST_F(ObjectPickingGL, RefusesSeveralSamplesPerPixel) {
     picking.reset(multisampled, size, {first});
     for (int object = 0; object < 2; ++object)
         draw(picking, multisampled, first, 0, 1);
-    EXPECT_TRUE(log().takeLine({4, "GL.ObjectPicking",
-                                "Cannot pick in a framebuffer with 4 samples per pixel. Draw the pass for "
-                                "picking into one without multisampling."}));
+    expectLine(4, "GL.ObjectPicking",
+               "Cannot pick in a framebuffer with 4 samples per pixel. Draw the pass for "
+               "picking into one without multisampling.");
     EXPECT_EQ(picking.getPickingInfo({{0, 0}}, nullptr), Infos{});
 
     glDeleteRenderbuffers(1, &renderbuffer);

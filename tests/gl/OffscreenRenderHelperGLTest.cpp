@@ -12,7 +12,7 @@ using Processing = OffscreenRenderHelper::ColorPostProcessing;
 using Config = OffscreenRenderHelper::BufferConfig;
 using Depths = std::vector<float>;
 
-constexpr std::string_view category = "GL.OffscreenRenderHelper";
+constexpr const char* category = "GL.OffscreenRenderHelper";
 constexpr auto color = InternalFormat::RGBA8;
 constexpr auto depth = InternalFormat::DepthComponent32F;
 const Vector2i size(7, 1);
@@ -148,8 +148,7 @@ TEST_F(OffscreenRenderHelperGL, EvictsTheLeastRecentlyUsedAndNeverTakesThemBack)
     EXPECT_EQ(deleted.take(), 1);
     m_helper.evictionSignal().connect([](const Config&) { throw std::runtime_error("no"); });
     (void)lend();
-    EXPECT_TRUE(log().takeLine(
-        {4, std::string(category), "A slot of the eviction signal has thrown as a buffer came back: no"}));
+    expectLine(4, category, "A slot of the eviction signal has thrown as a buffer came back: no");
 }
 
 TEST_F(OffscreenRenderHelperGL, WhatCannotBeLentIsLoggedAndEmpty) {
@@ -270,7 +269,7 @@ TEST_F(OffscreenBlendGL, LaysTheProcessedPictureOverTheParentAsItsDepthTestSays)
 
     RenderBuffer integers = m_helper.create(size, InternalFormat::RGBA8UI, depth);
     integers.blendToParent();
-    EXPECT_TRUE(log().takeLine({4, std::string(category), "Cannot blend a buffer of format \"RGBA8UI\"."}));
+    expectLine(4, category, "Cannot blend a buffer of format \"RGBA8UI\".");
 }
 
 TEST_F(OffscreenBlendGL, GoesOntoTheParentOfAParentThatIsBack) {

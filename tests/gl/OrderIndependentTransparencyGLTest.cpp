@@ -12,7 +12,7 @@ namespace {
 
 using Compilation = Program::Compilation;
 
-constexpr std::string_view category = "GL.OrderIndependentTransparency";
+constexpr const char* category = "GL.OrderIndependentTransparency";
 const Vector2i size(24, 16);
 constexpr std::size_t numPixels = std::size_t{24} * 16;
 
@@ -203,7 +203,7 @@ TEST_F(OrderIndependentTransparencyGL, SortsListsOfAnyLength) {
     const Picture picture = renderWithRoom(transparency, scene);
     (void)render(transparency, {});
     EXPECT_NE(largestDifference(picture, renderReference(scene)) < 3.F / 255,
-              log().takeLine({3, std::string(category),
+              log().takeLine({3, category,
                               "16 pixels have more transparent fragments than the driver lets a shader sort; "
                               "they lack some."}));
 }
@@ -337,7 +337,7 @@ TEST_F(OrderIndependentTransparencyGL, AFrameThatOverflowsMakesRoomForTheNext) {
     const Picture second = render(transparency, scene);
     EXPECT_LT(largestDifference(second, expected), 0.5F / 255);
     EXPECT_EQ(transparency.numNodesTotal(), 11 * numPixels);
-    EXPECT_TRUE(log().takeLine({1, std::string(category), "Increasing node buffer size to 11 nodes/pixel"}));
+    expectLine(1, category, "Increasing node buffer size to 11 nodes/pixel");
     // The lists start empty in each frame, and one frame may be blended twice.
     EXPECT_EQ(render(transparency, {}), m_color.download<Vector4f>());
     (void)render(transparency, scene);

@@ -227,7 +227,7 @@ TEST_F(TextRendererGL, DrawsTheTextBeforeAnError) {
     FontAtlas& atlas = *m_text.getFont(Font());
     const Pixels expected = line(atlas, "before");
     EXPECT_EQ(line(atlas, "be\tf\nore\xFF after"), expected);
-    EXPECT_TRUE(log().takeLine({1, "GL.FontAtlas", "Invalid UTF-8 sequence: Invalid UTF-8"}));
+    expectLine(1, "GL.FontAtlas", "Invalid UTF-8 sequence: Invalid UTF-8");
     EXPECT_EQ(atlas.glyph(0x10FFFD).size, atlas.glyph(0x3400).size); // not in the font
 }
 
@@ -242,7 +242,7 @@ TEST_F(TextRendererGL, RefusesWhatIsNoFont) {
     FontAtlas atlas(file, 16);
     for (int i = 0; i < 2; ++i) {
         EXPECT_TRUE(atlas.glyph('A').size.isZero());
-        EXPECT_TRUE(log().takeLine({4, "GL.FontAtlas", "Loading character 65 failed!"}));
+        expectLine(4, "GL.FontAtlas", "Loading character 65 failed!");
     }
     TextRenderer::registerFontFamily("No font", {}, {}, {}, {});
     Font font;

@@ -12,68 +12,50 @@ namespace {
 
 enum class Path { Fast, Framebuffer, Upload };
 
-const Testing::LogLine slowWarning{
-    Log::Debug, "GL.Texture",
-    "Performance warning: Using slow upload() path to clear texture due to lack of "
-    "glClearTexImage() support by OpenGL context."};
+const LogLine slowWarning{Log::Debug, "GL.Texture",
+                          "Performance warning: Using slow upload() path to clear texture due to lack of "
+                          "glClearTexImage() support by OpenGL context."};
 
-Testing::LogLine cannotClear(InternalFormat format) {
+LogLine cannotClear(InternalFormat format) {
     return {Log::Error, "GL.Texture",
             "Cannot clear a texture of format \"" + format.toString() +
                 "\": OpenGL does not draw to it, and its target has no upload."};
 }
 
-struct Case {
+using F = InternalFormat;
+
+const struct {
     InternalFormat format;
     Target target;
-    Eigen::Vector3i size;
-    Eigen::Vector4f value;
-    Path withoutClearTexImage = Path::Upload;
+    Vector3i size;
+    Vector4f value;
+    Path withoutClearTexImage = Path::Framebuffer;
+} cases[] = {
+    {F::R32F, Target::Texture2D, {5, 3, 1}, {-1.5F, 0, 0, 1}},
+    {F::DepthComponent32F, Target::Texture2D, {5, 3, 1}, {0.25F, 0, 0, 0}},
+    {F::SRGB8Alpha8, Target::Texture2D, {5, 3, 1}, {0.2F, 0.4F, 1, 1}},
+    {F::DepthComponent24, Target::Texture2DArray, {3, 3, 2}, {1, 0, 0, 0}},
+    {F::RGBA32F, Target::Texture3D, {3, 3, 4}, {1, -2, 3, 4}},
+    {F::RG8, Target::Texture2D, {5, 3, 1}, {0.2F, 1, 0, 1}},
+    {F::R32F, Target::Texture1D, {5, 1, 1}, {2, 0, 0, 0}, Path::Upload},
+    {F::RGBA8, Target::Texture1DArray, {5, 3, 1}, {0, 1, 0, 1}, Path::Upload},
+    {F::R8UI, Target::Texture2D, {5, 3, 1}, {200.9F, 0, 0, 0}, Path::Upload},
+    {F::RG16I, Target::Texture2D, {5, 3, 1}, {-3, 1000, 0, 0}, Path::Upload},
+    {F::RGB32UI, Target::Texture3D, {3, 3, 2}, {1, 2, 4e9F, 0}, Path::Upload},
+    {F::RGBA8I, Target::Texture2DArray, {3, 1, 2}, {1, -2, 3, -4}, Path::Upload},
+    {F::DepthComponent32F, Target::Texture1D, {5, 1, 1}, {0.5F, 0, 0, 0}, Path::Upload},
+    {F::Depth24Stencil8, Target::Texture2D, {5, 3, 1}, {1, 77, 0, 0}, Path::Upload},
+    {F::Depth32FStencil8, Target::Texture2D, {5, 3, 1}, {0.25F, 9, 0, 0}, Path::Upload},
+    {F::RGBA8, Target::TextureCubeMap, {3, 3, 1}, {0, 1, 0.2F, 1}},
+    {F::RG8UI, Target::TextureRectangle, {5, 3, 1}, {1000, 7, 0, 0}},
+    {F::RGBA8I, Target::TextureCubeMap, {3, 3, 1}, {-200, 127, 3, -4}},
+    {F::R32UI, Target::TextureCubeMapArray, {3, 3, 12}, {4e9F, 0, 0, 0}},
+    {F::R16I, Target::Texture2DMultisample, {5, 3, 1}, {-3, 0, 0, 0}},
+    {F::RGBA32I, Target::Texture2DMultisampleArray, {5, 3, 2}, {-3e9F, 1, 2, 3}},
+    {F::Depth24Stencil8, Target::TextureCubeMap, {3, 3, 1}, {0.5F, 77, 0, 0}},
+    {F::Depth32FStencil8, Target::TextureRectangle, {5, 3, 1}, {0.25F, 9, 0, 0}},
+    {F::Depth24Stencil8, Target::Texture2DMultisampleArray, {5, 3, 2}, {1, 3, 0, 0}},
 };
-
-const Case cases[] = {
-    {InternalFormat::R32F, Target::Texture2D, {5, 3, 1}, {-1.5F, 0, 0, 1}, Path::Framebuffer},
-    {InternalFormat::DepthComponent32F, Target::Texture2D, {5, 3, 1}, {0.25F, 0, 0, 0}, Path::Framebuffer},
-    {InternalFormat::SRGB8Alpha8, Target::Texture2D, {5, 3, 1}, {0.2F, 0.4F, 1, 1}, Path::Framebuffer},
-    {InternalFormat::DepthComponent24, Target::Texture2DArray, {3, 3, 2}, {1, 0, 0, 0}, Path::Framebuffer},
-    {InternalFormat::RGBA32F, Target::Texture3D, {3, 3, 4}, {1, -2, 3, 4}, Path::Framebuffer},
-    {InternalFormat::RG8, Target::Texture2D, {5, 3, 1}, {0.2F, 1, 0, 1}, Path::Framebuffer},
-    {InternalFormat::R32F, Target::Texture1D, {5, 1, 1}, {2, 0, 0, 0}},
-    {InternalFormat::RGBA8, Target::Texture1DArray, {5, 3, 1}, {0, 1, 0, 1}},
-    {InternalFormat::R8UI, Target::Texture2D, {5, 3, 1}, {200.9F, 0, 0, 0}},
-    {InternalFormat::RG16I, Target::Texture2D, {5, 3, 1}, {-3, 1000, 0, 0}},
-    {InternalFormat::RGB32UI, Target::Texture3D, {3, 3, 2}, {1, 2, 4e9F, 0}},
-    {InternalFormat::RGBA8I, Target::Texture2DArray, {3, 1, 2}, {1, -2, 3, -4}},
-    {InternalFormat::DepthComponent32F, Target::Texture1D, {5, 1, 1}, {0.5F, 0, 0, 0}},
-    {InternalFormat::Depth24Stencil8, Target::Texture2D, {5, 3, 1}, {1, 77, 0, 0}},
-    {InternalFormat::Depth32FStencil8, Target::Texture2D, {5, 3, 1}, {0.25F, 9, 0, 0}},
-    {InternalFormat::RGBA8, Target::TextureCubeMap, {3, 3, 1}, {0, 1, 0.2F, 1}, Path::Framebuffer},
-    {InternalFormat::RG8UI, Target::TextureRectangle, {5, 3, 1}, {1000, 7, 0, 0}, Path::Framebuffer},
-    {InternalFormat::RGBA8I, Target::TextureCubeMap, {3, 3, 1}, {-200, 127, 3, -4}, Path::Framebuffer},
-    {InternalFormat::R32UI, Target::TextureCubeMapArray, {3, 3, 12}, {4e9F, 0, 0, 0}, Path::Framebuffer},
-    {InternalFormat::R16I, Target::Texture2DMultisample, {5, 3, 1}, {-3, 0, 0, 0}, Path::Framebuffer},
-    {InternalFormat::RGBA32I,
-     Target::Texture2DMultisampleArray,
-     {5, 3, 2},
-     {-3e9F, 1, 2, 3},
-     Path::Framebuffer},
-    {InternalFormat::Depth24Stencil8, Target::TextureCubeMap, {3, 3, 1}, {0.5F, 77, 0, 0}, Path::Framebuffer},
-    {InternalFormat::Depth32FStencil8,
-     Target::TextureRectangle,
-     {5, 3, 1},
-     {0.25F, 9, 0, 0},
-     Path::Framebuffer},
-    {InternalFormat::Depth24Stencil8,
-     Target::Texture2DMultisampleArray,
-     {5, 3, 2},
-     {1, 3, 0, 0},
-     Path::Framebuffer},
-};
-
-// Targets that textures are adopted of.
-bool isMultisampled(Target target) {
-    return target == Target::Texture2DMultisample || target == Target::Texture2DMultisampleArray;
-}
 
 // Adopted, where textures do not allocate; a cube map array has six faces for each of its cubes.
 Texture makeTexture(Target target, const Eigen::Vector3i& size, InternalFormat format) {
@@ -120,7 +102,8 @@ void appendSamples(Bytes& bytes, Texture& texture, int layer) {
     using Attachment = Framebuffer::Attachment;
     const bool depth = texture.internalFormat().isDepthStencilFormat();
     const auto attachment = depth ? Attachment::DepthStencil : Attachment::Color0;
-    Texture resolved(Target::Texture2D, {texture.width(), texture.height(), 1}, texture.internalFormat());
+    const auto [width, height] = std::pair(texture.width(), texture.height());
+    Texture resolved(Target::Texture2D, {width, height, 1}, texture.internalFormat());
     Framebuffer from;
     Framebuffer to;
     const StateGuard bound = from.guardedBind();
@@ -132,10 +115,9 @@ void appendSamples(Bytes& bytes, Texture& texture, int layer) {
     to.attach(resolved, attachment);
     glBindFramebuffer(GL_READ_FRAMEBUFFER, from.id());
     const GLbitfield mask = depth ? GL_DEPTH_BUFFER_BIT | GL_STENCIL_BUFFER_BIT : GL_COLOR_BUFFER_BIT;
-    glBlitFramebuffer(0, 0, texture.width(), texture.height(), 0, 0, texture.width(), texture.height(), mask,
-                      GL_NEAREST);
+    glBlitFramebuffer(0, 0, width, height, 0, 0, width, height, mask, GL_NEAREST);
     resolved.bind(0);
-    append(bytes, GL_TEXTURE_2D, static_cast<std::size_t>(texture.width()) * 3, texture.internalFormat());
+    append(bytes, GL_TEXTURE_2D, static_cast<std::size_t>(width) * 3, texture.internalFormat());
 }
 
 Bytes texels(Texture& texture) {
@@ -143,7 +125,8 @@ Bytes texels(Texture& texture) {
     const auto target = static_cast<GLenum>(texture.target());
     const auto count = static_cast<std::size_t>(texture.size().prod());
     texture.bind(0);
-    if (isMultisampled(texture.target()))
+    if (texture.target() == Target::Texture2DMultisample ||
+        texture.target() == Target::Texture2DMultisampleArray)
         for (int layer = 0; layer < texture.depth(); ++layer)
             appendSamples(bytes, texture, layer);
     else if (texture.target() == Target::TextureCubeMap)
@@ -166,8 +149,8 @@ public:
     }
 
 private:
-    std::optional<Testing::ScopedEntryPoint<PFNGLCLEARTEXIMAGEPROC>> m_clear;
-    std::optional<Testing::ScopedEntryPoint<PFNGLCHECKFRAMEBUFFERSTATUSPROC>> m_status;
+    std::optional<ScopedEntryPoint<PFNGLCLEARTEXIMAGEPROC>> m_clear;
+    std::optional<ScopedEntryPoint<PFNGLCHECKFRAMEBUFFERSTATUSPROC>> m_status;
 };
 
 } // namespace
@@ -176,7 +159,7 @@ private:
 TEST_F(TextureClearGL, EveryPathGivesTheSameTexelsWhateverTheCallerHasSet) {
     GLuint readFramebuffer = 0;
     glGenFramebuffers(1, &readFramebuffer);
-    for (const Case& c : cases) {
+    for (const auto& c : cases) {
         std::vector<std::byte> expected;
         for (const Path path : {Path::Upload, Path::Framebuffer, Path::Fast}) {
             SCOPED_TRACE(testing::Message()
@@ -189,7 +172,7 @@ TEST_F(TextureClearGL, EveryPathGivesTheSameTexelsWhateverTheCallerHasSet) {
             {
                 const ForcedPath forced(path);
                 glBindFramebuffer(GL_READ_FRAMEBUFFER, readFramebuffer);
-                std::optional<Testing::AdverseState> adverse;
+                std::optional<AdverseState> adverse;
                 if (!slow)
                     adverse.emplace();
                 texture.clear<float>({0, 0, 0, 0});
@@ -199,7 +182,7 @@ TEST_F(TextureClearGL, EveryPathGivesTheSameTexelsWhateverTheCallerHasSet) {
                 EXPECT_EQ(log().take(), std::vector(2, cannotClear(c.format)));
                 continue;
             }
-            EXPECT_EQ(log().take(), std::vector<Testing::LogLine>(slow ? 2 : 0, slowWarning));
+            EXPECT_EQ(log().take(), std::vector<LogLine>(slow ? 2 : 0, slowWarning));
             if (expected.empty())
                 expected = texels(texture);
             EXPECT_EQ(texels(texture), expected);
@@ -210,7 +193,7 @@ TEST_F(TextureClearGL, EveryPathGivesTheSameTexelsWhateverTheCallerHasSet) {
 }
 
 TEST_F(TextureClearGL, ColoursAreFractionsAndIntegersAreValues) {
-    Texture bytes(Target::Texture2D, {3, 2, 1}, InternalFormat::RGBA8);
+    Texture bytes(Target::Texture2D, {3, 2, 1}, F::RGBA8);
     Texture integers(Target::Texture2D, {3, 2, 1}, InternalFormat::RG32UI);
     using Bytes = Eigen::Vector<unsigned char, 4>;
     using Words = Eigen::Vector<unsigned int, 2>;
@@ -225,10 +208,8 @@ TEST_F(TextureClearGL, ColoursAreFractionsAndIntegersAreValues) {
         EXPECT_EQ(bytes.download<Bytes>(), std::vector(6, Bytes(255, 51, 0, 0)));
         integers.clear<unsigned int>({0xFFFFFFFE, 5, 0, 0});
         EXPECT_EQ(integers.download<Words>(), std::vector(6, Words(0xFFFFFFFE, 5)));
-        for (const InternalFormat format :
-             {InternalFormat::DepthComponent16, InternalFormat::DepthComponent24,
-              InternalFormat::DepthComponent32F, InternalFormat::Depth24Stencil8,
-              InternalFormat::Depth32FStencil8})
+        for (const InternalFormat format : {F::DepthComponent16, F::DepthComponent24, F::DepthComponent32F,
+                                            F::Depth24Stencil8, F::Depth32FStencil8})
             for (const Target target : {Target::Texture1D, Target::Texture2D, Target::Texture2DArray})
                 for (const unsigned int value : {0U, 1U, 305419896U, 0xFFFFFFFFU}) {
                     Texture depth(target, {4, 1, 1}, format);
@@ -264,7 +245,7 @@ TEST_F(TextureClearGL, EachViewportKeepsItsScissorTest) {
 
 TEST_F(TextureClearGL, DepthIsClearedWithoutTheFloatEntryPoint) {
     const ForcedPath forced(Path::Framebuffer);
-    const Testing::ScopedEntryPoint old(glad_glClearDepthf, nullptr);
+    const ScopedEntryPoint old(glad_glClearDepthf, nullptr);
     Texture texture(Target::Texture2D, {4, 4, 1}, InternalFormat::DepthComponent32F);
     texture.clear<float>({0.25F, 0, 0, 0});
     EXPECT_EQ(texture.download<float>(), std::vector<float>(16, 0.25F));

@@ -59,9 +59,8 @@ TEST_F(VertexArrayObjectGL, ArraysGoToTheirLocations) {
     m_array.setAttributes({{&m_buffer, {-1, 2}}}, nullptr); // described at the skipped one's offset
     EXPECT_EQ(arrays(), (Arrays{{2, {0, 0, 4, 16, 0}}}));
     m_array.setAttributes({{&m_buffer, {16, 15}}}, nullptr);
-    EXPECT_TRUE(
-        log().takeLine({Log::Error, "GL.VertexArrayObject",
-                        "Binding of vertex attribute to location 16 is not allowed, must be less than 16."}));
+    expectLine(Log::Error, "GL.VertexArrayObject",
+               "Binding of vertex attribute to location 16 is not allowed, must be less than 16.");
     EXPECT_EQ(arrays(), (Arrays{{15, {0, 0, 4, 16, 0}}}));
     m_array.setAttributes({{&m_buffer, {0}}, {&second, {5}}, {nullptr, {}}, {&second, {6}}}, nullptr);
     EXPECT_EQ(arrays(), (Arrays{{0, {0, 0, 2, 8, 0}}, {5, {0, 0, 1, 4, 0}}}));

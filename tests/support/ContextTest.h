@@ -3,23 +3,26 @@
 
 // What the tests that start and stop OpenGL themselves share.
 
+#include "support/CallCounter.h"
 #include "support/LogCapture.h"
+#include "support/ScopedEntryPoint.h"
+#include "support/Threads.h"
 #include "support/Thrown.h"
 #include "support/WindowSystem.h"
 
 #include <Veltrand/GL/ContextGLX.h>
 #include <Veltrand/GL/ContextManager.h>
+#include <Veltrand/GL/Debug.h>
+#include <Veltrand/GL/Functions.h>
+#include <Veltrand/GL/InstanceManager.h>
 
 #include <array>
-#include <atomic>
+#include <cstdlib>
 #include <glad/gl.h>
-#include <gtest/gtest.h>
 #include <memory>
 #include <stdexcept>
 #include <string>
-#include <thread>
 #include <utility>
-#include <vector>
 
 namespace Veltrand::Testing {
 
@@ -60,3 +63,9 @@ inline int currentInt(GLenum name) {
 }
 
 } // namespace Veltrand::Testing
+
+namespace Veltrand::GL {
+
+using namespace Testing;
+
+} // namespace Veltrand::GL

@@ -22,6 +22,9 @@ protected:
 
     /// Log lines of the test; an unexpected one of level 3 or above fails it.
     LogCapture& log() { return *m_log; }
+    void expectLine(int level, const std::string& category, const std::string& text) {
+        EXPECT_TRUE(m_log->takeLine({level, category, text})) << text;
+    }
 
     /// Whether the context has at least this version.
     [[nodiscard]] static bool hasVersion(int major, int minor);

@@ -1,10 +1,8 @@
 // SPDX-License-Identifier: BSD-3-Clause
-#include "apps/NiftiFile.h"
+#include "apps/AppTest.h"
 
 #include "gallery/CodeMarkup.h"
 #include "gallery/GalleryPage.h"
-
-#include <gtest/gtest.h>
 
 namespace Veltrand::Apps {
 namespace {
@@ -17,7 +15,7 @@ std::size_t count(const std::string& text, const std::string& part) {
 }
 
 TEST(GalleryPage, HoldsEachPictureBesideItsLines) {
-    const Testing::TemporaryDirectory directory;
+    const TemporaryDirectory directory;
     GalleryPage page;
     page.facts = {{"Volume", "a<b> & \"c\""}};
     for (const Picture& picture : allPictures())

@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: BSD-3-Clause
-#include "apps/GalleryRun.h"
-#include "apps/NiftiFile.h"
+#include "apps/AppTest.h"
 
 #include "gallery/Options.h"
 #include "gallery/SliceLayout.h"
@@ -8,15 +7,8 @@
 
 #include <Veltrand/Core/String.h>
 
-#include <gtest/gtest.h>
-
 namespace Veltrand {
 namespace {
-
-using Testing::NiftiFile;
-using Testing::runGalleryProgram;
-using Testing::RunResult;
-using Testing::TemporaryDirectory;
 
 TEST(Gallery, SaysInOneSentenceWhatIsWrongAndLeavesNoPicture) {
     const TemporaryDirectory directory;
@@ -71,8 +63,8 @@ TEST(Gallery, UnderstandsItsOptions) {
     EXPECT_EQ(options.volume, "a.nii");
     EXPECT_EQ(options.labels, "b.nii");
     EXPECT_EQ(options.directory, "dir");
-    EXPECT_EQ(options.size, Eigen::Vector2i(640, 480));
-    EXPECT_EQ(options.point, Eigen::Vector3d(-1.5, 2, 30));
+    EXPECT_EQ(options.size, Vector2i(640, 480));
+    EXPECT_EQ(options.point, Vector3d(-1.5, 2, 30));
     EXPECT_TRUE(options.list);
     EXPECT_EQ(options.pictures, (std::vector<std::string>{"slices", "--odd"}));
 }
@@ -99,14 +91,13 @@ TEST(Gallery, APictureThatCannotBeWrittenLeavesNothingBehind) {
 }
 
 TEST(SliceLayout, FitsThePictureWithSquareMillimetres) {
-    const Eigen::Vector2i sizes[]{{1600, 720}, {161, 160}, {160, 8192}};
-    const Eigen::Vector3d extents[]{{150, 185, 158}, {4000, 3, 500}};
-    for (const Eigen::Vector2i& size : sizes)
-        for (const Eigen::Vector3d& extent : extents) {
+    const Vector2i sizes[]{{1600, 720}, {161, 160}, {160, 8192}};
+    const Vector3d extents[]{{150, 185, 158}, {4000, 3, 500}};
+    for (const Vector2i& size : sizes)
+        for (const Vector3d& extent : extents) {
             SCOPED_TRACE(testing::Message() << size.transpose() << " shows " << extent.transpose());
-            const Eigen::Vector3d point = 0.25 * extent;
-            const Apps::SliceLayout layout =
-                Apps::layoutSlices(size, {Eigen::Vector3d::Zero(), extent}, point);
+            const Vector3d point = 0.25 * extent;
+            const Apps::SliceLayout layout = Apps::layoutSlices(size, {Vector3d::Zero(), extent}, point);
             int end = 0;
             for (const Apps::SlicePanel& panel : layout.panels) {
                 EXPECT_GE(panel.rect.x - layout.margin, end);
@@ -117,8 +108,7 @@ TEST(SliceLayout, FitsThePictureWithSquareMillimetres) {
                 const Eigen::Matrix3d linear = panel.panelToPatient.linear();
                 EXPECT_NEAR(linear.col(0).norm() / panel.rect.width, linear.col(1).norm() / panel.rect.height,
                             1e-9 * linear.col(0).norm());
-                EXPECT_EQ((panel.panelToPatient * Eigen::Vector3d(0.3, 0.6, 0))[panel.normal],
-                          point[panel.normal]);
+                EXPECT_EQ((panel.panelToPatient * Vector3d(0.3, 0.6, 0))[panel.normal], point[panel.normal]);
             }
         }
 }

@@ -1,22 +1,14 @@
 // SPDX-License-Identifier: BSD-3-Clause
-#include "apps/NiftiFile.h"
-#include "support/Thrown.h"
+#include "apps/AppTest.h"
 
 #include "support/Nifti.h"
 #include "support/Notices.h"
-
-#include <cmath>
-#include <gtest/gtest.h>
-#include <limits>
-#include <numeric>
 
 namespace Veltrand {
 namespace {
 
 using Apps::readNifti;
 using Apps::Volume;
-using Testing::NiftiFile;
-using Testing::TemporaryDirectory;
 
 Volume readBytes(const std::string& bytes) {
     const TemporaryDirectory directory;
@@ -95,7 +87,7 @@ TEST(Nifti, ReadsTheFirstVolumeOfASeriesAndSkipsExtensions) {
     file.voxels = std::string(16, 'e') + std::string(24, 1) + std::string(24, 2);
     for (const std::string& bytes : {file.plain(), file.gzip()}) {
         const Volume volume = readBytes(bytes);
-        EXPECT_EQ(volume.size, Eigen::Vector3i(2, 3, 4));
+        EXPECT_EQ(volume.size, Vector3i(2, 3, 4));
         EXPECT_EQ(volume.series, 6);
         EXPECT_EQ(valuesOf(volume), std::vector<double>(24, 1));
     }
@@ -108,7 +100,7 @@ TEST(Nifti, PlacesVoxelsByTheSformThenTheQformThenTheSpacing) {
     file.sform = {0, 0, 5, -1, 6, 0, 0, -2, 0, 7, 0, -3};
     const struct {
         int sformCode, qformCode, units;
-        Eigen::Vector3d image; ///< of voxel (1, 1, 1)
+        Vector3d image; ///< of voxel (1, 1, 1)
         bool known;
     } cases[]{
         {1, 1, 2, {4, 4, 4}, true},
@@ -121,12 +113,12 @@ TEST(Nifti, PlacesVoxelsByTheSformThenTheQformThenTheSpacing) {
         file.qformCode = expected.qformCode;
         file.units = expected.units;
         const Volume volume = readBytes(file.plain());
-        EXPECT_TRUE((volume.voxelToPatient * Eigen::Vector3d(1, 1, 1)).isApprox(expected.image, 1e-6))
+        EXPECT_TRUE((volume.voxelToPatient * Vector3d(1, 1, 1)).isApprox(expected.image, 1e-6))
             << volume.voxelToPatient.matrix();
         EXPECT_EQ(volume.orientationKnown, expected.known);
         if (!expected.known) { // the bounds hold every voxel whole
-            EXPECT_TRUE(volume.bounds().min().isApprox(Eigen::Vector3d(-1, -1.5, -2)));
-            EXPECT_TRUE(volume.bounds().max().isApprox(Eigen::Vector3d(3, 7.5, 14)));
+            EXPECT_TRUE(volume.bounds().min().isApprox(Vector3d(-1, -1.5, -2)));
+            EXPECT_TRUE(volume.bounds().max().isApprox(Vector3d(3, 7.5, 14)));
         }
     }
 }
@@ -183,11 +175,11 @@ TEST(Nifti, RefusesWhatItCannotReadWithOneSentence) {
     const TemporaryDirectory directory;
     for (const auto& refused : cases) {
         const std::filesystem::path file = directory.write("volume.nii", refused.bytes);
-        const std::string text = Testing::thrown([&] { (void)readNifti(file); });
+        const std::string text = thrown([&] { (void)readNifti(file); });
         EXPECT_TRUE(text.starts_with("cannot read " + file.string() + ": " + refused.reason))
             << text << "\ninstead of " << refused.reason;
     }
-    EXPECT_EQ(Testing::thrown([&] { (void)readNifti(directory.path()); }),
+    EXPECT_EQ(thrown([&] { (void)readNifti(directory.path()); }),
               "cannot read " + directory.path().string() + ": it is not a regular file.");
 }
 

@@ -1,7 +1,5 @@
 // SPDX-License-Identifier: BSD-3-Clause
-#include "apps/GalleryRun.h"
-#include "apps/NiftiFile.h"
-#include "apps/PngPicture.h"
+#include "apps/AppTest.h"
 
 #include "gallery/Canvas.h"
 #include "gallery/LabelPainter.h"
@@ -10,23 +8,8 @@
 
 #include <Veltrand/GL/ContextManager.h>
 
-#include <Eigen/Geometry>
-#include <algorithm>
-#include <array>
-#include <cmath>
-#include <functional>
-#include <gtest/gtest.h>
-#include <random>
-#include <utility>
-
 namespace Veltrand {
 namespace {
-
-using Eigen::Vector3d;
-using Eigen::Vector3i;
-using Testing::NiftiFile;
-using Testing::PngPicture;
-using Testing::TemporaryDirectory;
 
 constexpr int Width = 903;
 constexpr int Height = 480;
@@ -34,24 +17,24 @@ constexpr int Edge = 15; // voxels
 
 /// A cube of bytes around the origin.
 std::string cube(double spacing, const std::function<int(const Vector3i&)>& value) {
-    return Testing::placedFile<std::uint8_t>(Vector3i::Constant(Edge), Vector3d::Constant(spacing), {0, 1, 2},
-                                             {1, 1, 1},
-                                             [&value](const Vector3i& voxel, auto&) { return value(voxel); })
+    return placedFile<std::uint8_t>(Vector3i::Constant(Edge), Vector3d::Constant(spacing), {0, 1, 2},
+                                    {1, 1, 1},
+                                    [&value](const Vector3i& voxel, auto&) { return value(voxel); })
         .plain();
 }
 
 /// A head of 60 mm with a bright ball on its right, a dimmer one in front and a dark one on top.
-double patientValue(const Eigen::Vector3d& position) {
+double patientValue(const Vector3d& position) {
     for (int axis = 0; axis < 3; ++axis)
-        if ((position - 20 * Eigen::Vector3d::Unit(axis)).norm() < 6)
+        if ((position - 20 * Vector3d::Unit(axis)).norm() < 6)
             return 250 - 65 * axis;
     return position.norm() < 28 ? 40 : 0;
 }
 
 /// The head with voxels of 2 mm, 1.5 mm and 3 mm along the first, second and third of the given axes.
 NiftiFile headBySform(const Vector3i& axes, const Vector3i& directions) {
-    return Testing::placedFile<double>({30, 40, 20}, {2, 1.5, 3}, axes, directions,
-                                       [](auto&, const Vector3d& place) { return patientValue(place); });
+    return placedFile<double>({30, 40, 20}, {2, 1.5, 3}, axes, directions,
+                              [](auto&, const Vector3d& place) { return patientValue(place); });
 }
 
 /// Whether a letter stands with its centre at this place, pixel for pixel as the gallery writes it.
@@ -75,9 +58,8 @@ bool hasLetter(const PngPicture& picture, char letter, int centerX, int centerY,
 }
 
 void expectHead(const PngPicture& picture, const std::string& letters) {
-    const Apps::SliceLayout layout =
-        Apps::layoutSlices({Width, Height}, {Eigen::Vector3d::Constant(-30), Eigen::Vector3d::Constant(30)},
-                           Eigen::Vector3d::Zero());
+    const Apps::SliceLayout layout = Apps::layoutSlices(
+        {Width, Height}, {Vector3d::Constant(-30), Vector3d::Constant(30)}, Vector3d::Zero());
     // Black is the 40 of the head, white the 250 of the ball on the right.
     const int right = 255;
     const int front = (185 - 40) * 255 / 210;
@@ -130,7 +112,7 @@ protected:
                                            "--point",  "0,0,0",
                                            picture};
         arguments.insert(arguments.end(), options.begin(), options.end());
-        const Testing::RunResult result = Testing::runGalleryProgram(arguments, m_directory.path());
+        const RunResult result = runGalleryProgram(arguments, m_directory.path());
         EXPECT_EQ(result.status, 0); // without an error of OpenGL
         m_errors = result.errors;
         return PngPicture(m_directory.path() / (picture + ".png"));
@@ -277,8 +259,8 @@ TEST_F(PicturesGL, AnnotationMarksARegionWhereItIs) {
     const double radius = 18.3 * layout.pixelsPerMillimetre;
     int measured = 0;
     for (const Apps::SlicePanel& panel : layout.panels) {
-        const Eigen::Vector2d center(panel.rect.x + panel.rect.width / 2.0,
-                                     Below + panel.rect.y + panel.rect.height / 2.0);
+        const Vector2d center(panel.rect.x + panel.rect.width / 2.0,
+                              Below + panel.rect.y + panel.rect.height / 2.0);
         int onContour = 0;
         int elsewhere = 0;
         int onDistance = 0;
@@ -286,7 +268,7 @@ TEST_F(PicturesGL, AnnotationMarksARegionWhereItIs) {
             for (int x = panel.rect.x; x < panel.rect.x + panel.rect.width; ++x) {
                 const int red = picture.at(x, y, 0);
                 const int green = picture.at(x, y, 1);
-                const double offset = (Eigen::Vector2d(x + 0.5, y + 0.5) - center).norm() - radius;
+                const double offset = (Vector2d(x + 0.5, y + 0.5) - center).norm() - radius;
                 if (green > 225 && red < 110)
                     ++(std::abs(offset) < 4 ? onContour : elsewhere);
                 onDistance += red > 230 && green > 190 ? 1 : 0;
@@ -306,10 +288,10 @@ TEST_F(PicturesGL, StandOnAPageWithTheirBytes) {
                                              "--out",    out.string(),
                                              "--size",   "160x160",
                                              "slices",   "projection"};
-    const Testing::RunResult result = Testing::runGalleryProgram(arguments, m_directory.path());
+    const RunResult result = runGalleryProgram(arguments, m_directory.path());
     EXPECT_EQ(result.status, 0) << result.errors;
     EXPECT_TRUE(result.output.ends_with("\npage: " + page.string() + "\n")) << result.output;
-    const std::string html = Testing::readFile(page);
+    const std::string html = readFile(page);
     EXPECT_NE(html.find("<dd>volume.nii</dd>"), std::string::npos);
     EXPECT_NE(html.find("s for 2 pictures</dd>"), std::string::npos);
     for (const std::string picture : {"slices", "projection"})
@@ -320,7 +302,7 @@ TEST_F(PicturesGL, StandOnAPageWithTheirBytes) {
 
     std::filesystem::remove(page);
     std::filesystem::create_directories(page / "inside");
-    const Testing::RunResult blocked = Testing::runGalleryProgram(arguments, m_directory.path());
+    const RunResult blocked = runGalleryProgram(arguments, m_directory.path());
     EXPECT_EQ(blocked.status, 1);
     EXPECT_EQ(blocked.errors, "veltrandgl-gallery: cannot write " + page.string() + ": Is a directory.\n");
 }

@@ -1,20 +1,10 @@
 // SPDX-License-Identifier: BSD-3-Clause
-#include "support/Surface.h"
+#include "apps/AppTest.h"
 
-#include <algorithm>
-#include <cmath>
-#include <functional>
-#include <gtest/gtest.h>
-#include <map>
-#include <numbers>
-#include <numeric>
-#include <random>
+#include "support/Surface.h"
 
 namespace Veltrand::Apps {
 namespace {
-
-using Eigen::Vector3d;
-using Eigen::Vector3i;
 
 /// A grid of steps of 2, 1.5 and 3 mm, mirrored, whose middle lies at the origin.
 ScalarGrid makeGrid(const std::function<float(const Vector3d&)>& field) {

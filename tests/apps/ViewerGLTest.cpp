@@ -1,31 +1,15 @@
 // SPDX-License-Identifier: BSD-3-Clause
-#include "apps/GalleryRun.h"
-#include "apps/NiftiFile.h"
-#include "apps/PngPicture.h"
+#include "apps/AppTest.h"
 
 #include "scene/SlicePanel.h"
-
-#include <algorithm>
-#include <array>
-#include <cmath>
-#include <functional>
-#include <gtest/gtest.h>
-#include <sstream>
 
 namespace Veltrand {
 namespace {
 
-using Eigen::Vector2d;
-using Eigen::Vector3d;
-using Eigen::Vector3i;
-using Testing::PngPicture;
-using Testing::RunResult;
-using Testing::TemporaryDirectory;
-
 /// Voxels that run towards the patient's left, feet and front.
 std::string turnedVolume(const std::function<double(const Vector3d&)>& value) {
-    return Testing::placedFile<std::uint8_t>({24, 30, 20}, {2, 1.5, 3}, {0, 2, 1}, {-1, -1, 1},
-                                             [&value](auto&, const Vector3d& place) { return value(place); })
+    return placedFile<std::uint8_t>({24, 30, 20}, {2, 1.5, 3}, {0, 2, 1}, {-1, -1, 1},
+                                    [&value](auto&, const Vector3d& place) { return value(place); })
         .plain();
 }
 
@@ -55,7 +39,7 @@ protected:
         options.insert(options.begin(),
                        {"--size", std::to_string(Width) + "x" + std::to_string(Height), "--script",
                         file.string(), m_directory.write("head.nii", turnedVolume(headAt)).string()});
-        return Testing::runProgram(VELTRAND_VIEWER_PROGRAM, options, m_directory.path(), environment);
+        return runProgram(VELTRAND_VIEWER_PROGRAM, options, m_directory.path(), environment);
     }
     /// The same with regions, which is to succeed in silence; gives what is printed.
     std::string play(const std::string& script, const std::vector<std::string>& environment = {}) {
@@ -74,68 +58,65 @@ protected:
     TemporaryDirectory m_directory;
 };
 
+Vector3i colorAt(const PngPicture& picture, const Vector2i& pixel) {
+    const auto channel = [&](std::size_t i) { return picture.at(pixel.x(), pixel.y(), i); };
+    return {channel(0), channel(1), channel(2)};
+}
+
 /// How a pane shows the block, read off its picture.
 struct ShownBlock {
     Vector2d center; ///< in pixels from the lower left corner
     Vector2d pixelsPerMillimetre;
 
     /// @param quadrant of the picture, by column and row from the lower left
-    ShownBlock(const PngPicture& picture, const Eigen::Vector2i& quadrant) {
-        const Eigen::Vector2i size(int(picture.image.width) / 2, int(picture.image.height) / 2);
-        const Eigen::Vector2i corner = quadrant.cwiseProduct(size);
+    ShownBlock(const PngPicture& picture, const Vector2i& quadrant) {
+        const Vector2i size(int(picture.image.width) / 2, int(picture.image.height) / 2);
+        const Vector2i corner = quadrant.cwiseProduct(size);
         Eigen::AlignedBox2i box;
         for (int y = size.y() / 6; y < size.y() * 5 / 6; ++y) // letters stand nearer to the edges
             for (int x = size.x() / 6; x < size.x() * 5 / 6; ++x) {
-                const Eigen::Vector2i pixel = corner + Eigen::Vector2i(x, y);
-                if (std::min({picture.at(pixel.x(), pixel.y(), 0), picture.at(pixel.x(), pixel.y(), 1),
-                              picture.at(pixel.x(), pixel.y(), 2)}) > 184)
+                const Vector2i pixel = corner + Vector2i(x, y);
+                if (colorAt(picture, pixel).minCoeff() > 184)
                     box.extend(pixel);
             }
         center = (box.min() + box.max()).cast<double>() / 2 + Vector2d(0.5, 0.5);
-        pixelsPerMillimetre = (box.sizes() + Eigen::Vector2i::Ones()).cast<double>() / 24;
+        pixelsPerMillimetre = (box.sizes() + Vector2i::Ones()).cast<double>() / 24;
     }
 
     /// The pixel that shows a place, in millimetres along the picture's axes of the patient. All slices have
     /// the patient's right or front on the left.
-    [[nodiscard]] Eigen::Vector2i pixelAt(double across, double up) const {
+    [[nodiscard]] Vector2i pixelAt(double across, double up) const {
         const Vector2d offset(-across * pixelsPerMillimetre.x(), up * pixelsPerMillimetre.y());
         return (center + offset).array().floor().cast<int>();
     }
     /// The same as a command for the pointer.
     [[nodiscard]] std::string move(double across, double up) const {
-        const Eigen::Vector2i pixel = pixelAt(across, up);
+        const Vector2i pixel = pixelAt(across, up);
         return "move " + std::to_string(pixel.x()) + ' ' + std::to_string(600 - 1 - pixel.y()) + '\n';
     }
 };
 
 struct SliceCase {
     const char* name;
-    Eigen::Vector2i quadrant;
+    Vector2i quadrant;
     int across; ///< the patient's axes
     int up;
 };
 const std::array<SliceCase, 3> Slices{
     {{"axial", {0, 1}, 0, 1}, {"coronal", {0, 0}, 0, 2}, {"sagittal", {1, 0}, 1, 2}}};
 
-bool isColor(const PngPicture& picture, const Eigen::Vector2i& pixel, const Vector3i& color) {
-    const Vector3i seen(picture.at(pixel.x(), pixel.y(), 0), picture.at(pixel.x(), pixel.y(), 1),
-                        picture.at(pixel.x(), pixel.y(), 2));
-    return (seen - color).cwiseAbs().maxCoeff() < 12;
+bool isColor(const PngPicture& picture, const Vector2i& pixel, const Vector3i& color) {
+    return (colorAt(picture, pixel) - color).cwiseAbs().maxCoeff() < 12;
 }
 
 /// How many pixels of a quadrant differ clearly.
-int differences(const PngPicture& a, const PngPicture& b, const Eigen::Vector2i& quadrant) {
-    const Eigen::Vector2i size(int(a.image.width) / 2 - 2, int(a.image.height) / 2 - 16);
+int differences(const PngPicture& a, const PngPicture& b, const Vector2i& quadrant) {
+    const Vector2i size(int(a.image.width) / 2 - 2, int(a.image.height) / 2 - 16);
     int count = 0;
     for (int y = 0; y < size.y(); ++y)
         for (int x = 0; x < size.x(); ++x) {
-            const Eigen::Vector2i pixel(quadrant.x() * (size.x() + 4) + x,
-                                        quadrant.y() * (size.y() + 18) + 14 + y);
-            for (std::size_t channel = 0; channel < 3; ++channel)
-                if (std::abs(a.at(pixel.x(), pixel.y(), channel) - b.at(pixel.x(), pixel.y(), channel)) > 8) {
-                    ++count;
-                    break;
-                }
+            const Vector2i pixel(quadrant.x() * (size.x() + 4) + x, quadrant.y() * (size.y() + 18) + 14 + y);
+            count += (colorAt(a, pixel) - colorAt(b, pixel)).cwiseAbs().maxCoeff() > 8 ? 1 : 0;
         }
     return count;
 }
@@ -205,7 +186,7 @@ TEST_F(ViewerGL, ShowsTheWindowThatTheMouseSets) {
     EXPECT_GT(high - low, 200); // to the right: wider
     for (const double across : {-15.0, 3.0, 20.0}) {
         const double grey = 255 * (headAt({across, 5, 0}) - low) / (high - low);
-        const Eigen::Vector2i pixel = block.pixelAt(across, 5);
+        const Vector2i pixel = block.pixelAt(across, 5);
         EXPECT_NEAR(picture("after.png").at(pixel.x(), pixel.y()), std::clamp(grey, 0.0, 255.0), 2) << across;
     }
     EXPECT_GT(differences(picture("before.png"), picture("after.png"), {1, 0}), 1000); // in all slices
@@ -220,7 +201,7 @@ TEST_F(ViewerGL, MeasuresDistances) {
     const std::string printed = play("key o\n" + block.move(-8, -10) + drag(10, 14) +
                                      " shift\nprint\nsave %D/measured.png\nkey delete\nsave %D/deleted.png");
     EXPECT_NEAR(numbersAfter<1>(printed, "distance ")[0], 30, 0.6);
-    const Eigen::Vector2i middle = block.pixelAt(1, 2);
+    const Vector2i middle = block.pixelAt(1, 2);
     EXPECT_TRUE(isColor(picture("measured.png"), middle, {255, 217, 64}));
     EXPECT_FALSE(isColor(picture("deleted.png"), middle, {255, 217, 64}));
 }
@@ -265,11 +246,11 @@ TEST_F(ViewerGL, NamesAndClearsSurfaces) {
 TEST_F(ViewerGL, FollowsTheSizeOfItsWindow) {
     play("resize 1201 333\nsave %D/wide.png\nresize 10 10\nsave %D/tiny.png\nresize 400 700\nkey h\nsave "
          "%D/tall.png");
-    const std::pair<const char*, Eigen::Vector2i> cases[]{
+    const std::pair<const char*, Vector2i> cases[]{
         {"wide.png", {1201, 333}}, {"tiny.png", {10, 10}}, {"tall.png", {400, 700}}};
     for (const auto& [name, size] : cases) {
         const png_image image = picture(name).image;
-        EXPECT_EQ(Eigen::Vector2i(int(image.width), int(image.height)), size);
+        EXPECT_EQ(Vector2i(int(image.width), int(image.height)), size);
     }
 }
 
@@ -285,32 +266,29 @@ TEST_F(ViewerGL, ShowsTheSurfaceOfAVolumeWithoutRegions) {
 
 TEST_F(ViewerGL, TellsWhatIsWrong) {
     const std::string script = (m_directory.path() / "script").string();
+    const std::string head = (m_directory.path() / "head.nii").string();
+    const std::string viewer = "veltrandgl-viewer: ";
     const struct {
         const char* script;
         std::vector<std::string> options;
-        std::vector<std::string> environment;
         int status;
         std::string errors; ///< what they begin with
+        std::vector<std::string> environment{};
     } cases[]{
-        {"print\njump", {}, {}, 1, script + ":2: there is no command 'jump'."},
-        {"\nsave %D/none/a.png\nquit", {}, {}, 1, script + ":2: cannot write "},
-        {"quit", {"--labels", "absent.nii"}, {}, 1, "veltrandgl-viewer: cannot read absent.nii: "},
+        {"print\njump", {}, 1, script + ":2: there is no command 'jump'."},
+        {"\nsave %D/none/a.png\nquit", {}, 1, script + ":2: cannot write "},
+        {"quit", {"--labels", "absent.nii"}, 1, viewer + "cannot read absent.nii: "},
         {"quit",
-         {"--names", "absent.txt", "--labels", (m_directory.path() / "head.nii").string()},
-         {},
+         {"--names", "no.txt", "--labels", head},
          1,
-         "veltrandgl-viewer: there are no names of regions in absent.txt."},
-        {"quit", {"--level", "high"}, {}, 2, "veltrandgl-viewer: --level takes a number, not 'high'."},
-        {"quit", {"second.nii"}, {}, 2, "veltrandgl-viewer: There is more than one FILE."},
-        {"quit", {"--names", "n.txt"}, {}, 2, "veltrandgl-viewer: --names needs --labels."},
-        {"quit", {"--colour"}, {}, 2, "veltrandgl-viewer: There is no option '--colour'."},
-        {"quit", {}, {"-u", "DISPLAY"}, 1, "veltrandgl-viewer: there is no window system"},
-        {"quit",
-         {},
-         {"MESA_GL_VERSION_OVERRIDE=3.0"},
-         1,
-         "veltrandgl-viewer: there is no window with OpenGL 3.3"},
-        {"quit", {}, {"VELTRAND_DISABLE_OPENGL="}, 1, "veltrandgl-viewer: OpenGL is switched off"},
+         viewer + "there are no names of regions in no.txt."},
+        {"quit", {"--level", "high"}, 2, viewer + "--level takes a number, not 'high'."},
+        {"quit", {"second.nii"}, 2, viewer + "There is more than one FILE."},
+        {"quit", {"--names", "n.txt"}, 2, viewer + "--names needs --labels."},
+        {"quit", {"--colour"}, 2, viewer + "There is no option '--colour'."},
+        {"quit", {}, 1, viewer + "there is no window system", {"-u", "DISPLAY"}},
+        {"quit", {}, 1, viewer + "there is no window with OpenGL 3.3", {"MESA_GL_VERSION_OVERRIDE=3.0"}},
+        {"quit", {}, 1, viewer + "OpenGL is switched off", {"VELTRAND_DISABLE_OPENGL="}},
     };
     for (const auto& wrong : cases) {
         const RunResult result = run(wrong.script, wrong.options, wrong.environment);

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: BSD-3-Clause
-#include "support/Thrown.h"
+#include "apps/AppTest.h"
 
 #include "scene/Annotator.h"
 #include "viewer/CoarseMesh.h"
@@ -7,18 +7,10 @@
 #include "viewer/Options.h"
 #include "viewer/Script.h"
 
-#include <cmath>
-#include <cstring>
-#include <gtest/gtest.h>
-#include <string>
-
 namespace Veltrand {
 namespace {
 
 using namespace Apps;
-using Eigen::Vector2d;
-using Eigen::Vector3d;
-using Eigen::Vector3i;
 
 TEST(ViewerScript, UnderstandsItsCommands) {
     const auto commands = parseScript("# a comment\n"
@@ -60,7 +52,7 @@ TEST(ViewerScript, NamesTheLineOfAMistake) {
         {"save  ", "s:1: the name of a file is missing."},
     };
     for (const auto& [text, message] : cases)
-        EXPECT_EQ(Testing::thrown([&] { (void)parseScript(text, "s"); }), message);
+        EXPECT_EQ(thrown([&] { (void)parseScript(text, "s"); }), message);
 }
 
 TEST(Annotator, BringsLabelsInside) {
@@ -75,7 +67,7 @@ TEST(Annotator, BringsLabelsInside) {
 }
 
 TEST(PaneLayout, FillsTheWindowWithoutOverlap) {
-    for (const Eigen::Vector2i& size : {Eigen::Vector2i(1024, 768), Eigen::Vector2i(333, 201)}) {
+    for (const Vector2i& size : {Vector2i(1024, 768), Vector2i(333, 201)}) {
         const PaneLayout layout = layoutPanes(size, 24);
         int covered = 0;
         for (int y = 0; y < size.y(); ++y)
@@ -226,9 +218,9 @@ TEST(CoarseMesh, KeepsTheShapeWithFewerTriangles) {
             12 - (Vector3i(i % 32, i / 32 % 32, i / 1024).cast<double>() - Vector3d(16, 16, 16)).norm()));
     RegionMesh mesh;
     mesh.add(extractSurface(grid, 0), 1);
-    const auto volume = [&mesh](const std::vector<Eigen::Vector3i>& triangles) {
+    const auto volume = [&mesh](const std::vector<Vector3i>& triangles) {
         double sum = 0;
-        for (const Eigen::Vector3i& triangle : triangles) {
+        for (const Vector3i& triangle : triangles) {
             const auto corner = [&](int i) {
                 return mesh.positions[std::size_t(triangle[i])].cast<double>().eval();
             };
@@ -236,7 +228,7 @@ TEST(CoarseMesh, KeepsTheShapeWithFewerTriangles) {
         }
         return sum;
     };
-    const std::vector<Eigen::Vector3i> coarse = coarseTriangles(mesh, 3);
+    const std::vector<Vector3i> coarse = coarseTriangles(mesh, 3);
     EXPECT_LT(coarse.size(), mesh.triangles.size() / 4);
     EXPECT_NEAR(volume(coarse), volume(mesh.triangles), 0.1 * volume(mesh.triangles));
 }

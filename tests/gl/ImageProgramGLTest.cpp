@@ -22,7 +22,7 @@ unsigned int mark(int x, int y, int slice) {
     return static_cast<unsigned int>(x + 0x100 * y + 0x10000 * slice);
 }
 
-const Testing::MapRepository::Files files{
+const MapRepository::Files files{
     {"mark.frag",
      "#version 330\nin vec3 texCoord;\nflat in int slice;\n"
      "layout(location = 0) out uint value;\nlayout(location = 2) out vec4 coord;\nvoid main() {\n"
@@ -44,7 +44,7 @@ public:
     using ImageProgram::timeoutSettings;
 };
 
-class ImageProgramGL : public Testing::GLFixture {
+class ImageProgramGL : public GLFixture {
 protected:
     [[nodiscard]] static SplittingProgram make(const std::string& fragmentShader, bool layered,
                                                Mode mode = Mode::Output, const std::string& defines = {}) {
@@ -67,13 +67,13 @@ protected:
                 }
     }
 
-    [[nodiscard]] static Texture unmarked(Target target, const Eigen::Vector3i& size) {
+    [[nodiscard]] static Texture unmarked(Target target, const Vector3i& size) {
         Texture texture(target, size, InternalFormat::R32UI);
         texture.upload(std::vector<unsigned int>(texture.numTexels(), untouched));
         return texture;
     }
 
-    Testing::MapRepository m_files{"I", files};
+    MapRepository m_files{"I", files};
 };
 
 bool everywhere(int, int, int) {
@@ -89,7 +89,7 @@ TEST_F(ImageProgramLayerLimitGL, BeyondItOutputsAreComputedSliceBySlice) {
     if (!hasVersion(4, 3))
         GTEST_SKIP() << "the limit cannot be asked for";
     static const PFNGLGETINTEGERVPROC real = glad_glGetIntegerv;
-    const Testing::ScopedEntryPoint limited(glad_glGetIntegerv, [](GLenum name, GLint* value) {
+    const ScopedEntryPoint limited(glad_glGetIntegerv, [](GLenum name, GLint* value) {
         name == GL_MAX_FRAMEBUFFER_LAYERS ? void(*value = 4) : real(name, value);
     });
     ImageProgram program = make("mark.frag", true);
@@ -106,7 +106,7 @@ TEST_F(ImageProgramLayerLimitGL, BeyondItOutputsAreComputedSliceBySlice) {
 }
 
 TEST_F(ImageProgramGL, ComputesTheBoxOfEveryKindOfOutput) {
-    const std::pair<Target, Eigen::Vector3i> kinds[] = {
+    const std::pair<Target, Vector3i> kinds[] = {
         {Target::Texture1D, {9, 1, 1}}, {Target::Texture1DArray, {9, 6, 1}},
         {Target::Texture2D, {9, 7, 1}}, {Target::Texture2DArray, {9, 7, 6}},
         {Target::Texture3D, {9, 7, 6}}, {Target::Texture3D, {9, 7, 1}}};
@@ -136,24 +136,23 @@ TEST_F(ImageProgramGL, ComputesTheBoxOfEveryKindOfOutput) {
 }
 
 TEST_F(ImageProgramGL, TextureCoordinatesAreThoseOfTheOutputOrTheBox) {
-    constexpr int size[] = {21, 10, 6};
-    constexpr int begin[] = {3, 2, 1};
-    constexpr int length[] = {13, 5, 4};
+    const Vector3i size(21, 10, 6);
+    const Vector3i begin(3, 2, 1);
+    const Vector3i length(13, 5, 4);
     for (const bool layered : {true, false})
         for (const Mode mode : {Mode::Output, Mode::Box}) {
             SCOPED_TRACE(testing::Message() << layered << ' ' << int(mode));
             ImageProgram program = make("coord.frag", layered, mode, "#define OPACITY 1");
-            Texture output(Target::Texture3D, {size[0], size[1], size[2]}, InternalFormat::RGBA16F);
+            Texture output(Target::Texture3D, size, InternalFormat::RGBA16F);
             program.compute(output, {3, 2, 1, 16, 7, 5});
-            const auto texels = output.download<Eigen::Vector4f>();
-            for (int i = 0; i < length[0] * length[1] * length[2]; ++i) {
-                const int position[] = {begin[0] + i % length[0], begin[1] + i / length[0] % length[1],
-                                        begin[2] + i / length[0] / length[1]};
+            const auto texels = output.download<Vector4f>();
+            for (int i = 0; i < length.prod(); ++i) {
+                const Vector3i offset(i % length[0], i / length[0] % length[1], i / length[0] / length[1]);
+                const Vector3i position = begin + offset;
                 const int index = (position[2] * size[1] + position[1]) * size[0] + position[0];
                 for (int axis = 0; axis < 3; ++axis) {
-                    const double expected = mode == Mode::Output
-                                                ? (position[axis] + 0.5) / size[axis]
-                                                : (position[axis] - begin[axis] + 0.5) / length[axis];
+                    const double expected = mode == Mode::Output ? (position[axis] + 0.5) / size[axis]
+                                                                 : (offset[axis] + 0.5) / length[axis];
                     // Within one unit in the last place of the half float that is read.
                     EXPECT_NEAR(texels.at(static_cast<std::size_t>(index))[axis], expected,
                                 std::ldexp(1.0, std::ilogb(expected) - 10));
@@ -218,9 +217,9 @@ TEST_F(ImageProgramGL, ReducesSlicesByTheCallersBlending) {
     for (const bool layered : {true, false}) {
         // The sum of slices 2 to 5 of the volume, columns 1 to 6.
         Texture output(Target::Texture2DArray, {w, h, 3}, InternalFormat::R32F);
-        output.clear<float>(Eigen::Vector4f::Constant(-5.0F));
+        output.clear<float>(Vector4f::Constant(-5.0F));
         ImageProgram program = make("project.frag", layered);
-        program.setClearOutputEnabled(true, Eigen::Vector4f::Zero());
+        program.setClearOutputEnabled(true, Vector4f::Zero());
         program.enable();
         program.setArgument("volume", input);
         program.disable();
@@ -241,9 +240,9 @@ TEST_F(ImageProgramGL, ReducesSlicesByTheCallersBlending) {
     for (const auto& [mode, expected] : {std::pair(Mode::Output, 4.5F / 8), std::pair(Mode::Box, 0.5F)}) {
         ImageProgram program = make("coord.frag", false, mode, "#define OPACITY 1");
         Texture output(Target::Texture2D, {2, 2, 1}, InternalFormat::RGBA32F);
-        program.setClearOutputEnabled(true, Eigen::Vector4f::Zero());
+        program.setClearOutputEnabled(true, Vector4f::Zero());
         program.computeReduceZ(output, 0, 8, {0, 0, 4, 2, 2, 5});
-        EXPECT_EQ(output.download<Eigen::Vector4f>().back().z(), expected);
+        EXPECT_EQ(output.download<Vector4f>().back().z(), expected);
     }
     EXPECT_TRUE(getBool(GL_BLEND));
     glDisable(GL_BLEND);
@@ -251,7 +250,7 @@ TEST_F(ImageProgramGL, ReducesSlicesByTheCallersBlending) {
 }
 
 TEST_F(ImageProgramGL, TheCallersStateNeitherMattersNorChanges) {
-    const Testing::RenderTarget target(3, 4);
+    const RenderTarget target(3, 4);
     ImageProgram other = make("mark.frag", false);
     other.enable();
     Framebuffer own;
@@ -260,12 +259,12 @@ TEST_F(ImageProgramGL, TheCallersStateNeitherMattersNorChanges) {
     for (const InternalFormat format : {InternalFormat::RGBA8, InternalFormat::SRGB8Alpha8})
         for (const bool layered : {true, false}) {
             ImageProgram program = make("coord.frag", layered, Mode::Output, "#define OPACITY 0.5\n");
-            program.setClearOutputEnabled(true, Eigen::Vector4f::Zero());
+            program.setClearOutputEnabled(true, Vector4f::Zero());
             program.setFBO(layered ? nullptr : &own);
             Texture volume(Target::Texture3D, {4, 4, 4}, format);
             Texture reduced(Target::Texture2D, {4, 4, 1}, format);
             {
-                const Testing::AdverseState adverse;
+                const AdverseState adverse;
                 glDisablei(GL_BLEND, 2); // which remains so while the others are put back
                 if (!layered) {
                     const StateGuard guard = own.guardedBind();
@@ -363,7 +362,7 @@ TEST_F(ImageProgramGL, FullscreenSquareCoversTheViewport) {
     program.enable();
     program.setArgument("_cp_scale", Eigen::Vector2f(1, 1));
     for (const bool filled : {true, false}) {
-        const Testing::RenderTarget target(8, 8);
+        const RenderTarget target(8, 8);
         filled ? square.drawFilled() : square.drawOutline();
         const auto texels = target.texture().download<Bytes>();
         const auto drawn = std::ranges::count_if(texels, [](const Bytes& texel) { return texel[3] == 255; });

@@ -41,8 +41,10 @@ TEST_F(TextureGL, ChoosesTheTargetFromTheSize) {
 }
 
 TEST_F(TextureGL, SizesThatDoNotFitAreWarnedAbout) {
-    const int max2D = getInt(GL_MAX_TEXTURE_SIZE);
-    const int max3D = getInt(GL_MAX_3D_TEXTURE_SIZE);
+    const int over2D = getInt(GL_MAX_TEXTURE_SIZE) + 1;
+    const int over3D = getInt(GL_MAX_3D_TEXTURE_SIZE) + 1;
+    const std::string flat = std::to_string(over2D) + " 1 1";
+    const std::string deep = "2 2 " + std::to_string(over3D);
     const std::string clamped3D = "Using a 3D texture with a 2D target mode, clamping size to 1.";
     const std::string clamped2D = "Using a 2D texture with Texture1D target mode, clamping size to 1.";
     const auto requested = [](const std::string& size, const std::string& fault) {
@@ -58,15 +60,12 @@ TEST_F(TextureGL, SizesThatDoNotFitAreWarnedAbout) {
         {Target::Texture1D, {4, 4, 3}, {clamped2D, clamped3D}, 4},
         {Target::Texture1DArray, {4, 4, 3}, {clamped3D}, 16},
         {Target::Texture2DArray, {4, 4, 3}, {}, 48},
-        {Target::Texture2D,
-         {max2D + 1, 1, 1},
-         {requested(std::to_string(max2D + 1) + " 1 1", tooLarge)},
-         static_cast<std::size_t>(max2D) + 1},
+        {Target::Texture2D, {over2D, 1, 1}, {requested(flat, tooLarge)}, static_cast<std::size_t>(over2D)},
         {Target::Texture3D,
-         {2, 2, max3D + 1},
-         {requested("2 2 " + std::to_string(max3D + 1), tooLarge)},
-         4 * static_cast<std::size_t>(max3D + 1)},
-        {Target::Texture2D, {max3D + 1, 1, 1}, {}, static_cast<std::size_t>(max3D) + 1}, // its own limit
+         {2, 2, over3D},
+         {requested(deep, tooLarge)},
+         static_cast<std::size_t>(4 * over3D)},
+        {Target::Texture2D, {over3D, 1, 1}, {}, static_cast<std::size_t>(over3D)}, // its own limit
         {Target::Texture2D, {4, -2, 1}, {requested("4 -2 1", " has no texels.")}, 0},
     };
     for (const auto& [target, requestedSize, warnings, texels] : cases) {
@@ -235,9 +234,9 @@ TEST_F(TextureGL, UnfittingTransfersAreRefusedAndTouchNothing) {
     Texture huge(Target::Texture3D, {2048, 2048, 2048}, InternalFormat::R8);
     ignoreErrors();
     EXPECT_FALSE(huge.upload(std::vector<unsigned char>{}));
-    EXPECT_TRUE(log().takeLine({Log::Error, "GL.Texture",
-                                "Refusing to transfer 0 texels, a texture of size 2048 2048 2048 takes "
-                                "8589934592."}));
+    expectLine(Log::Error, "GL.Texture",
+               "Refusing to transfer 0 texels, a texture of size 2048 2048 2048 takes "
+               "8589934592.");
 }
 
 } // namespace Veltrand::GL

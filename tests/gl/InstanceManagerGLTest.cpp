@@ -1,10 +1,8 @@
 // SPDX-License-Identifier: BSD-3-Clause
-#include <Veltrand/GL/Context.h>
-#include <Veltrand/GL/ContextManager.h>
-#include <Veltrand/GL/InstanceManager.h>
+#include "support/GLTest.h"
 
-#include "support/GLFixture.h"
-#include "support/Thrown.h"
+#include <Veltrand/GL/Context.h>
+#include <Veltrand/GL/InstanceManager.h>
 
 namespace Veltrand::GL {
 

@@ -1,15 +1,8 @@
 // SPDX-License-Identifier: BSD-3-Clause
-#include "support/GLFixture.h"
-#include "support/MapRepository.h"
+#include "support/GLTest.h"
 
 #include <Veltrand/Core/String.h>
-#include <Veltrand/GL/Program.h>
 #include <veltrandGLShaders.h>
-
-#include <algorithm>
-#include <gtest/gtest.h>
-#include <string>
-#include <vector>
 
 namespace Veltrand::GL {
 

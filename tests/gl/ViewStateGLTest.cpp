@@ -1,25 +1,17 @@
 // SPDX-License-Identifier: BSD-3-Clause
-#include "support/GLFixture.h"
-
-#include <Veltrand/GL/ContextManager.h>
-#include <Veltrand/GL/ViewState.h>
-
-#include <glad/gl.h>
-#include <gtest/gtest.h>
+#include "support/GLTest.h"
 
 namespace Veltrand::GL {
 
-namespace {
-
-class ViewStateGL : public Testing::GLFixture {};
+using ViewStateGL = GLFixture;
 
 // Run in the core profile and, with an environment of its own, in the compatibility profile.
 TEST_F(ViewStateGL, TheMatrixStackIsSetWhereThereIsOne) {
     constexpr GLenum modelViewMatrix = 0x0BA6;  // GL_MODELVIEW_MATRIX
     constexpr GLenum projectionMatrix = 0x0BA7; // GL_PROJECTION_MATRIX
-    Eigen::Matrix4d projection = Eigen::Matrix4d::Identity();
+    Matrix4d projection = Matrix4d::Identity();
     projection(1, 3) = 0.25;
-    Eigen::Matrix4d modelView = Eigen::Matrix4d::Identity();
+    Matrix4d modelView = Matrix4d::Identity();
     modelView(2, 0) = -3;
     const ViewState view({0, 0, 8, 8}, projection, modelView);
 
@@ -27,13 +19,11 @@ TEST_F(ViewStateGL, TheMatrixStackIsSetWhereThereIsOne) {
     EXPECT_EQ(glGetError(), GLenum(GL_NO_ERROR));
     if (ContextManager::useCoreContext())
         return;
-    Eigen::Matrix4d loaded;
+    Matrix4d loaded;
     glGetDoublev(projectionMatrix, loaded.data());
     EXPECT_EQ(loaded, projection);
     glGetDoublev(modelViewMatrix, loaded.data());
     EXPECT_EQ(loaded, modelView);
 }
-
-} // namespace
 
 } // namespace Veltrand::GL

@@ -50,6 +50,9 @@ struct Vertices {
     std::vector<Vector4f> colors;
 };
 
+const ViewState pixelView({0, 0, edge, edge}, createOrtho2d(edge, edge), Matrix4d::Identity());
+const ViewState perspective({0, 0, edge, edge}, createPerspective(1, 1, 1, 20), Matrix4d::Identity());
+
 // Seen from above and to the side, so that depth matters.
 ViewState perspectiveView() {
     Eigen::Affine3d camera = Eigen::Affine3d::Identity();
@@ -68,7 +71,7 @@ Texture makeTexture(int dimensions) {
 }
 
 Picture render(const std::function<void()>& draw) {
-    const Testing::RenderTarget target(edge, edge);
+    const RenderTarget target(edge, edge);
     clearColorBuffer(Vector4f(0, 0, 0, 1));
     draw();
     Picture picture;
@@ -151,7 +154,7 @@ void expectAlike(const Picture& ours, const Picture& theirs, const char* name) {
 }
 
 // Run in the core profile and, with an environment of its own, in the compatibility profile.
-class FixedFunctionPipelineGL : public Testing::GLFixture {};
+class FixedFunctionPipelineGL : public GLFixture {};
 
 TEST_F(FixedFunctionPipelineGL, DrawsWhatTheDriversOwnPipelineDraws) {
     auto context = Context::create({.version = {}, .compatibility = true});
@@ -176,11 +179,11 @@ TEST_F(FixedFunctionPipelineGL, BuildsProgramsWhenNeededAndTriesAgain) {
     FixedFunctionPipeline pipeline; // the context's own may have built them for another test
     const auto enable = [&] { pipeline.enableWithoutReset(Selection::WideLinesAdjacency, nullptr); };
     {
-        const Testing::ScopedEntryPoint broken(glad_glCompileShader, [](GLuint) {});
+        const ScopedEntryPoint broken(glad_glCompileShader, [](GLuint) {});
         EXPECT_THROW(enable(), std::runtime_error);
         (void)log().take("GL.Program");
     }
-    Testing::CallCounter<glad_glLinkProgram> links;
+    CallCounter<glad_glLinkProgram> links;
     enable();
     VertexBuffer buffer(Buffer::Usage::StaticDraw);
     buffer.setData(std::vector<Vector3f>(4, Vector3f::Zero()));
@@ -219,7 +222,7 @@ TEST_F(FixedFunctionPipelineGL, SettersAndResetReachTheContext) {
     pipeline.setPointSize(2);
     EXPECT_EQ(uniform("u_pointSize"), 3);
     setDpiScale(1);
-    Testing::CallCounter<glad_glEnable> enabled;
+    CallCounter<glad_glEnable> enabled;
     pipeline.enablePointSmoothing();
     EXPECT_EQ(enabled.take(), ContextManager::useCoreContext() ? 0 : 1);
     pipeline.enableTexturing(
@@ -230,13 +233,12 @@ TEST_F(FixedFunctionPipelineGL, SettersAndResetReachTheContext) {
 
 // The opacities of its pixels add up to the area of the disc, wherever it lies.
 TEST_F(FixedFunctionPipelineGL, SmoothPointsCoverTheAreaOfTheirDisc) {
-    const ViewState view({0, 0, edge, edge}, createOrtho2d(edge, edge), Matrix4d::Identity());
     for (const double size : {0.5, 1.0, 1.5, 2.0, 2.7, 3.0, 5.0, 20.0})
         for (const Vector3f& at :
              {Vector3f(32, 32, 0), Vector3f(31.5F, 20.5F, 0), Vector3f(31.75F, 20.4F, 0)}) {
-            const Testing::RenderTarget target(edge, edge, InternalFormat::RGBA32F);
+            const RenderTarget target(edge, edge, InternalFormat::RGBA32F);
             auto& pipeline = *FixedFunctionPipeline::get();
-            pipeline.enable(view, Selection::Plain, nullptr);
+            pipeline.enable(pixelView, Selection::Plain, nullptr);
             pipeline.setPointSize(size);
             pipeline.enablePointSmoothing();
             VertexBuffer buffer(Buffer::Usage::StaticDraw);
@@ -273,8 +275,6 @@ Picture drawLine(const ViewState& view, Primitive primitive, float width, const 
     });
 }
 
-const ViewState pixelView({0, 0, edge, edge}, createOrtho2d(edge, edge), Matrix4d::Identity());
-
 // The centre of a pixel.
 Vector3f centre(std::size_t pixel) {
     return Vector3i(int(pixel % edge), int(pixel / edge), 0).cast<float>() + Vector3f(0.5F, 0.5F, 0);
@@ -301,7 +301,6 @@ TEST_F(FixedFunctionPipelineGL, StippleRunsOnThroughStripsAndLoops) {
     std::vector<Vector3f> withNeighbours = shortSteps;
     withNeighbours.insert(withNeighbours.begin(), a);
     withNeighbours.push_back(b);
-    const ViewState perspective({0, 0, edge, edge}, createPerspective(1, 1, 1, 20), Matrix4d::Identity());
     for (const unsigned short pattern : std::initializer_list<unsigned short>{0x00FF, 0xFF00, 0x0F0F}) {
         const Picture whole = drawLine(pixelView, Primitive::Lines, 5, {a, b}, pattern);
         EXPECT_EQ(drawLine(pixelView, Primitive::LineStrip, 5, shortSteps, pattern), whole) << pattern;
@@ -353,13 +352,12 @@ TEST_F(FixedFunctionPipelineGL, NeighboursJoinWithoutGapOrOverlap) {
 }
 
 TEST_F(FixedFunctionPipelineGL, LinesAreClippedAtTheNearPlane) {
-    const ViewState view({0, 0, edge, edge}, createPerspective(1, 1, 1, 20), Matrix4d::Identity());
     const Vector3f far(-0.8F, 0.9F, -4);
     const Vector3f near(0.1F, -0.3F, -1);
     const Vector3f behind = near + (near - far);
-    const Picture expected = drawLine(view, Primitive::Lines, 6, {far, near});
-    EXPECT_EQ(drawLine(view, Primitive::Lines, 6, {far, behind}), expected);
-    EXPECT_EQ(drawLine(view, Primitive::LineStripAdjacency, 6,
+    const Picture expected = drawLine(perspective, Primitive::Lines, 6, {far, near});
+    EXPECT_EQ(drawLine(perspective, Primitive::Lines, 6, {far, behind}), expected);
+    EXPECT_EQ(drawLine(perspective, Primitive::LineStripAdjacency, 6,
                        {far, far, behind, behind + Vector3f(1, 1, 1), behind}),
               expected);
 }

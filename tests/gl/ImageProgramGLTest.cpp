@@ -9,7 +9,6 @@ namespace Veltrand::GL {
 
 namespace {
 
-using Compilation = Program::Compilation;
 using Cuboid = ImageProgram::Cuboid;
 using Mode = ImageProgram::TexCoordMode;
 using Target = Texture::Target;

@@ -10,8 +10,6 @@ namespace Veltrand::GL {
 
 namespace {
 
-using Compilation = Program::Compilation;
-
 constexpr const char* category = "GL.OrderIndependentTransparency";
 const Vector2i size(24, 16);
 constexpr std::size_t numPixels = std::size_t{24} * 16;

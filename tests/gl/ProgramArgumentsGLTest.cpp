@@ -8,7 +8,6 @@ namespace Veltrand::GL {
 
 namespace {
 
-using Compilation = Program::Compilation;
 using Stage = Program::Stage;
 
 class ProgramArgumentsGL : public Testing::GLFixture {

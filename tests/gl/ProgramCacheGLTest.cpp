@@ -8,8 +8,6 @@ namespace Veltrand::GL {
 
 namespace {
 
-using Compilation = Program::Compilation;
-
 // A fragment shader with two holes, one of which has another one inside.
 class AbstractIncludesGL : public Testing::GLFixture {
 protected:
@@ -45,11 +43,7 @@ protected:
 
     // Whether the driver was given this for the fragment stage.
     [[nodiscard]] static bool uses(const Program& program, const char* text) {
-        GLuint shaders[2] = {};
-        glGetAttachedShaders(program.id(), 2, nullptr, shaders);
-        std::string source(4096, '\0');
-        glGetShaderSource(shaders[1], 4096, nullptr, source.data());
-        return source.find(text) != std::string::npos;
+        return sourceOf(program, Program::Stage::Fragment).find(text) != std::string::npos;
     }
 
     Testing::MapRepository m_files;

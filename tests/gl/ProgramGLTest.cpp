@@ -7,7 +7,6 @@ namespace Veltrand::GL {
 
 namespace {
 
-using Compilation = Program::Compilation;
 using Stage = Program::Stage;
 
 class ProgramGL : public Testing::GLFixture {
@@ -33,22 +32,6 @@ protected:
 
     Testing::MapRepository m_files;
 };
-
-// The text that the driver was given for a stage.
-std::string sourceOf(const Program& program, Stage stage) {
-    GLuint shaders[8];
-    GLsizei count = 0;
-    glGetAttachedShaders(program.id(), 8, &count, shaders);
-    for (GLsizei i = 0; i < count; ++i) {
-        GLint type = 0;
-        glGetShaderiv(shaders[i], GL_SHADER_TYPE, &type);
-        std::string text(4096, '\0');
-        glGetShaderSource(shaders[i], 4096, nullptr, text.data());
-        if (static_cast<GLenum>(type) == static_cast<GLenum>(stage))
-            return text.c_str();
-    }
-    return {};
-}
 
 struct CountingDecorator final : ProgramDecorator {
     std::vector<Program*> calls;

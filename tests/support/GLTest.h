@@ -51,5 +51,22 @@ using Eigen::Vector3f;
 using Eigen::Vector3i;
 using Eigen::Vector4d;
 using Eigen::Vector4f;
+using Compilation = Program::Compilation;
+
+/// The text that the driver was given for a stage.
+inline std::string sourceOf(const Program& program, Program::Stage stage) {
+    std::array<GLuint, 8> shaders{};
+    GLsizei count = 0;
+    glGetAttachedShaders(program.id(), 8, &count, shaders.data());
+    for (const GLuint shader : std::span(shaders).first(static_cast<std::size_t>(count))) {
+        GLint type = 0;
+        glGetShaderiv(shader, GL_SHADER_TYPE, &type);
+        std::string text(4096, '\0');
+        glGetShaderSource(shader, 4096, nullptr, text.data());
+        if (static_cast<GLenum>(type) == static_cast<GLenum>(stage))
+            return text.c_str();
+    }
+    return {};
+}
 
 } // namespace Veltrand::GL

@@ -418,6 +418,7 @@ TEST(ProgramSource, WhatIsWrongWithFilesIsLoggedAndMissingOnesAreThrown) {
         std::string text;
         EXPECT_EQ(Testing::thrown([&, name = name] { text = assemble({.name = name}); }), exception);
         std::vector<LogLine> expected;
+        expected.reserve(lines.size());
         for (const auto& [level, line] : lines)
             expected.push_back({level, "GL.Program", line});
         EXPECT_EQ(log.take(), expected);

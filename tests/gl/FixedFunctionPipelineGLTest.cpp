@@ -3,6 +3,7 @@
 
 #include <Veltrand/GL/Context.h>
 #include <Veltrand/GL/FixedFunctionPipeline.h>
+#include <Veltrand/GL/IndexBuffer.h>
 
 namespace Veltrand::GL {
 

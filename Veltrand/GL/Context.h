@@ -29,11 +29,12 @@ public:
     /// is logged. May be called from any thread.
     [[nodiscard]] static std::unique_ptr<Context> create(CreateInfo info);
 
-    /// Deinitialises the context; no context is current afterwards.
+    /// Deinitialises the context; no context is current afterwards. One that is current on another thread is
+    /// left to it until that thread ends, which is logged.
     virtual ~Context();
 
     /// Makes the context current on the calling thread in place of any other. False when the window system
-    /// refuses, for instance because the context is current on another thread.
+    /// refuses, and, logged, when the context is current on another thread.
     virtual bool makeCurrent() const = 0;
     /// Leaves the calling thread without a current context, whichever it was.
     virtual bool doneCurrent() const = 0;

@@ -7,6 +7,7 @@
 #include <Veltrand/GL/detail/ContextTable.h>
 #include <Veltrand/GL/detail/Endings.h>
 #include <Veltrand/GL/detail/EntryPoints.h>
+#include <Veltrand/GL/detail/LocalContexts.h>
 #include <Veltrand/GL/detail/LogMessage.h>
 #include <Veltrand/GL/detail/PreviousCurrent.h>
 #include <Veltrand/GL/detail/ShareGroup.h>
@@ -519,6 +520,13 @@ ContextGLX::~ContextGLX() {
 void ContextGLX::cleanup() {
     if (m_data->isOutOfReach())
         return;
+    const std::thread::id thread = ContextTable::get().threadOf(handleOf(m_data->context));
+    if (!m_data->adopted && thread != std::thread::id() && thread != std::this_thread::get_id()) {
+        logMessage(Log::Error, category,
+                   "A context was destroyed while current on another thread, to which it is left until that "
+                   "thread ends.");
+        return leaveToThread(thread, std::unique_ptr<Context>(new ContextGLX(std::move(m_data))));
+    }
     if (m_data->adopted) {
         // Its owner, who may not ask what is current, goes on with what it was.
         const PreviousCurrent previous;
@@ -531,6 +539,13 @@ void ContextGLX::cleanup() {
 }
 
 bool ContextGLX::makeCurrent() const {
+    // Not every driver refuses. Where a toolkit moves its context to is not seen.
+    if (!m_data->adopted && ContextTable::get().isCurrentOnAnotherThread(handleOf(m_data->context))) {
+        logMessage(Log::Error, category,
+                   "Cannot make a context current that is current on another thread; release it there "
+                   "first.");
+        return false;
+    }
     const GLXContext previous = glXGetCurrentContext();
     if (previous != m_data->context)
         letGoOf(previous);
@@ -553,7 +568,11 @@ bool ContextGLX::doneCurrent() const {
         m_data->rememberDrawables();
     if (!glXMakeCurrent(m_data->display, None, nullptr))
         return false;
-    ContextTable::get().noteReleased(handleOf(previous));
+    ContextTable& table = ContextTable::get();
+    table.noteReleased(handleOf(previous));
+    // A toolkit may have put its own context in this one's place.
+    if (!table.isCurrentOnAnotherThread(handleOf(m_data->context)))
+        table.noteReleased(handleOf(m_data->context));
     return true;
 }
 

@@ -346,6 +346,33 @@ TEST_F(ContextManagerGL, LeftContextsKeepTheirInstancesUntilTheirThreadLetsGo) {
     dropLines();
 }
 
+TEST_F(ContextManagerGL, ContextsAreNotTakenAwayFromOtherThreads) {
+    start();
+    std::unique_ptr<Context> context;
+    std::barrier step(2);
+    std::thread user([&] {
+        context = manager().createContext();
+        step.arrive_and_wait();
+        step.arrive_and_wait();
+        clearDepthBuffer(1);
+        EXPECT_EQ(Debug::check(false), Debug::Error::NoError);
+    });
+    step.arrive_and_wait();
+    EXPECT_FALSE(context->makeCurrent());
+    EXPECT_TRUE(m_log.takeLine(
+        {Log::Error, "GL.ContextGLX",
+         "Cannot make a context current that is current on another thread; release it there first."}));
+    context.reset();
+    EXPECT_TRUE(m_log.takeLine(
+        {Log::Error, "GL.ContextGLX",
+         "A context was destroyed while current on another thread, to which it is left until that "
+         "thread ends."}));
+    EXPECT_EQ(contextsAlive(), 3);
+    step.arrive_and_wait();
+    user.join();
+    EXPECT_EQ(contextsAlive(), 2);
+}
+
 TEST_F(ContextManagerGL, OnlyTheMainThreadEndsWhileItLives) {
     start();
     std::thread([] { deinit(); }).join();

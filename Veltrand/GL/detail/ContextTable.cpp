@@ -4,6 +4,7 @@
 #include <Veltrand/GL/Context.h>
 #include <Veltrand/GL/ContextManager.h>
 #include <Veltrand/GL/detail/Endings.h>
+#include <Veltrand/GL/detail/LocalContexts.h>
 #include <Veltrand/GL/detail/ShareGroup.h>
 
 #include <unistd.h>
@@ -120,6 +121,7 @@ void ContextTable::endThread() {
     }
     for (Context* context : left)
         context->deinitialize();
+    destroyLeftContexts();
 }
 
 } // namespace Veltrand::GL

@@ -26,7 +26,8 @@ public:
     };
 
     /// A new context with a hidden drawable of its own, current on the calling thread; null on failure, which
-    /// is logged. May be called from any thread.
+    /// is logged. May be called from any thread. A function-local static that gets it only after the library
+    /// has been used is destroyed first when the process ends, while that is not known yet: better a global.
     [[nodiscard]] static std::unique_ptr<Context> create(CreateInfo info);
 
     /// Deinitialises the context; no context is current afterwards. One that is current on another thread is

@@ -414,6 +414,7 @@ bool ContextGLX::Private::createContext(const ErrorTrap& trap) {
 }
 
 std::unique_ptr<Context> ContextGLX::create(CreateInfo info) {
+    static_cast<void>(ContextManager::get()); // notes the end of the process
     // Needed with older Xlib, where each thread has a connection of its own but the library shares tables.
     static const bool threads = XInitThreads() != 0;
     static_cast<void>(threads);
@@ -483,6 +484,7 @@ void ContextGLX::Private::rememberDrawables() {
 }
 
 std::unique_ptr<Context> ContextGLX::adoptCurrent() {
+    static_cast<void>(ContextManager::get()); // notes the end of the process
     const GLXContext current = glXGetCurrentContext();
     if (!current) {
         logMessage(Log::Error, category,

@@ -161,6 +161,16 @@ TEST(AdoptedContextDeathTest, ToolkitsDisplayMayBeClosedAtExit) {
             delete toolkit;
         std::exit(0);
     };
+    // Nobody has asked for the manager here.
+    const auto runWithoutStart = [] {
+        static std::unique_ptr<Context> kept;
+        {
+            const ToolkitWindow toolkit(core33);
+            kept = ContextGLX::adoptCurrent();
+        }
+        std::exit(0);
+    };
+    EXPECT_EXIT(runWithoutStart(), ::testing::ExitedWithCode(0), "");
     for (const bool closed : {true, false})
         EXPECT_EXIT(run(closed), ::testing::KilledBySignal(SIGABRT), "Did not cleanly deinitialize")
             << closed;

@@ -319,7 +319,7 @@ void ContextManager::runWithOpenGL(const std::function<void()>& func, bool alway
     };
     if (!s->hasContexts)
         return reportNotInitialized();
-    destroyLeftContexts();
+    destroyLeftContexts(LeftCurrent::Kept);
     if (!alwaysInBackground && hasCurrent())
         return func();
     if (const std::string_view reason = reasonAgainstWaiting(*s); !reason.empty())
@@ -382,7 +382,7 @@ std::unique_ptr<Context> ContextManager::createContext() {
 }
 
 void ContextManager::ensureLocalContext() {
-    destroyLeftContexts();
+    destroyLeftContexts(LeftCurrent::Kept);
     if (hasCurrent())
         return;
     const auto s = currentState();

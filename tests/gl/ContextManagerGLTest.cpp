@@ -272,7 +272,18 @@ TEST_F(ContextManagerGL, ShutDownLeavesContextsToTheThreadsThatUseThem) {
         EXPECT_TRUE(ContextManager::hasCurrent());
         glClear(GL_COLOR_BUFFER_BIT);
         finish();
+        const std::uintptr_t kept = ContextManager::currentContextId();
+        manager().ensureLocalContext();
         wait(); // for the second start
+        manager().ensureLocalContext();
+        EXPECT_EQ(ContextManager::currentContextId(), kept);
+        bool here = false;
+        const auto note = [&, thread = std::this_thread::get_id()] {
+            here = thread == std::this_thread::get_id();
+        };
+        manager().runWithOpenGL(note);
+        EXPECT_TRUE(here);
+        manager().releaseLocalContext();
         manager().ensureLocalContext();
         wait(); // for the second shut-down
     });

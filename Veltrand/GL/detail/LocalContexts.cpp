@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <atomic>
 #include <cstdint>
+#include <iterator>
 #include <optional>
 #include <utility>
 #include <vector>
@@ -77,17 +78,26 @@ void leaveToThread(std::thread::id thread, std::unique_ptr<Context> context) {
     ++left.count;
 }
 
-void destroyLeftContexts() {
+void destroyLeftContexts(LeftCurrent current) {
     LeftContexts& left = LeftContexts::get();
     if (left.count == 0)
         return;
     std::vector<std::unique_ptr<Context>> mine;
     {
         const std::lock_guard lock(left.mutex);
-        if (auto entry = left.contexts.extract(std::this_thread::get_id())) {
-            mine = std::move(entry.mapped());
-            left.count -= mine.size();
-        }
+        const auto entry = left.contexts.find(std::this_thread::get_id());
+        if (entry == left.contexts.end())
+            return;
+        std::vector<std::unique_ptr<Context>>& all = entry->second;
+        const auto firstKept = std::partition(all.begin(), all.end(), [current](const auto& context) {
+            return current == LeftCurrent::Destroyed ||
+                   handleOf(*context) != ContextManager::currentContextId();
+        });
+        mine.assign(std::move_iterator(all.begin()), std::move_iterator(firstKept));
+        all.erase(all.begin(), firstKept);
+        if (all.empty())
+            left.contexts.erase(entry);
+        left.count -= mine.size();
     }
     if (mine.empty())
         return;

@@ -39,7 +39,9 @@ private:
 /// Keeps a context that is current on a thread when OpenGL ends until that thread calls
 /// `destroyLeftContexts`.
 void leaveToThread(std::thread::id thread, std::unique_ptr<Context> context);
-/// Destroys the contexts that were left to the calling thread. Another one that is current stays so.
-void destroyLeftContexts();
+enum class LeftCurrent { Destroyed, Kept };
+/// Destroys the contexts that were left to the calling thread, the current one among them only where that is
+/// asked for. Another one that is current stays so.
+void destroyLeftContexts(LeftCurrent current = LeftCurrent::Destroyed);
 
 } // namespace Veltrand::GL

@@ -348,10 +348,14 @@ void ContextManager::runWithOpenGL(const std::function<void()>& func, bool alway
     }
     if (done)
         return;
-    // The thread stopped before it came to the task, which refers to this call.
-    reportNotInitialized();
-    const std::lock_guard taskLock(s->taskMutex);
-    s->pendingTask = nullptr;
+    // The thread stopped before it came to the task, which refers to this call; or it starts, and comes to it
+    // before it lets go of the lock.
+    {
+        const std::lock_guard taskLock(s->taskMutex);
+        s->pendingTask = nullptr;
+    }
+    if (!done)
+        reportNotInitialized();
 }
 
 std::unique_ptr<Context> ContextManager::createContext() {

@@ -16,6 +16,7 @@
 #include <Veltrand/GL/detail/LogMessage.h>
 #include <Veltrand/GL/detail/PreviousCurrent.h>
 
+#include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <cstdlib>
@@ -27,6 +28,7 @@
 #include <string_view>
 #include <thread>
 #include <utility>
+#include <vector>
 
 namespace Veltrand::GL {
 
@@ -78,14 +80,19 @@ void destroyContexts(ContextManagerState& state) {
         leaveToThread(thread, std::move(main));
 }
 
-// The containers of the main context can be deleted, and what was installed in it taken out, only while it is
-// current. That it was made by someone else makes no difference: it outlives us.
-void destroyInstancesOfMainContext(ContextManagerState& state) {
-    Context& main = *state.mainContext.get();
-    if (ContextTable::get().isCurrentOnAnotherThread(handleOf(main)))
-        return;
+// The containers of a context can be deleted, and what was installed in it taken out, only while it is
+// current; and one of another share group gives the same names to other objects. Contexts of other threads
+// are left alone, since those may be about to use or destroy them.
+void destroyInstancesOfOwnContexts(ContextManagerState& state) {
+    ContextTable& table = ContextTable::get();
+    std::vector<Context*> contexts = table.ownersOfThisThread();
+    Context* const main = state.mainContext.get();
+    if (std::find(contexts.begin(), contexts.end(), main) == contexts.end() &&
+        !table.isCurrentOnAnotherThread(handleOf(*main)))
+        contexts.push_back(main);
     const PreviousCurrent previous;
-    main.deinitialize();
+    for (Context* const context : contexts)
+        context->deinitialize();
 }
 
 // Why OpenGL cannot be ended by the calling thread; empty if it can.
@@ -482,7 +489,7 @@ void ContextManager::deinit() {
     if (!s->phase.compare_exchange_strong(phase, ContextManagerState::Phase::Ending))
         return;
 
-    destroyInstancesOfMainContext(*s);
+    destroyInstancesOfOwnContexts(*s);
     runWithOpenGL(
         [&s, caller = std::this_thread::get_id()] {
             s->backgroundContext->makeCurrent();

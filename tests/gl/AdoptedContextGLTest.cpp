@@ -131,6 +131,9 @@ TEST(AdoptedContextGL, ServesTheManagerAndOutlivesIt) {
         inBackground([&texture] { texture.emplace(Eigen::Vector3i(4, 4, 1), InternalFormat::RGBA8); });
         glBindTexture(GL_TEXTURE_2D, texture->id());
         inBackground([&texture] { texture.reset(); });
+        auto other = Context::create({}); // of another share group, with an array of the same name
+        const GLuint otherArray = MakesArray::get()->vertices.id();
+        ContextManager::makeCurrent();
         array = MakesArray::get()->vertices.id();
         Debug::setMessageCallback([](auto...) { ADD_FAILURE() << "called after the end"; }, true);
         const bool released = life == 2;
@@ -138,15 +141,20 @@ TEST(AdoptedContextGL, ServesTheManagerAndOutlivesIt) {
             ContextManager::doneCurrent();
         deinit();
         EXPECT_EQ(glXGetCurrentContext(), released ? nullptr : toolkit.context);
+        EXPECT_TRUE(other->makeCurrent());
+        EXPECT_FALSE(glIsVertexArray(otherArray));
+        other.reset();
+        glXMakeCurrent(toolkit.display, toolkit.window, toolkit.context);
         glXMakeCurrent(toolkit.display, toolkit.window, toolkit.context);
         EXPECT_FALSE(glIsVertexArray(array));
         glDisable(GL_INVALID_ENUM); // a message, if anybody listens
         EXPECT_EQ(glGetError(), GLenum{GL_INVALID_ENUM});
-        EXPECT_EQ(windowSystem().displaysClosed, 0);
+        EXPECT_EQ(windowSystem().displaysClosed, 1) << "the other group's";
         if (life > 0) {
-            EXPECT_EQ(windowSystem().displaysOpened, 0) << "connections of earlier lives serve again";
+            EXPECT_EQ(windowSystem().displaysOpened, 1)
+                << "connections of earlier lives serve again";
         }
-        EXPECT_EQ(windowSystem().contextsDestroyed, 1) << "the background context";
+        EXPECT_EQ(windowSystem().contextsDestroyed, 2) << "the other and the background one";
     }
 }
 

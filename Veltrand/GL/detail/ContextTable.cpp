@@ -60,7 +60,7 @@ void ContextTable::noteCurrent(Handle context) {
     const auto found = m_records.find(context);
     if (found == m_records.end())
         return;
-    found->second.thread = std::this_thread::get_id();
+    found->second.thread = found->second.lastThread = std::this_thread::get_id();
     callAtThreadEnd(&endThread); // whose id is given out again at once
 }
 
@@ -85,6 +85,15 @@ std::thread::id ContextTable::threadOf(Handle context) {
 bool ContextTable::isCurrentOnAnotherThread(Handle context) {
     const std::thread::id thread = threadOf(context);
     return thread != std::thread::id() && thread != std::this_thread::get_id();
+}
+
+std::vector<Context*> ContextTable::ownersOfThisThread() {
+    const std::lock_guard lock(m_mutex);
+    std::vector<Context*> owners;
+    for (const auto& [handle, record] : m_records)
+        if (record.owner && record.lastThread == std::this_thread::get_id() && record.process == getpid())
+            owners.push_back(record.owner);
+    return owners;
 }
 
 bool ContextTable::leaveToItsThread(Handle context, std::thread::id endingThread) {
@@ -112,6 +121,8 @@ void ContextTable::endThread() {
     {
         const std::lock_guard lock(table.m_mutex);
         for (auto& [handle, record] : table.m_records) {
+            if (record.lastThread == std::this_thread::get_id())
+                record.lastThread = {};
             if (record.thread != std::this_thread::get_id() || record.process != getpid())
                 continue;
             if (std::exchange(record.left, false) && record.owner)

@@ -10,6 +10,7 @@
 #include <sys/types.h>
 #include <thread>
 #include <unordered_map>
+#include <vector>
 
 namespace Veltrand::GL {
 
@@ -46,6 +47,8 @@ public:
     /// for none. About another thread than the calling one the window system does not tell.
     [[nodiscard]] std::thread::id threadOf(Handle context);
     [[nodiscard]] bool isCurrentOnAnotherThread(Handle context);
+    /// Of the contexts which no other thread than the calling one was the last to make current.
+    [[nodiscard]] std::vector<Context*> ownersOfThisThread();
 
     /// Whether OpenGL, which ends on the calling thread for @p endingThread, leaves the context to a third
     /// one, now or earlier.
@@ -58,6 +61,7 @@ private:
         std::shared_ptr<ShareGroup> group;
         Context* owner = nullptr;
         std::thread::id thread{};
+        std::thread::id lastThread{}; // where it is or was current; none once that thread has ended
         bool left = false;
         pid_t process = 0;
     };

@@ -151,8 +151,7 @@ TEST(AdoptedContextGL, ServesTheManagerAndOutlivesIt) {
         EXPECT_EQ(glGetError(), GLenum{GL_INVALID_ENUM});
         EXPECT_EQ(windowSystem().displaysClosed, 1) << "the other group's";
         if (life > 0) {
-            EXPECT_EQ(windowSystem().displaysOpened, 1)
-                << "connections of earlier lives serve again";
+            EXPECT_EQ(windowSystem().displaysOpened, 1) << "connections of earlier lives serve again";
         }
         EXPECT_EQ(windowSystem().contextsDestroyed, 2) << "the other and the background one";
     }

@@ -195,7 +195,7 @@ TEST_F(TextureClearGL, EveryPathGivesTheSameTexelsWhateverTheCallerHasSet) {
 TEST_F(TextureClearGL, ColoursAreFractionsAndIntegersAreValues) {
     Texture bytes(Target::Texture2D, {3, 2, 1}, F::RGBA8);
     Texture integers(Target::Texture2D, {3, 2, 1}, InternalFormat::RG32UI);
-    using Bytes = Eigen::Vector<unsigned char, 4>;
+    using FourBytes = Eigen::Vector<unsigned char, 4>;
     using Words = Eigen::Vector<unsigned int, 2>;
     for (const Path path : {Path::Upload, Path::Framebuffer, Path::Fast}) {
         if (path == Path::Fast && !glClearTexImage)
@@ -203,9 +203,9 @@ TEST_F(TextureClearGL, ColoursAreFractionsAndIntegersAreValues) {
         SCOPED_TRACE(static_cast<int>(path));
         const ForcedPath forced(path);
         bytes.clear<float>({1, 0, 0.2F, 1});
-        EXPECT_EQ(bytes.download<Bytes>(), std::vector(6, Bytes(255, 0, 51, 255)));
+        EXPECT_EQ(bytes.download<FourBytes>(), std::vector(6, FourBytes(255, 0, 51, 255)));
         bytes.clear<unsigned int>({0xFFFFFFFF, 0x33333333, 0, 0});
-        EXPECT_EQ(bytes.download<Bytes>(), std::vector(6, Bytes(255, 51, 0, 0)));
+        EXPECT_EQ(bytes.download<FourBytes>(), std::vector(6, FourBytes(255, 51, 0, 0)));
         integers.clear<unsigned int>({0xFFFFFFFE, 5, 0, 0});
         EXPECT_EQ(integers.download<Words>(), std::vector(6, Words(0xFFFFFFFE, 5)));
         for (const InternalFormat format : {F::DepthComponent16, F::DepthComponent24, F::DepthComponent32F,

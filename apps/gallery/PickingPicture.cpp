@@ -191,6 +191,7 @@ std::string drawPicking(const Scene& scene, const Canvas& canvas) {
         buffer.blendToParent();
     }
     std::vector<Eigen::Vector2i> clicked;
+    clicked.reserve(clicks.size());
     for (const Click& click : clicks)
         // From points below the window's upper edge to pixels above the framebuffer's lower one.
         clicked.emplace_back(Scale * click.point.x(), pixels.y() - 1 - Scale * click.point.y());

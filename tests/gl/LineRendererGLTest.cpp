@@ -190,14 +190,15 @@ TEST_F(LineRendererGL, PerspectiveDoesNotChangeALineOnTheScreen) {
     for (int i = 0; i < 300; i += 6) {
         Points ends{{3 * random(i), 3 * random(i + 1), -1.3 - random(i + 2)},
                     {12 * random(i + 3), 12 * random(i + 4), -21.5 + 20 * random(i + 5)}};
+        const double lineWidth = 1.5 + std::floor(i / 50.0);
         const unsigned short pattern = i % 4 == 0 ? 0x0F33 : 0xFFFF;
         m_view = {{0, 0, edge, edge}, createPerspective(1.2, 1, 0.1, 100), Eigen::Matrix4d::Identity()};
-        draw(ends, Primitive::Lines, 1.5 + i / 50, pattern, 3);
+        draw(ends, Primitive::Lines, lineWidth, pattern, 3);
         const auto inPerspective = m_pixels;
         for (Vector3d& end : ends)
             end = Vector3d(m_view.project(end).x(), m_view.project(end).y(), 0);
         m_view = {{0, 0, edge, edge}, createOrtho2d(edge, edge), Eigen::Matrix4d::Identity()};
-        draw(ends, Primitive::Lines, 1.5 + i / 50, pattern, 3);
+        draw(ends, Primitive::Lines, lineWidth, pattern, 3);
         EXPECT_LT(largestDifference(inPerspective), 0.1) << i;
     }
 }

@@ -52,7 +52,7 @@ TEST(ViewerScript, NamesTheLineOfAMistake) {
         {"save  ", "s:1: the name of a file is missing."},
     };
     for (const auto& [text, message] : cases)
-        EXPECT_EQ(thrown([&] { (void)parseScript(text, "s"); }), message);
+        EXPECT_EQ(thrown([text = text] { (void)parseScript(text, "s"); }), message);
 }
 
 TEST(Annotator, BringsLabelsInside) {
